@@ -1,0 +1,1 @@
+"""What the launcher's pictures are painted with."""
