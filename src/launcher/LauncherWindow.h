@@ -1,0 +1,171 @@
+#pragma once
+
+#include "package/LauncherMetadata.h"
+#include "package/OrlPackageDoc.h"
+#include "shared/Hints.h"
+
+#include <QElapsedTimer>
+#include <QMainWindow>
+#include <QPointer>
+#include <QProcess>
+
+class PackageClient;
+class QCheckBox;
+class QGroupBox;
+class QHBoxLayout;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QStackedLayout;
+
+namespace shared {
+class QTextBrowserWithNetwork;
+}
+
+/// The launcher's one window: a licence page and the launcher page, and the flow that leads from
+/// start-up over installing to the running client. Everything runs on the GUI thread; long work
+/// blocks its caller but keeps the event loop turning (see PackageClient), so that slots may run
+/// while a flow operation is on the stack. Downloading and writing files is PackageClient's job.
+///
+/// `main` owns it and never deletes it while a client runs.
+class LauncherWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    enum LogoMode { Classic = 0, Updating = 1, Launching = 2 };
+
+    /// `client` outlives the window.
+    explicit LauncherWindow(PackageClient* client, QWidget* parent = nullptr);
+    ~LauncherWindow() override;
+
+    // The flow.
+
+    /// Fetches the configuration and decides what to offer or do: the start of everything, and what
+    /// a client's restart request comes back to.
+    void loadConfiguration();
+
+    /// Replaces the launcher itself when the configuration names another version of it: installs
+    /// that into the "self-update" folder, copies it over the application's folder, starts it and
+    /// quits. True when the new launcher was started. Does nothing in a "dev" build.
+    bool checkSelfUpdate(const LauncherMetadata& configuration);
+
+    /// Installs package and assets unless they are up to date; then starts the client when
+    /// `launchAfter` is set.
+    void runUpdate(bool launchAfter);
+
+    /// Starts an up-to-date client, else installs. Nothing while the flow is on the stack already.
+    void onMainButtonClicked();
+
+    /// Starts the installed client.
+    void play();
+
+    /// Folder of the selected package; empty when the server names one outside "packages/".
+    [[nodiscard]] QString packagePath() const;
+    /// Version recorded in the package folder; empty when nothing is installed.
+    [[nodiscard]] QString installedVersion() const;
+    /// Identity of the installed asset set; empty when there is none.
+    [[nodiscard]] QString installedAssetsHash() const;
+    /// The file's content as UTF-8 without white space at its ends; empty when it cannot be opened.
+    [[nodiscard]] QString readTrimmedText(const QString& path) const;
+    [[nodiscard]] bool hasSpritePacks() const;
+
+    // The client.
+
+    /// Starts the client and hides the window while it runs. `program` is an absolute path. Nothing
+    /// while a client runs. Blocks for at most 5 seconds; a failure shows on the status label.
+    void startClient(const QString& program, const QString& workingDirectory,
+                     const QString& revision);
+
+    // The look.
+
+    /// Shows an installation's progress; ignored unless an update runs. Bytes; a total below 1
+    /// means "unknown".
+    void onProgress(qint64 bytes, qint64 totalBytes);
+
+    /// "ETA hh:mm:ss rate kB/s done/total mB"; sizes in bytes, decimal units.
+    [[nodiscard]] static QString etaText(qint64 bytes, qint64 total, qint64 elapsedMs);
+
+    /// Shows one of the button's modes by the words that its pictures are named with.
+    void setButtonStyle(const QString& colour, const QString& icon);
+
+    /// Enters or leaves the updating look. The status text is not shown.
+    void setBusy(bool updating, const QString& statusText = {});
+
+    /// A LogoMode; any other number is taken as Classic.
+    void setLogo(int mode);
+
+    /// Shows version texts and, unless an update runs, the button mode that fits what is installed;
+    /// clears the status label. Reads every installed file.
+    void refreshState();
+
+    /// The last number of a version text: what follows its last "." (or else "-"), or all of it.
+    [[nodiscard]] static QString versionSuffix(const QString& text);
+
+    /// Shows one hint of the list, or of the embedded ones when the list has no pictures.
+    void showHint(const QList<HintEntry>& hints);
+
+    /// Fetches the hints and shows one.
+    void refreshHint();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    class FlowGuard;
+
+    void buildLogo();
+    void buildMainButton();
+    void buildPackageWidgets();
+    void buildPackageGroup();
+    QLayout* buildTopRow();
+    void buildHintGroup();
+    void buildMakerLogo();
+    QLayout* buildBottomRow();
+    QWidget* buildLauncherPage();
+    QWidget* buildLicencePage();
+    void buildPages();
+
+    void acceptLicence();
+    void showAbout();
+    void showMessage(const QString& text);
+    void applyMakerLogoLink();
+    [[nodiscard]] bool isUpToDate() const;
+    [[nodiscard]] bool assetsAreCurrent() const;
+    [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,
+                                             const QString& error);
+    void fetchRemoteState();
+    void decide();
+    [[nodiscard]] bool updatePackage(QString* error);
+    [[nodiscard]] bool updateAssets(QString* error);
+    void endUpdateWithFailure(const QString& error);
+    void onClientFinished(int exitCode, QProcess::ExitStatus exitStatus,
+                          const QString& restartRequest);
+    void onShowRequestPoll(const QString& showRequest);
+    void bringToFront();
+
+    PackageClient* packageClient;
+    LauncherPackage package;
+    LauncherBuild build;
+    OrlPackageDoc document;
+    QString remoteVersion;
+    QString remoteAssetsHash;
+    bool filesIncomplete = false;
+    bool busy = false;
+    QElapsedTimer elapsed;
+    QStackedLayout* pageStack = nullptr;
+    shared::QTextBrowserWithNetwork* infoBrowser = nullptr;
+    QLabel* logoLabel = nullptr;
+    QLabel* versionLabel = nullptr;
+    QLabel* statusLabel = nullptr;
+    QLabel* revisionLabel = nullptr;
+    QLabel* makerLogoLabel = nullptr;
+    QCheckBox* defaultClientCheckBox = nullptr;
+    QProgressBar* progressBar = nullptr;
+    QPushButton* mainButton = nullptr;
+    QGroupBox* packageGroup = nullptr;
+    QGroupBox* hintGroup = nullptr;
+    QPointer<QProcess> clientProcess;
+    // How many flow operations are on the stack.
+    int flowDepth = 0;
+};

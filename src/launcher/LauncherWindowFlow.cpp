@@ -1,0 +1,253 @@
+#include "launcher/FlowGuard.h"
+#include "launcher/LauncherWindow.h"
+#include "package/Markers.h"
+#include "package/PackageClient.h"
+#include "package/SafePath.h"
+#include "shared/QTextBrowserWithNetwork.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+namespace {
+
+QString cannotStartText()
+{
+    return QStringLiteral("Quelra cannot be started");
+}
+
+QString makerLogoLink(const QUrl& target)
+{
+    return QStringLiteral("<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>")
+        .arg(target.toString(QUrl::FullyEncoded));
+}
+
+} // namespace
+
+void LauncherWindow::loadConfiguration()
+{
+    const FlowGuard guard(*this);
+    QString error;
+    const LauncherMetadata configuration = packageClient->fetchLauncherMetadata(&error);
+    if (packageClient->isQuitting())
+        return;
+    if (!selectPackageAndBuild(configuration, error)) {
+        refreshState();
+        return;
+    }
+    fetchRemoteState();
+    if (packageClient->isQuitting())
+        return;
+    refreshHint();
+    refreshState();
+    if (packageClient->isQuitting() || checkSelfUpdate(configuration) ||
+        packageClient->isQuitting())
+        return;
+    decide();
+}
+
+bool LauncherWindow::selectPackageAndBuild(const LauncherMetadata& configuration,
+                                           const QString& error)
+{
+    if (configuration.packages.isEmpty()) {
+        showMessage(error.isEmpty() ? QStringLiteral("Download of main configuration failed:")
+                                    : error);
+        return false;
+    }
+    package = configuration.packages.first();
+    applyMakerLogoLink();
+    const LauncherBuild* selected = selectBuild(package.builds, PackageClient::currentOs(),
+                                                PackageClient::currentArchitecture());
+    if (!selected) {
+        showMessage(QStringLiteral("Could not determine patch information. Your client might no "
+                                   "longer be supported."));
+        return false;
+    }
+    build = *selected;
+    return true;
+}
+
+void LauncherWindow::showMessage(const QString& text)
+{
+    infoBrowser->setPlainText(text);
+}
+
+void LauncherWindow::applyMakerLogoLink()
+{
+    if (!makerLogoLabel || package.logolinktarget.isEmpty())
+        return;
+    const QUrl target(package.logolinktarget);
+    const QString scheme = target.scheme();
+    if (target.isValid() &&
+        (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https")))
+        makerLogoLabel->setText(makerLogoLink(target));
+}
+
+// An address that cannot be fetched leaves its text empty, which reads as "not up to date".
+void LauncherWindow::fetchRemoteState()
+{
+    remoteVersion = packageClient->fetchText(build.versionurl, nullptr);
+    if (!build.assetsversionurl.isEmpty())
+        remoteAssetsHash = packageClient->fetchText(build.assetsversionurl, nullptr);
+    document = packageClient->fetchPackageDoc(build.url, nullptr);
+    if (!document.files.isEmpty())
+        filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
+}
+
+void LauncherWindow::decide()
+{
+    const bool patch = QCoreApplication::arguments().contains(QStringLiteral("--patch"));
+    if (patch && isUpToDate())
+        play();
+    else if (package.installautomatically && installedVersion().isEmpty())
+        runUpdate(patch);
+    else if (patch && remoteVersion != installedVersion())
+        runUpdate(true);
+}
+
+bool LauncherWindow::assetsAreCurrent() const
+{
+    return remoteAssetsHash.isEmpty() || installedAssetsHash() == remoteAssetsHash;
+}
+
+bool LauncherWindow::isUpToDate() const
+{
+    return !remoteVersion.isEmpty() && remoteVersion == installedVersion() && !filesIncomplete &&
+           assetsAreCurrent();
+}
+
+void LauncherWindow::onMainButtonClicked()
+{
+    if (flowDepth > 0)
+        return;
+    if (isUpToDate())
+        play();
+    else
+        runUpdate(false);
+}
+
+void LauncherWindow::runUpdate(bool launchAfter)
+{
+    const FlowGuard guard(*this);
+    if (isUpToDate()) {
+        if (launchAfter)
+            play();
+        return;
+    }
+    setBusy(true, QStringLiteral("UPDATING"));
+    elapsed.restart();
+    QString error;
+    const bool updated = updatePackage(&error) && updateAssets(&error);
+    if (packageClient->isQuitting())
+        return;
+    if (!updated) {
+        endUpdateWithFailure(error);
+        return;
+    }
+    remoteVersion = document.version;
+    filesIncomplete = false;
+    setBusy(false);
+    statusLabel->clear();
+    progressBar->hide();
+    refreshState();
+    if (launchAfter && !packageClient->isQuitting())
+        play();
+}
+
+// The window's document changes only when its package is in place.
+bool LauncherWindow::updatePackage(QString* error)
+{
+    OrlPackageDoc wanted = document;
+    if (wanted.files.isEmpty() || wanted.version != remoteVersion)
+        wanted = packageClient->fetchPackageDoc(build.url, error);
+    if (!wanted.version.isEmpty() &&
+        packageClient->installPackage(build.url, wanted, packagePath(), error)) {
+        document = wanted;
+        return true;
+    }
+    if (error->isEmpty())
+        *error = QStringLiteral("The installation of %1 failed.").arg(package.name);
+    return false;
+}
+
+bool LauncherWindow::updateAssets(QString* error)
+{
+    if (build.assetsurl.isEmpty())
+        return true;
+    const QString hash = packageClient->fetchText(build.assetsversionurl, nullptr);
+    if (packageClient->isQuitting())
+        return false;
+    if (hash.isEmpty() || hash == installedAssetsHash())
+        return true;
+    // A list that is missing or damaged must not pass for an empty one: its identity would be
+    // recorded and the assets never fetched.
+    QString listError;
+    const QByteArray list = packageClient->fetchBytes(build.assetsurl, &listError);
+    const QList<OrlFile> files = parseAssetList(list, &listError);
+    if (list.isEmpty() || !listError.isEmpty()) {
+        *error = listError;
+        return false;
+    }
+    return packageClient->installAssets(build.assetsurl, files, hash, packagePath(), error);
+}
+
+void LauncherWindow::endUpdateWithFailure(const QString& error)
+{
+    setBusy(false);
+    statusLabel->setText(error);
+    refreshState();
+}
+
+void LauncherWindow::play()
+{
+    const FlowGuard guard(*this);
+    setLogo(Launching);
+    setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
+    mainButton->setEnabled(false);
+    const QString folder = packagePath();
+    QFile file(pathBelowFolder(folder, markers::packageDocument));
+    const OrlPackageDoc installed =
+        parsePackageDoc(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray(), nullptr);
+    const QString program = pathBelowFolder(folder, installed.executable);
+    if (!program.isEmpty() && QFileInfo::exists(program)) {
+        PackageClient::makeExecutable(program);
+        startClient(program, folder,
+                    installed.version.isEmpty() ? remoteVersion : installed.version);
+        return;
+    }
+    setLogo(Classic);
+    refreshState();
+    statusLabel->setText(cannotStartText());
+}
+
+QString LauncherWindow::packagePath() const
+{
+    const QString name =
+        package.directoryname.isEmpty() ? QStringLiteral("Quelra") : package.directoryname;
+    return pathBelowFolder(QDir(packageClient->dataFolder()).filePath(QStringLiteral("packages")),
+                           name);
+}
+
+QString LauncherWindow::installedVersion() const
+{
+    return readTrimmedText(pathBelowFolder(packagePath(), markers::packageVersion));
+}
+
+QString LauncherWindow::installedAssetsHash() const
+{
+    return readTrimmedText(pathBelowFolder(packagePath(), markers::assetsIdentity));
+}
+
+QString LauncherWindow::readTrimmedText(const QString& path) const
+{
+    return ::readTrimmedText(path);
+}
+
+bool LauncherWindow::hasSpritePacks() const
+{
+    const QString path = pathBelowFolder(packagePath(), QStringLiteral(".vornak-sprite-packs"));
+    return !path.isEmpty() && QFileInfo::exists(path);
+}

@@ -1,0 +1,143 @@
+#include "launcher/FlowGuard.h"
+#include "launcher/LauncherWindow.h"
+#include "package/PackageClient.h"
+#include "shared/QTextBrowserWithNetwork.h"
+
+#include <QGroupBox>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+
+#include <optional>
+
+namespace {
+
+QString logoFile(int mode)
+{
+    switch (mode) {
+    case LauncherWindow::Updating:
+        return QStringLiteral(":/images/launcher/QuelraLogo_UpdatingLauncher.png");
+    case LauncherWindow::Launching:
+        return QStringLiteral(":/images/launcher/QuelraLogo_LaunchingClient.png");
+    default:
+        return QStringLiteral(":/images/launcher/QuelraLogo_Classic.png");
+    }
+}
+
+bool isClassic(int mode)
+{
+    return mode != LauncherWindow::Updating && mode != LauncherWindow::Launching;
+}
+
+// What follows the last `separator`; nothing when there is none or it ends the text.
+std::optional<QString> partAfterLast(const QString& text, QChar separator)
+{
+    const qsizetype index = text.lastIndexOf(separator);
+    if (index < 0 || index == text.size() - 1)
+        return std::nullopt;
+    return text.sliced(index + 1);
+}
+
+} // namespace
+
+void LauncherWindow::setButtonStyle(const QString& colour, const QString& icon)
+{
+    const QString iconCss =
+        icon.isEmpty() ? QString()
+                       : QStringLiteral("image: url(:/images/launcher/Icon_%1.png);").arg(icon);
+    mainButton->setStyleSheet(
+        QStringLiteral(
+            "QPushButton { background-image: url(:/images/launcher/Button_%1_idle.png); %2 border: "
+            "none; }QPushButton:hover { background-image: "
+            "url(:/images/launcher/Button_%1_hover.png); }QPushButton:pressed { background-image: "
+            "url(:/images/launcher/Button_%1_pressed.png); padding-top: 1px; padding-left: 1px; "
+            "padding-bottom: -1px; padding-right: -1px; }QPushButton:disabled { background-image: "
+            "url(:/images/launcher/Button_%1_idle.png); }")
+            .arg(colour, iconCss));
+    // The mode shows only as a picture; the icon's word says it to a screen reader and on hovering.
+    mainButton->setAccessibleName(icon);
+    mainButton->setToolTip(icon);
+}
+
+void LauncherWindow::setBusy(bool updating, const QString& statusText)
+{
+    Q_UNUSED(statusText)
+    busy = updating;
+    mainButton->setEnabled(!updating);
+    progressBar->setVisible(updating);
+    if (updating) {
+        mainButton->setText(QString());
+        setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
+    }
+    setLogo(updating ? Updating : Classic);
+}
+
+void LauncherWindow::setLogo(int mode)
+{
+    if (!logoLabel)
+        return;
+    const QPixmap picture(logoFile(mode));
+    if (!picture.isNull()) {
+        // The label ends up empty and keeps only the logo's size: the game's name stands on the
+        // background already.
+        logoLabel->setPixmap(picture);
+        logoLabel->setFixedSize(picture.size());
+        logoLabel->clear();
+    } else if (isClassic(mode)) {
+        logoLabel->setFixedSize(256, 128);
+        logoLabel->setText(QStringLiteral("Vornak"));
+    }
+}
+
+void LauncherWindow::refreshState()
+{
+    const FlowGuard guard(*this);
+    const QString installed = installedVersion();
+    const QString shown = remoteVersion.isEmpty() ? installed : remoteVersion;
+    versionLabel->setText(shown);
+    if (revisionLabel) {
+        const QString revision = versionSuffix(shown);
+        revisionLabel->setText(revision.isEmpty() ? QStringLiteral("dev") : revision);
+    }
+    if (busy)
+        return;
+
+    statusLabel->clear();
+    progressBar->hide();
+    mainButton->setText(QString());
+    if (!document.files.isEmpty())
+        filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
+    if (installed.isEmpty())
+        setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
+    else if ((remoteVersion.isEmpty() || remoteVersion == installed) && assetsAreCurrent() &&
+             !filesIncomplete)
+        setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
+    else
+        setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
+    mainButton->setEnabled(true);
+}
+
+QString LauncherWindow::versionSuffix(const QString& text)
+{
+    if (const auto part = partAfterLast(text, u'.'))
+        return *part;
+    return partAfterLast(text, u'-').value_or(text);
+}
+
+void LauncherWindow::showHint(const QList<HintEntry>& hints)
+{
+    const HintEntry hint =
+        pickRandomHint(hintsHaveRichContent(hints) ? hints : loadEmbeddedHints());
+    if (hint.richText.isEmpty())
+        return;
+    hintGroup->setTitle(hint.title.isEmpty() ? QStringLiteral("Hint") : hint.title);
+    infoBrowser->setHtml(rewriteHintHtml(hint.richText, packageClient->baseUrl()));
+}
+
+void LauncherWindow::refreshHint()
+{
+    const QString base = packageClient->baseUrl();
+    const QUrl address =
+        base.isEmpty() ? QUrl() : QUrl(base + QLatin1StringView("/hints.json"), QUrl::TolerantMode);
+    showHint(parseHints(packageClient->fetchBytes(address, nullptr)));
+}

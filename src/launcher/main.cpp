@@ -1,0 +1,54 @@
+#include "launcher/Environment.h"
+#include "launcher/LauncherWindow.h"
+#include "package/PackageClient.h"
+#include "shared/BuildValues.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QStyleFactory>
+#include <QTimer>
+
+namespace {
+
+// Names come before anything that asks for settings or folders, because both depend on them.
+void setNames()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Vornak"));
+    QCoreApplication::setApplicationName(QStringLiteral("Launcher"));
+    QCoreApplication::setApplicationVersion(buildvalues::launcherVersion());
+}
+
+// The client finds the launcher through this file when it was not started by it.
+void writeLauncherPath()
+{
+    QFile file(launcherPathFile());
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(QCoreApplication::applicationFilePath().toUtf8());
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QApplication application(argc, argv);
+    if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
+        QApplication::setStyle(style);
+    setNames();
+    writeLauncherPath();
+    if (tryDevAutoplay())
+        return 0;
+
+    auto* client = new PackageClient(qApp);
+    const QString base = cdnBaseUrl();
+    qInfo().noquote() << "launcher CDN:" << base;
+    client->setBaseUrl(base);
+    client->setDataFolder(dataFolder());
+
+    // Never deleted: a client that still runs belongs to the window, and destroying its process
+    // object would kill it.
+    auto* window = new LauncherWindow(client);
+    window->show();
+    QTimer::singleShot(0, window, &LauncherWindow::loadConfiguration);
+    return QApplication::exec();
+}

@@ -1,0 +1,60 @@
+#include "package/EventLoopPacer.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QNetworkReply>
+
+namespace {
+
+// A loop that ends for its own reason returns this. When the application quits, it makes every
+// nested loop return its own exit code, and later ones -1 without running.
+constexpr int ownExit = 0x5157;
+
+void endByItself(QEventLoop& loop)
+{
+    // A quit that came first in the same pass must stay visible in the result.
+    if (loop.isRunning())
+        loop.exit(ownExit);
+}
+
+} // namespace
+
+bool EventLoopPacer::turnIfDue()
+{
+    if (m_sinceTurn.isValid() && m_sinceTurn.elapsed() < turnIntervalMs)
+        return !m_quitting;
+    return turn();
+}
+
+bool EventLoopPacer::turn()
+{
+    if (!QCoreApplication::instance())
+        return true;
+    QEventLoop loop;
+    loop.processEvents();
+    // processEvents() does not tell whether a quit was among the events; running a loop does.
+    QMetaObject::invokeMethod(
+        &loop, [&loop] { endByItself(loop); }, Qt::QueuedConnection);
+    m_quitting = loop.exec() != ownExit;
+    m_sinceTurn.restart();
+    return !m_quitting;
+}
+
+bool EventLoopPacer::waitForFinished(QNetworkReply* reply)
+{
+    QEventLoop loop;
+    QObject::connect(reply, &QNetworkReply::finished, &loop, [&loop] { endByItself(loop); });
+    if (!reply->isFinished())
+        m_quitting = loop.exec() != ownExit;
+    m_sinceTurn.restart();
+    if (m_quitting && !reply->isFinished())
+        reply->abort();
+    return !m_quitting;
+}
+
+bool EventLoopPacer::checkQuitting()
+{
+    if (m_quitting)
+        turn();
+    return m_quitting;
+}

@@ -1,0 +1,88 @@
+#include "package/LauncherMetadata.h"
+
+#include "package/OrlPackageDoc.h"
+
+#include <QJsonDocument>
+#include <QStringList>
+
+namespace {
+
+QUrl readUrl(const QJsonObject& object, const char* key)
+{
+    return QUrl(readJsonString(object, key), QUrl::TolerantMode);
+}
+
+LauncherBuild readBuild(const QJsonObject& object)
+{
+    LauncherBuild build;
+    build.os = readJsonString(object, "os");
+    build.architecture = readJsonString(object, "architecture");
+    build.url = readUrl(object, "url");
+    build.versionurl = readUrl(object, "versionurl");
+    build.assetsurl = readUrl(object, "assetsurl");
+    build.assetsversionurl = readUrl(object, "assetsversionurl");
+    return build;
+}
+
+QList<LauncherBuild> readBuilds(const QJsonObject& owner)
+{
+    QList<LauncherBuild> builds;
+    for (const QJsonValue& element : owner.value(QLatin1StringView("builds")).toArray()) {
+        if (element.isObject())
+            builds.append(readBuild(element.toObject()));
+    }
+    return builds;
+}
+
+LauncherPackage readPackage(const QJsonObject& object)
+{
+    LauncherPackage package;
+    package.name = readJsonString(object, "name");
+    package.variant = readJsonString(object, "variant");
+    package.directoryname = readJsonString(object, "directoryname");
+    package.logolinktarget = readJsonString(object, "logolinktarget");
+    package.installautomatically =
+        object.value(QLatin1StringView("installautomatically")).toBool(false);
+    package.builds = readBuilds(object);
+    return package;
+}
+
+} // namespace
+
+LauncherMetadata readLauncherMetadata(const QByteArray& data, QString* error, bool* isDocument)
+{
+    LauncherMetadata metadata;
+    const QJsonDocument json = data.isEmpty() ? QJsonDocument() : QJsonDocument::fromJson(data);
+    if (isDocument)
+        *isDocument = json.isObject();
+    if (!json.isObject()) {
+        if (error && !data.isEmpty())
+            *error = QLatin1StringView(
+                "JSON package configuration file could not be parsed, using default package.");
+        return metadata;
+    }
+    const QJsonObject root = json.object();
+    metadata.launcherBuilds = readBuilds(root.value(QLatin1StringView("launcher")).toObject());
+    for (const QJsonValue& element : root.value(QLatin1StringView("packages")).toArray()) {
+        if (element.isObject())
+            metadata.packages.append(readPackage(element.toObject()));
+    }
+    metadata.hints = readUrl(root, "hints");
+    return metadata;
+}
+
+const LauncherBuild* selectBuild(const QList<LauncherBuild>& builds, const QString& os,
+                                 const QString& architecture)
+{
+    const LauncherBuild* fallback = nullptr;
+    for (const LauncherBuild& build : builds) {
+        if (build.os != os)
+            continue;
+        if (build.architecture.split(u';').contains(architecture) ||
+            build.architecture == architecture)
+            return &build;
+        if (!fallback)
+            fallback = &build;
+    }
+    return fallback;
+}

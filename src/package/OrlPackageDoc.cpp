@@ -1,0 +1,121 @@
+#include "package/OrlPackageDoc.h"
+
+#include "package/Sizes.h"
+
+#include <QJsonDocument>
+
+#include <optional>
+
+namespace {
+
+// The document's object; nothing when the data is empty or holds no object. Only the latter is an
+// error of the document, and is reported with `message`.
+std::optional<QJsonObject> readObject(const QByteArray& data, QLatin1StringView message,
+                                      QString* error)
+{
+    if (data.isEmpty())
+        return std::nullopt;
+    const QJsonDocument json = QJsonDocument::fromJson(data);
+    if (!json.isObject()) {
+        if (error)
+            *error = message;
+        return std::nullopt;
+    }
+    return json.object();
+}
+
+QJsonArray filesOf(const QJsonObject& object)
+{
+    return object.value(QLatin1StringView("files")).toArray();
+}
+
+QJsonObject fileToJson(const OrlFile& file)
+{
+    return {
+        {QStringLiteral("url"), file.url},
+        {QStringLiteral("localfile"), file.localfile},
+        {QStringLiteral("packedhash"), file.packedhash},
+        {QStringLiteral("packedsize"), QString::number(file.packedsize, 10)},
+        {QStringLiteral("unpackedhash"), file.unpackedhash},
+        {QStringLiteral("unpackedsize"), QString::number(file.unpackedsize, 10)},
+    };
+}
+
+} // namespace
+
+QString readJsonString(const QJsonObject& object, const char* key)
+{
+    return object.value(QLatin1StringView(key)).toString();
+}
+
+qint64 readJsonInt64(const QJsonValue& value)
+{
+    if (value.isDouble())
+        return saturatedInt64(value.toDouble());
+    return value.toString().toLongLong(nullptr, 10);
+}
+
+OrlFile parseFileEntry(const QJsonObject& object)
+{
+    OrlFile file;
+    file.url = readJsonString(object, "url");
+    file.localfile = readJsonString(object, "localfile");
+    file.packedhash = readJsonString(object, "packedhash");
+    file.packedsize = readJsonInt64(object.value(QLatin1StringView("packedsize")));
+    file.unpackedhash = readJsonString(object, "unpackedhash");
+    file.unpackedsize = readJsonInt64(object.value(QLatin1StringView("unpackedsize")));
+    return file;
+}
+
+QList<OrlFile> parseFileList(const QJsonArray& array)
+{
+    QList<OrlFile> files;
+    files.reserve(array.size());
+    for (const QJsonValue& element : array) {
+        if (element.isObject())
+            files.append(parseFileEntry(element.toObject()));
+    }
+    return files;
+}
+
+OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error)
+{
+    const auto object = readObject(
+        data,
+        QLatin1StringView(
+            "JSON package configuration file could not be parsed, using default package."),
+        error);
+    OrlPackageDoc doc;
+    if (object) {
+        doc.version = readJsonString(*object, "version");
+        doc.executable = readJsonString(*object, "executable");
+        doc.generation = readJsonString(*object, "generation");
+        doc.files = parseFileList(filesOf(*object));
+    }
+    return doc;
+}
+
+QList<OrlFile> parseAssetList(const QByteArray& data, QString* error)
+{
+    const auto object =
+        readObject(data,
+                   QLatin1StringView(
+                       "JSON asset configuration file could not be parsed, using default package."),
+                   error);
+    return object ? parseFileList(filesOf(*object)) : QList<OrlFile>();
+}
+
+QByteArray serializePackageDoc(const OrlPackageDoc& doc)
+{
+    QJsonObject object{
+        {QStringLiteral("version"), doc.version},
+        {QStringLiteral("executable"), doc.executable},
+    };
+    if (!doc.generation.isEmpty())
+        object.insert(QStringLiteral("generation"), doc.generation);
+    QJsonArray files;
+    for (const OrlFile& file : doc.files)
+        files.append(fileToJson(file));
+    object.insert(QStringLiteral("files"), files);
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}

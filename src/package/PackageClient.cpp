@@ -1,0 +1,22 @@
+#include "package/PackageClient.h"
+
+#include <QNetworkAccessManager>
+
+PackageClient::PackageClient(QObject* parent)
+    : QObject(parent)
+    , m_network(new QNetworkAccessManager(this))
+{}
+
+PackageClient::~PackageClient() = default;
+
+void PackageClient::setBaseUrl(const QString& baseUrl)
+{
+    m_baseUrl = baseUrl;
+    while (m_baseUrl.endsWith(u'/'))
+        m_baseUrl.chop(1);
+}
+
+void PackageClient::setDataFolder(const QString& dataFolder)
+{
+    m_dataFolder = dataFolder;
+}

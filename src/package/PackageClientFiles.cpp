@@ -1,0 +1,227 @@
+#include "package/PackageClient.h"
+#include "package/SafePath.h"
+#include "package/Sizes.h"
+#include "package/StoreFile.h"
+
+#include <QDir>
+
+#include <memory>
+
+namespace {
+
+QString joinedPath(const QString& folder, const OrlFile& file)
+{
+    return QDir(folder).filePath(file.localfile);
+}
+
+QString unwritableText(const QString& path)
+{
+    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
+}
+
+// The failure's text for the caller; a wrong packed hash is also logged, since it tells a broken
+// server or proxy from a broken connection.
+QString storeFailureText(StoreResult result, const OrlFile& file, const QByteArray& body,
+                         const QString& path)
+{
+    switch (result) {
+    case StoreResult::PackedHashDiffers:
+        qWarning("packed hash mismatch for %s (%lld bytes)", qUtf8Printable(file.localfile),
+                 static_cast<long long>(body.size()));
+        [[fallthrough]];
+    case StoreResult::UnpackedDiffers:
+        return QLatin1StringView("Download failed: ") + file.localfile;
+    case StoreResult::UnpackingFailed:
+        return QLatin1StringView("Failed to decompress file downloaded from ") + file.url;
+    case StoreResult::WritingFailed:
+        return unwritableText(path);
+    case StoreResult::Stored:
+    case StoreResult::Cancelled:
+        break;
+    }
+    return {};
+}
+
+bool isAccepted(const QByteArray& body, const OrlFile& file)
+{
+    return !body.isEmpty() || file.packedsize == 0;
+}
+
+QString orPlainFailure(const QString& text)
+{
+    return text.isEmpty() ? QStringLiteral("Download failed") : text;
+}
+
+// What an installed file adds to the bytes done. Without a stated size it is more than the total
+// counted, which only shows in a bar that is full early.
+qint64 accountedSize(const OrlFile& file, const QByteArray& body)
+{
+    return file.packedsize < 1 ? body.size() : file.packedsize;
+}
+
+void setText(QString* error, const QString& text)
+{
+    if (error)
+        *error = text;
+}
+
+} // namespace
+
+/// An asynchronous run over a list of files, shared by the callbacks that carry it on.
+struct PackageClient::AsyncRun
+{
+    QUrl base;
+    QList<OrlFile> files;
+    QString folder;
+    int index = 0;
+    qint64 bytes = 0;
+    qint64 total = 1;
+    DoneCallback done;
+};
+
+bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
+{
+    const QString path = pathBelowFolder(folder, file.localfile);
+    return !path.isEmpty() && isInstalledAt(path, file, [this] { return m_pacer.turnIfDue(); });
+}
+
+bool PackageClient::hasMissingFiles(const OrlPackageDoc& package, const QString& folder)
+{
+    for (const OrlFile& file : package.files) {
+        if (!isFileInstalled(file, folder))
+            return true;
+    }
+    return false;
+}
+
+bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
+                                 const QString& folder, QString* error)
+{
+    QDir().mkpath(folder);
+    RunPosition position;
+    position.count = static_cast<int>(files.size());
+    QList<bool> needed;
+    needed.reserve(files.size());
+    qint64 sum = 0;
+    for (const OrlFile& file : files) {
+        needed.append(!isFileInstalled(file, folder));
+        if (needed.last())
+            sum = addSizes(sum, qMax<qint64>(file.packedsize, 0));
+    }
+    position.total = qMax<qint64>(sum, 1);
+
+    const QUrl base = url.adjusted(QUrl::RemoveFilename);
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        position.number = static_cast<int>(i) + 1;
+        if (needed.at(i) && !installOne(files.at(i), base, folder, position, error))
+            return false;
+        Q_EMIT progress(position.bytes, position.total, position.number, position.count);
+    }
+    return true;
+}
+
+bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QString& folder,
+                               RunPosition& position, QString* error)
+{
+    const QString path = pathBelowFolder(folder, file.localfile);
+    if (path.isEmpty()) {
+        setText(error, unwritableText(joinedPath(folder, file)));
+        return false;
+    }
+    QString downloadError;
+    const QByteArray body =
+        downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
+                             position.number, position.count, &downloadError);
+    if (m_pacer.isQuitting() || !isAccepted(body, file)) {
+        setText(error, orPlainFailure(downloadError));
+        return false;
+    }
+    const StoreResult result = storeFile(file, body, path, [this] { return m_pacer.turnIfDue(); });
+    if (result == StoreResult::Cancelled)
+        return !failWhenQuitting(error);
+    if (result != StoreResult::Stored) {
+        setText(error, storeFailureText(result, file, body, path));
+        return false;
+    }
+    position.bytes = addSizes(position.bytes, accountedSize(file, body));
+    return true;
+}
+
+void PackageClient::startAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
+                               DoneCallback done)
+{
+    qint64 sum = 0;
+    for (const OrlFile& file : files) {
+        const QString path = pathBelowFolder(folder, file.localfile);
+        if (path.isEmpty() || !isInstalledAt(path, file))
+            sum = addSizes(sum, qMax<qint64>(file.packedsize, 0));
+    }
+    installFilesAsync(url, files, folder, 0, 0, qMax<qint64>(sum, 1), std::move(done));
+}
+
+void PackageClient::installFilesAsync(const QUrl& url, const QList<OrlFile>& files,
+                                      const QString& folder, int fileIndex, qint64 bytes,
+                                      qint64 totalBytes, DoneCallback done)
+{
+    continueAsync(
+        std::make_shared<AsyncRun>(AsyncRun{url.adjusted(QUrl::RemoveFilename), files, folder,
+                                            fileIndex, bytes, totalBytes, std::move(done)}));
+}
+
+// Installed files are passed over in a loop: a list may hold very many of them.
+void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
+{
+    const int count = static_cast<int>(run->files.size());
+    for (; run->index < count; ++run->index) {
+        const OrlFile& file = run->files.at(run->index);
+        const int number = run->index + 1;
+        const QString path = pathBelowFolder(run->folder, file.localfile);
+        if (path.isEmpty()) {
+            endAsync(*run, false, unwritableText(joinedPath(run->folder, file)));
+            return;
+        }
+        if (isInstalledAt(path, file)) {
+            Q_EMIT progress(run->bytes, run->total, number, count);
+            continue;
+        }
+        m_bytesBefore = run->bytes;
+        m_totalBytes = run->total;
+        m_fileIndex = number;
+        m_fileCount = count;
+        m_forwardProgress = true;
+        downloadAsync(run->base.resolved(QUrl(file.url)),
+                      [this, run](const QByteArray& body, const QString& message) {
+                          storeAsync(run, body, message);
+                      });
+        return;
+    }
+    endAsync(*run, true, QString());
+}
+
+void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QByteArray& body,
+                               const QString& message)
+{
+    const OrlFile& file = run->files.at(run->index);
+    if (!message.isEmpty() || !isAccepted(body, file)) {
+        endAsync(*run, false, orPlainFailure(message));
+        return;
+    }
+    const QString path = pathBelowFolder(run->folder, file.localfile);
+    const StoreResult result = storeFile(file, body, path);
+    if (result != StoreResult::Stored) {
+        endAsync(*run, false, storeFailureText(result, file, body, path));
+        return;
+    }
+    run->bytes = addSizes(run->bytes, accountedSize(file, body));
+    const int number = run->index + 1;
+    Q_EMIT progress(run->bytes, run->total, number, static_cast<int>(run->files.size()));
+    ++run->index;
+    continueAsync(run);
+}
+
+void PackageClient::endAsync(const AsyncRun& run, bool ok, const QString& message)
+{
+    m_forwardProgress = false;
+    if (run.done)
+        run.done(ok, message);
+}

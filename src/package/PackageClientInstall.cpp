@@ -1,0 +1,125 @@
+#include "package/Markers.h"
+#include "package/PackageClient.h"
+#include "package/SafePath.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+namespace {
+
+QString folderFailedText(const QString& folder)
+{
+    return QStringLiteral("Failed to create folder: '%1'.").arg(folder);
+}
+
+QString installationFailedText(const QString& folder)
+{
+    return QStringLiteral("The installation of %1 failed.").arg(folder);
+}
+
+bool fail(QString* error, const QString& text)
+{
+    if (error)
+        *error = text;
+    return false;
+}
+
+QString inFolder(const QString& folder, QLatin1StringView name)
+{
+    return QDir(folder).filePath(name);
+}
+
+// Without this marker an interrupted installation is merely not told from one that never began, so
+// that failing to write it stops nothing.
+void beginPackage(const OrlPackageDoc& package, const QString& folder)
+{
+    QDir().mkpath(folder);
+    [[maybe_unused]] const bool written =
+        writeMarker(inFolder(folder, markers::partialVersion), package.version);
+}
+
+bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
+{
+    QSaveFile document(inFolder(folder, markers::packageDocument));
+    if (!document.open(QIODevice::WriteOnly))
+        return false;
+    document.write(serializePackageDoc(package));
+    return document.commit();
+}
+
+bool recordAssets(const QString& hash, const QString& folder, QString* error)
+{
+    return writeMarker(inFolder(folder, markers::assetsIdentity), hash) ||
+           fail(error, installationFailedText(folder));
+}
+
+} // namespace
+
+void PackageClient::makeExecutable(const QString& path)
+{
+    QFile file(path);
+    if (file.exists())
+        file.setPermissions(file.permissions() | QFileDevice::ExeOwner | QFileDevice::ExeGroup |
+                            QFileDevice::ExeOther);
+}
+
+bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString& folder,
+                                    QString* error)
+{
+    const QString executable = pathBelowFolder(folder, package.executable);
+    if (!executable.isEmpty())
+        makeExecutable(executable);
+    // The version marker comes last: a reader that sees it finds everything else in place.
+    if (!replaceDocument(package, folder))
+        return fail(error, folderFailedText(folder));
+    if (!writeMarker(inFolder(folder, markers::packageVersion), package.version))
+        return fail(error, installationFailedText(folder));
+    QFile::remove(inFolder(folder, markers::partialVersion));
+    return true;
+}
+
+bool PackageClient::installPackage(const QUrl& url, const OrlPackageDoc& package,
+                                   const QString& folder, QString* error)
+{
+    if (failWhenQuitting(error))
+        return false;
+    beginPackage(package, folder);
+    return installFiles(url, package.files, folder, error) &&
+           finalizePackage(package, folder, error);
+}
+
+bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, const QString& hash,
+                                  const QString& folder, QString* error)
+{
+    if (failWhenQuitting(error))
+        return false;
+    return installFiles(url, files, folder, error) && recordAssets(hash, folder, error);
+}
+
+void PackageClient::installPackageAsync(const QUrl& url, const OrlPackageDoc& package,
+                                        const QString& folder, DoneCallback done)
+{
+    beginPackage(package, folder);
+    startAsync(url, package.files, folder,
+               [this, package, folder, done = std::move(done)](bool ok, const QString& message) {
+                   QString error = message;
+                   const bool finished = ok && finalizePackage(package, folder, &error);
+                   if (done)
+                       done(finished, finished ? QString() : error);
+               });
+}
+
+void PackageClient::installAssetsAsync(const QUrl& url, const QList<OrlFile>& files,
+                                       const QString& hash, const QString& folder,
+                                       DoneCallback done)
+{
+    QDir().mkpath(folder);
+    startAsync(url, files, folder,
+               [hash, folder, done = std::move(done)](bool ok, const QString& message) {
+                   QString error = message;
+                   const bool finished = ok && recordAssets(hash, folder, &error);
+                   if (done)
+                       done(finished, finished ? QString() : error);
+               });
+}

@@ -1,0 +1,93 @@
+#include "package/PackageClient.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QStringList>
+
+namespace {
+
+void saveCopy(const QByteArray& data, const QString& folder)
+{
+    QDir().mkpath(folder);
+    QSaveFile file(folder + QLatin1StringView("/launchermetadata.json"));
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(data);
+        file.commit();
+    }
+}
+
+QJsonArray hintElements(const QByteArray& data)
+{
+    const QJsonDocument json = QJsonDocument::fromJson(data);
+    return json.isArray() ? json.array()
+                          : json.object().value(QLatin1StringView("hints")).toArray();
+}
+
+} // namespace
+
+QByteArray PackageClient::fetchBytes(const QUrl& url, QString* error)
+{
+    return download(url, error);
+}
+
+QString PackageClient::fetchText(const QUrl& url, QString* error)
+{
+    return QString::fromUtf8(download(url, error)).trimmed();
+}
+
+OrlPackageDoc PackageClient::fetchPackageDoc(const QUrl& url, QString* error)
+{
+    return parsePackageDoc(download(url, error), error);
+}
+
+QList<OrlFile> PackageClient::fetchAssetList(const QUrl& url, QString* error)
+{
+    return parseAssetList(download(url, error), error);
+}
+
+LauncherMetadata PackageClient::fetchLauncherMetadata(QString* error)
+{
+    const QUrl address(m_baseUrl + QLatin1StringView("/launcher/quelrametadata.json"),
+                       QUrl::TolerantMode);
+    return parseLauncherMetadata(download(address, error), error);
+}
+
+LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QString* error)
+{
+    bool isDocument = false;
+    LauncherMetadata metadata = readLauncherMetadata(data, error, &isDocument);
+    if (isDocument && !m_dataFolder.isEmpty())
+        saveCopy(data, m_dataFolder);
+    return metadata;
+}
+
+QString PackageClient::fetchHintTexts(const QUrl& url, QString* error)
+{
+    QStringList texts;
+    const QJsonArray elements = hintElements(download(url, error));
+    for (const QJsonValue& element : elements) {
+        if (element.isString()) {
+            texts.append(element.toString());
+        } else if (element.isObject()) {
+            const QJsonObject object = element.toObject();
+            const QString text =
+                object.value(QLatin1StringView("text")).toString(readJsonString(object, "hint"));
+            if (!text.isEmpty())
+                texts.append(text);
+        }
+    }
+    return texts.join(QLatin1StringView("\n\n"));
+}
+
+QString PackageClient::currentOs()
+{
+    return QStringLiteral("windows");
+}
+
+QString PackageClient::currentArchitecture()
+{
+    return QStringLiteral("x86_64");
+}

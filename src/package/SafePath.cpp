@@ -1,0 +1,65 @@
+#include "package/SafePath.h"
+
+#include <QDir>
+#include <QStringView>
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// Reserved in every folder and with any extension, see "Naming Files, Paths, and Namespaces" in the
+// Windows documentation.
+bool isDeviceName(QStringView segment)
+{
+    static constexpr std::array names{"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$", "CLOCK$"};
+    const qsizetype dot = segment.indexOf(u'.');
+    const QStringView stem = (dot < 0 ? segment : segment.first(dot)).trimmed();
+    if (std::any_of(names.begin(), names.end(), [stem](const char* name) {
+            return stem.compare(QLatin1StringView(name), Qt::CaseInsensitive) == 0;
+        }))
+        return true;
+    // COM and LPT count with the digits 1 to 9, and with the superscripts that Windows takes for 1
+    // to 3; 0 is refused with them, since documentation and practice differ.
+    static constexpr QStringView digits = u"0123456789\u00b9\u00b2\u00b3";
+    return stem.size() == 4 &&
+           (stem.startsWith(QLatin1StringView("COM"), Qt::CaseInsensitive) ||
+            stem.startsWith(QLatin1StringView("LPT"), Qt::CaseInsensitive)) &&
+           digits.contains(stem.at(3));
+}
+
+bool isForbiddenOnWindows(QChar character)
+{
+    static constexpr QStringView forbidden = u"<>:\"|?*\\";
+    return character.unicode() < 0x20 || forbidden.contains(character);
+}
+
+bool isWindowsSegment(QStringView segment)
+{
+    return !segment.endsWith(u'.') && !segment.endsWith(u' ') && !isDeviceName(segment) &&
+           std::none_of(segment.begin(), segment.end(), isForbiddenOnWindows);
+}
+
+} // namespace
+
+bool staysBelowFolder(const QString& relative, PathRules rules)
+{
+    if (relative.startsWith(u'/') || relative.contains(QChar(u'\0')))
+        return false;
+    bool named = false;
+    for (const QStringView segment : QStringView(relative).split(u'/')) {
+        if (segment == QLatin1StringView(".."))
+            return false;
+        if (rules == PathRules::Windows && !segment.isEmpty() && !isWindowsSegment(segment))
+            return false;
+        named = named || (!segment.isEmpty() && segment != QLatin1StringView("."));
+    }
+    return named;
+}
+
+QString pathBelowFolder(const QString& folder, const QString& relative)
+{
+    if (folder.isEmpty() || !staysBelowFolder(relative))
+        return {};
+    return QDir(folder).filePath(relative);
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+/// Rules by which a path that the server names is judged. The names of the other platform are here
+/// too so that both sets can be tested anywhere.
+enum class PathRules {
+    Posix,
+    Windows,
+#ifdef Q_OS_WIN
+    Native = Windows
+#else
+    Native = Posix
+#endif
+};
+
+/// Whether `relative` names something strictly below the folder that it is joined to. False for an
+/// empty or absolute path, for any ".." segment (also one that would lead back inside: a folder on
+/// the way may be a link), for a path of "." segments only and for an embedded NUL. By the Windows
+/// rules also for a drive or stream (":"), a back slash, a device name such as "NUL" or "com1.txt",
+/// the characters that Windows forbids, and a segment that ends in a dot or a blank, which Windows
+/// would silently strip.
+bool staysBelowFolder(const QString& relative, PathRules rules = PathRules::Native);
+
+/// The path of `relative` in `folder`; empty when `folder` is empty or `relative` would leave it.
+/// Every path that comes from the server and is read, written, made executable or started goes
+/// through here. Touches no disk.
+QString pathBelowFolder(const QString& folder, const QString& relative);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "package/OrlPackageDoc.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+/// Called between slices of long work; false stops it.
+using TurnFunction = std::function<bool()>;
+
+enum class StoreResult {
+    Stored,
+    /// `turn` stopped the work.
+    Cancelled,
+    PackedHashDiffers,
+    UnpackingFailed,
+    UnpackedDiffers,
+    WritingFailed,
+};
+
+/// Whether `path` is a file with the size and SHA-256 that `file` names. Reads it whole, in slices.
+/// False also when `turn` stopped the work.
+[[nodiscard]] bool isInstalledAt(const QString& path, const OrlFile& file,
+                                 const TurnFunction& turn = {});
+
+/// Checks a downloaded body, unpacks it, checks the result and puts it in the place of `path`,
+/// making the folders on the way. The file is replaced atomically and only after every check: on
+/// any result but Stored the old file, if there is one, is untouched and nothing else is left
+/// behind (new folders apart).
+[[nodiscard]] StoreResult storeFile(const OrlFile& file, const QByteArray& body,
+                                    const QString& path, const TurnFunction& turn = {});

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+#include <functional>
+
+class QIODevice;
+
+/// Called between the slices of long work with the slice just done and its place in the whole, in
+/// bytes. Returning false stops the work. What lets an event loop turn is handed in this way, so
+/// that the functions here stay plain. A slice at offset 0 means that the work starts (again).
+using SliceFunction = std::function<bool(QByteArrayView slice, qint64 offset)>;
+
+/// Decodes one LZMA "alone" file (the ".lzma" container of the LZMA SDK and of xz: 5 property
+/// bytes, unpacked size as 64-bit little-endian, stream).
+///
+/// A declared size below 2 GiB is decoded to that size, with or without an end marker; an end
+/// marker that comes earlier ends the output there. Declared sizes from 2 GiB to 4 GiB fail. Larger
+/// ones, among them all bits set for "unknown", are not looked at: the stream must end with its
+/// marker and stay below 4 GiB. Bytes behind the end of the stream are ignored. Memory grows with
+/// what the input can really yield, not with what its header promises.
+///
+/// On failure (or when `onSlice` stops the work) `error`, when given, is set to "Failed to
+/// decompress file downloaded from", for the caller to append the address; `out` is empty, or
+/// untouched when nothing was decoded because the header is short or cannot be used.
+[[nodiscard]] bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error,
+                              const SliceFunction& onSlice = {});
+
+/// SHA-256 as 64 lower-case hexadecimal digits, the same as QCryptographicHash gives; empty when
+/// `onSlice` stopped the work.
+[[nodiscard]] QString hashBytes(const QByteArray& data, const SliceFunction& onSlice = {});
+
+/// The same of everything that an open device still yields, read in pieces of 1 MiB.
+[[nodiscard]] QString hashDevice(QIODevice* device, const SliceFunction& onSlice = {});

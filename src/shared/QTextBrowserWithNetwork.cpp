@@ -1,0 +1,73 @@
+#include "shared/QTextBrowserWithNetwork.h"
+
+#include <QNetworkRequest>
+#include <QTextDocument>
+
+namespace shared {
+
+QTextBrowserWithNetwork::QTextBrowserWithNetwork(QWidget* parent)
+    : QTextBrowser(parent)
+{}
+
+QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
+{
+    if (type != QTextDocument::ImageResource)
+        return QTextBrowser::loadResource(type, name);
+    const QUrl address = name.isRelative() ? source().resolved(name) : name;
+    const QString scheme = address.isValid() ? address.scheme() : QString();
+    if (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https")) {
+        const auto cached = m_pictures.constFind(address);
+        if (cached != m_pictures.constEnd())
+            return *cached;
+        startDownload(address);
+        return {};
+    }
+    return QTextBrowser::loadResource(type, scheme == QLatin1StringView("qrc") ? address : name);
+}
+
+void QTextBrowserWithNetwork::startDownload(const QUrl& url)
+{
+    if (m_pending.contains(url) || m_pictures.contains(url))
+        return;
+    m_pending.insert(url);
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::NoLessSafeRedirectPolicy);
+    QNetworkReply* reply = m_network.get(request);
+    connect(reply, &QNetworkReply::finished, this, [this, reply, url] {
+        reply->deleteLater();
+        m_pending.remove(url);
+        if (reply->error() == QNetworkReply::NoError)
+            onDownloadFinished(url, reply->readAll());
+        else
+            onDownloadFailed(url, reply->error(), reply->errorString());
+    });
+}
+
+// The slots' parameters are values because their signatures are fixed.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
+void QTextBrowserWithNetwork::onDownloadFinished(QUrl url, QByteArray picture)
+{
+    if (picture.isEmpty())
+        return;
+    m_pictures.insert(url, picture);
+    document()->addResource(QTextDocument::ImageResource, url, picture);
+    // Laying out again is costly and moves the text; once for all pictures in flight is enough.
+    if (m_pending.isEmpty())
+        setHtml(toHtml());
+    else
+        viewport()->update();
+}
+
+void QTextBrowserWithNetwork::onDownloadFailed(QUrl url, QNetworkReply::NetworkError code,
+                                               QString errorString)
+{
+    Q_UNUSED(url)
+    Q_UNUSED(code)
+    Q_UNUSED(errorString)
+}
+
+// NOLINTEND(performance-unnecessary-value-param)
+
+} // namespace shared
