@@ -2,6 +2,7 @@
 
 #include "package/Sha256.h"
 #include "package/Unpack.h"
+#include "package/VerifiedFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -53,20 +54,27 @@ bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunctio
 {
     QDir().mkpath(QFileInfo(path).path());
     QSaveFile target(path);
-    return target.open(QIODevice::WriteOnly) && writeInSlices(target, bytes, turn) &&
-           target.commit();
+    return target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+           writeInSlices(target, bytes, turn) && target.commit();
 }
 
 } // namespace
 
-bool isInstalledAt(const QString& path, const OrlFile& file, const TurnFunction& turn)
+bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& verified,
+                   const TurnFunction& turn)
 {
-    const QFileInfo info(path);
-    if (!info.isFile() || info.size() != file.unpackedsize)
+    const qint64 now = fileClock();
+    const auto stamp = fileStamp(path);
+    if (!stamp || stamp->size != file.unpackedsize)
         return false;
+    if (verified.holds(path, *stamp, file.unpackedhash))
+        return true;
     QFile device(path);
-    return device.open(QIODevice::ReadOnly | QIODevice::Unbuffered) &&
-           hashDevice(&device, turning(turn)) == file.unpackedhash;
+    if (!device.open(QIODevice::ReadOnly | QIODevice::Unbuffered) ||
+        hashDevice(&device, turning(turn)) != file.unpackedhash)
+        return false;
+    verified.addRead(path, *stamp, now, file.unpackedhash);
+    return true;
 }
 
 StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString& path,
