@@ -20,7 +20,7 @@ NAME_TOP, NAME_HEIGHT, NAME_GAP = 10, 28, 48
 EMPTY = 8
 
 # The licence is read on top of the picture, from below the name downwards. Its text keeps its
-# contrast up to a luminance of 0.124; grain and JPEG take up what is left to that.
+# contrast up to a luminance of 0.1249; grain and JPEG take up what is left to that.
 QUIET_FROM, BRIGHTEST = 46, 0.110
 
 
