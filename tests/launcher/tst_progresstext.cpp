@@ -39,8 +39,7 @@ void ProgressTextTest::formatsTimeRateAndSizes_data()
         "ETA 00:00:00 9999 kB/s 10.0/10.0 mB");
     row("first without", 10'000'000, 10'000'000, 1'000, "ETA 00:00:00 10000 kB/s 10/10 mB");
     row("a hundred hours", 1'000, 720'001'000, 500, "ETA 100:00:00 2 kB/s 0.0/720 mB");
-    row("minutes and seconds", 1'000'000, 126'000'000, 1'000,
-        "ETA 00:02:05 1000 kB/s 1.0/126 mB");
+    row("minutes and seconds", 1'000'000, 126'000'000, 1'000, "ETA 00:02:05 1000 kB/s 1.0/126 mB");
 }
 
 void ProgressTextTest::formatsTimeRateAndSizes()
@@ -55,8 +54,9 @@ void ProgressTextTest::survivesExtremeNumbers()
 {
     constexpr qint64 most = std::numeric_limits<qint64>::max();
     constexpr qint64 least = std::numeric_limits<qint64>::min();
-    QCOMPARE(LauncherWindow::etaText(most, most, 0),
-             QStringLiteral("ETA 00:00:00 9223372036854775807 kB/s 9223372036855/9223372036855 mB"));
+    QCOMPARE(
+        LauncherWindow::etaText(most, most, 0),
+        QStringLiteral("ETA 00:00:00 9223372036854775807 kB/s 9223372036855/9223372036855 mB"));
     // What matters here is that the sanitizers have nothing to say.
     for (const qint64 bytes : {least, qint64(-1), qint64(0), qint64(1), most}) {
         for (const qint64 total : {least, qint64(0), qint64(1), most})
