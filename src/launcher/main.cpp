@@ -1,3 +1,4 @@
+#include "launcher/DuskPalette.h"
 #include "launcher/Environment.h"
 #include "launcher/LauncherWindow.h"
 #include "package/PackageClient.h"
@@ -34,6 +35,7 @@ int main(int argc, char* argv[])
     const QApplication application(argc, argv);
     if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
         QApplication::setStyle(style);
+    QApplication::setPalette(duskPalette());
     setNames();
     writeLauncherPath();
     if (tryDevAutoplay())
