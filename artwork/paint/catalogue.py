@@ -3,6 +3,8 @@
 from dataclasses import dataclass
 from typing import Callable, Optional, Sequence
 
+from news import NEWS
+
 from . import controls, fit, frames, logos, scene
 
 LAUNCHER = "resources/images/launcher/"
@@ -148,3 +150,9 @@ def pictures():
     yield from launcher()
     yield from icons()
     yield WindowsIcon("resources/icon/vornak-launcher.ico", (256, 256), None, "Vornak launcher", [], None)
+    yield from news()
+
+
+def news():
+    for name, (title, about, paint) in NEWS.items():
+        yield Picture(f"tools/democlient/images/news/{name}.png", (80, 80), None, title, [about], paint)
