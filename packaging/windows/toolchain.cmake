@@ -37,9 +37,6 @@ endif()
 set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${host_triplet}/cmake CACHE PATH "")
 
 # Tests are Windows programs as well.
-find_program(WINE_PROGRAM NAMES wine64 PATHS /usr/lib/wine)
-if(WINE_PROGRAM)
-    set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE_PROGRAM})
-endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run-program)
 
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")

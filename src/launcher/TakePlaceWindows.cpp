@@ -3,6 +3,7 @@
 #include "package/WindowsFiles.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -23,6 +24,9 @@ QString unusedAsideName(const QString& path)
 /// once and all of it tried again, and not waited for with the file missing.
 FileAttempt swapByRenaming(const QString& fresh, const QString& destination)
 {
+    // A folder can be renamed as well; nobody would ever put it back.
+    if (QFileInfo(destination).isDir())
+        return FileAttempt::Failed;
     const QString aside = unusedAsideName(destination);
     const FileAttempt moved = windowsfiles::moveAside(destination, aside);
     if (moved != FileAttempt::Done)
