@@ -1,11 +1,16 @@
 #include "launcher/ProgramFiles.h"
 
+#include "launcher/ProgramFileNames.h"
+#include "launcher/TakePlace.h"
+#include "package/SafePath.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
-#include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -16,27 +21,14 @@ bool isInstallationRecord(const QString& relative)
            relative == QLatin1StringView("assets.json.sha256");
 }
 
-// rename(2) replaces a file in one step and leaves a running program its old one.
-bool replaceByRename(const QString& source, const QString& destination)
+QString freshName(const QString& path)
 {
-    return ::rename(QFile::encodeName(source).constData(),
-                    QFile::encodeName(destination).constData()) == 0;
+    return path + QLatin1StringView(VORNAK_FRESH_SUFFIX);
 }
 
-bool replaceProgramFile(const QString& source, const QString& destination)
-{
-    QDir().mkpath(QFileInfo(destination).path());
-    const QString fresh = destination + QLatin1StringView(".new");
-    QFile::remove(fresh);
-    if (QFile::copy(source, fresh) && replaceByRename(fresh, destination))
-        return true;
-    QFile::remove(fresh);
-    return false;
-}
-
-} // namespace
-
-bool copyProgramFiles(const QString& source, const QString& destination, QString* error)
+/// Calls `visit` with every file to copy and its destination until it returns false.
+bool forEachProgramFile(const QString& source, const QString& destination,
+                        const std::function<bool(const QString&, const QString&)>& visit)
 {
     const QDir from(source);
     const QDir to(destination);
@@ -44,13 +36,89 @@ bool copyProgramFiles(const QString& source, const QString& destination, QString
     while (files.hasNext()) {
         const QString file = files.next();
         const QString relative = from.relativeFilePath(file);
-        if (isInstallationRecord(relative))
-            continue;
-        const QString target = to.filePath(relative);
-        if (!replaceProgramFile(file, target)) {
-            *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
+        if (!isInstallationRecord(relative) && !visit(file, to.filePath(relative)))
             return false;
-        }
     }
     return true;
+}
+
+// QFile::copy() leaves it to the system when the bytes reach the disk; after a power failure the
+// name would be the new one's and the file empty. QSaveFile waits for the disk.
+bool copyToDisk(const QString& from, const QString& to)
+{
+    constexpr qint64 slice = 0x100000;
+    QFile in(from);
+    QSaveFile out(to);
+    if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly))
+        return false;
+    while (!in.atEnd()) {
+        const QByteArray bytes = in.read(slice);
+        if (bytes.isEmpty() || out.write(bytes) != bytes.size())
+            return false;
+    }
+    out.setPermissions(in.permissions());
+    return out.commit();
+}
+
+bool replaceProgramFile(const QString& source, const QString& destination, const TurnFunction& turn)
+{
+    QDir().mkpath(QFileInfo(destination).path());
+    const QString fresh = freshName(destination);
+    if (copyToDisk(source, fresh) && takePlace(fresh, destination, turn))
+        return true;
+    QFile::remove(fresh);
+    return false;
+}
+
+/// The files that bear the name of `path` and a suffix of files moved aside, newest first.
+QStringList filesAside(const QString& path)
+{
+    const QFileInfo info(path);
+    QStringList found;
+    const QString start = info.fileName() + QLatin1StringView(VORNAK_ASIDE_SUFFIX);
+    const QDir folder = info.dir();
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Time)) {
+        if (name.startsWith(start))
+            found.append(folder.filePath(name));
+    }
+    return found;
+}
+
+void settleProgramFile(const QString& path)
+{
+    QFile::remove(freshName(path));
+    for (const QString& aside : filesAside(path)) {
+        // rename() does nothing when there is a file already.
+        if (!QFile::rename(aside, path))
+            QFile::remove(aside);
+    }
+}
+
+} // namespace
+
+QString selfUpdateFolder(const QString& dataFolder)
+{
+    return pathBelowFolder(dataFolder, QStringLiteral("self-update"));
+}
+
+bool copyProgramFiles(const QString& source, const QString& destination, QString* error,
+                      const TurnFunction& turn)
+{
+    return forEachProgramFile(
+        source, destination, [error, &turn](const QString& file, const QString& target) {
+            if (replaceProgramFile(file, target, turn))
+                return true;
+            *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
+            return false;
+        });
+}
+
+void settleProgramFiles(const QString& source, const QString& destination)
+{
+    if (source.isEmpty())
+        return;
+    forEachProgramFile(source, destination, [](const QString&, const QString& target) {
+        settleProgramFile(target);
+        return true;
+    });
 }
