@@ -33,14 +33,15 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     QDir(target).removeRecursively();
     QString error;
     if (!packageClient->installPackage(selected->url, launcher, target, &error)) {
-        statusLabel->setText(error);
+        showStatus(error);
         return false;
     }
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
     EventLoopPacer pacer;
-    if (!copyProgramFiles(target, folder, &error, [&pacer] { return pacer.turnIfDue(); })) {
-        statusLabel->setText(error);
+    if (!copyProgramFiles(target, folder, launcher.executable, &error,
+                          [&pacer] { return pacer.turnIfDue(); })) {
+        showStatus(error);
         return false;
     }
     if (program.isEmpty())
