@@ -39,7 +39,8 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
     EventLoopPacer pacer;
-    if (!copyProgramFiles(target, folder, &error, [&pacer] { return pacer.turnIfDue(); })) {
+    if (!copyProgramFiles(target, folder, launcher.executable, &error,
+                          [&pacer] { return pacer.turnIfDue(); })) {
         showStatus(error);
         return false;
     }

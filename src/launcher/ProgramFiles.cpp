@@ -10,7 +10,8 @@
 #include <QFileInfo>
 #include <QSaveFile>
 
-#include <functional>
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -26,20 +27,18 @@ QString freshName(const QString& path)
     return path + QLatin1StringView(VORNAK_FRESH_SUFFIX);
 }
 
-/// Calls `visit` with every file to copy and its destination until it returns false.
-bool forEachProgramFile(const QString& source, const QString& destination,
-                        const std::function<bool(const QString&, const QString&)>& visit)
+/// Relative paths of the files to copy.
+QStringList programFiles(const QString& source)
 {
     const QDir from(source);
-    const QDir to(destination);
+    QStringList found;
     QDirIterator files(source, QDir::Files, QDirIterator::Subdirectories);
     while (files.hasNext()) {
-        const QString file = files.next();
-        const QString relative = from.relativeFilePath(file);
-        if (!isInstallationRecord(relative) && !visit(file, to.filePath(relative)))
-            return false;
+        const QString relative = from.relativeFilePath(files.next());
+        if (!isInstallationRecord(relative))
+            found.append(relative);
     }
-    return true;
+    return found;
 }
 
 // QFile::copy() leaves it to the system when the bytes reach the disk; after a power failure the
@@ -101,24 +100,27 @@ QString selfUpdateFolder(const QString& dataFolder)
     return pathBelowFolder(dataFolder, QStringLiteral("self-update"));
 }
 
-bool copyProgramFiles(const QString& source, const QString& destination, QString* error,
-                      const TurnFunction& turn)
+bool copyProgramFiles(const QString& source, const QString& destination, const QString& executable,
+                      QString* error, const TurnFunction& turn)
 {
-    return forEachProgramFile(
-        source, destination, [error, &turn](const QString& file, const QString& target) {
-            if (replaceProgramFile(file, target, turn))
-                return true;
-            *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
-            return false;
-        });
+    QStringList files = programFiles(source);
+    std::stable_partition(files.begin(), files.end(), [&executable](const QString& file) {
+        return file != QDir::cleanPath(executable);
+    });
+    for (const QString& file : std::as_const(files)) {
+        const QString target = QDir(destination).filePath(file);
+        if (replaceProgramFile(QDir(source).filePath(file), target, turn))
+            continue;
+        *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
+        return false;
+    }
+    return true;
 }
 
 void settleProgramFiles(const QString& source, const QString& destination)
 {
     if (source.isEmpty())
         return;
-    forEachProgramFile(source, destination, [](const QString&, const QString& target) {
-        settleProgramFile(target);
-        return true;
-    });
+    for (const QString& file : programFiles(source))
+        settleProgramFile(QDir(destination).filePath(file));
 }

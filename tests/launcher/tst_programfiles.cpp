@@ -79,6 +79,7 @@ private Q_SLOTS:
     void keepsThePermissions();
     void replacesTheProgramThatRuns();
     void keepsEveryFileThatItCannotReplace();
+    void replacesTheExecutableLast();
     void clearsUpAfterReplacingARunningProgram();
     void settlesWhatAKilledReplacementLeftBehind_data();
     void settlesWhatAKilledReplacementLeftBehind();
@@ -113,7 +114,7 @@ void TestProgramFiles::replacesAndAddsFilesAtTheirRelativePaths()
     write(program(QStringLiteral("a")), "old a, longer than the new one");
     write(program(QStringLiteral("mine")), "mine");
     QString error;
-    QVERIFY(copyProgramFiles(source(), program(), &error));
+    QVERIFY(copyProgramFiles(source(), program(), programName, &error));
     QCOMPARE(read(program(QStringLiteral("a"))), QByteArray("new a"));
     QCOMPARE(read(program(QStringLiteral("deep/er/b"))), QByteArray("new b"));
     QCOMPARE(read(program(QStringLiteral("mine"))), QByteArray("mine"));
@@ -129,7 +130,7 @@ void TestProgramFiles::leavesTheInstallationsRecordsAlone()
     write(source(QStringLiteral("data/package.json")), "a file like any other");
     write(program(QStringLiteral("package.json")), "mine");
     QString error;
-    QVERIFY(copyProgramFiles(source(), program(), &error));
+    QVERIFY(copyProgramFiles(source(), program(), programName, &error));
     QCOMPARE(read(program(QStringLiteral("package.json"))), QByteArray("mine"));
     QCOMPARE(names(program()),
              QStringList({QStringLiteral("data"), QStringLiteral("package.json")}));
@@ -148,7 +149,7 @@ void TestProgramFiles::keepsThePermissions()
                              QFileDevice::WriteUser | QFileDevice::ExeUser;
     QVERIFY(QFile::setPermissions(source(QStringLiteral("tool")), permissions));
     QString error;
-    QVERIFY(copyProgramFiles(source(), program(), &error));
+    QVERIFY(copyProgramFiles(source(), program(), programName, &error));
     QCOMPARE(QFile::permissions(program(QStringLiteral("tool"))), permissions);
 }
 
@@ -158,7 +159,7 @@ void TestProgramFiles::replacesTheProgramThatRuns()
     QVERIFY(running.runs());
     write(source(programName), "new");
     QString error;
-    QVERIFY2(copyProgramFiles(source(), program(), &error), qPrintable(error));
+    QVERIFY2(copyProgramFiles(source(), program(), programName, &error), qPrintable(error));
     QVERIFY(running.runs());
     QCOMPARE(read(program(programName)), QByteArray("new"));
 }
@@ -169,11 +170,29 @@ void TestProgramFiles::keepsEveryFileThatItCannotReplace()
     write(source(QStringLiteral("a")), "new");
     write(program(QStringLiteral("a/file")), "old");
     QString error;
-    QVERIFY(!copyProgramFiles(source(), program(), &error));
+    QVERIFY(!copyProgramFiles(source(), program(), programName, &error));
     QCOMPARE(error, QStringLiteral("Failed to create folder: '%1'.")
                         .arg(QDir(program()).filePath(QStringLiteral("a"))));
     QCOMPARE(read(program(QStringLiteral("a/file"))), QByteArray("old"));
     QCOMPARE(names(program()), QStringList(QStringLiteral("a")));
+}
+
+void TestProgramFiles::replacesTheExecutableLast()
+{
+    for (const auto* name : {"a", "b/program", "z"}) {
+        write(source(QLatin1StringView(name)), "new");
+        write(program(QLatin1StringView(name)), "old");
+    }
+    write(source(QStringLiteral("c")), "new");
+    write(program(QStringLiteral("c/in the way")), "old");
+    for (const auto* executable : {"a", "b/program", "z"}) {
+        QString error;
+        QVERIFY(!copyProgramFiles(source(), program(), QLatin1StringView(executable), &error));
+        QCOMPARE(read(program(QLatin1StringView(executable))), QByteArray("old"));
+        // What another round put there in the meantime.
+        for (const auto* name : {"a", "b/program", "z"})
+            write(program(QLatin1StringView(name)), "old");
+    }
 }
 
 void TestProgramFiles::clearsUpAfterReplacingARunningProgram()
@@ -182,7 +201,7 @@ void TestProgramFiles::clearsUpAfterReplacingARunningProgram()
     QVERIFY(running.runs());
     write(source(programName), "new");
     QString error;
-    QVERIFY(copyProgramFiles(source(), program(), &error));
+    QVERIFY(copyProgramFiles(source(), program(), programName, &error));
     settleProgramFiles(source(), program());
     QCOMPARE(read(program(programName)), QByteArray("new"));
     running.end();
