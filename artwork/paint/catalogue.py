@@ -3,7 +3,11 @@
 from dataclasses import dataclass
 from typing import Callable, Optional, Sequence
 
-from . import fit
+from news import NEWS
+
+from . import controls, fit, frames, logos, scene
+
+LAUNCHER = "resources/images/launcher/"
 
 
 @dataclass
@@ -14,85 +18,141 @@ class Picture:
     title: str
     about: Sequence[str]
     paint: Callable
-    colours: Optional[int] = None
 
-    def render(self):
-        rgba = self.paint()
+    def checked(self, rgba):
         if rgba.shape != (self.pixels[1], self.pixels[0], 4):
             raise fit.DoesNotFit(f"painted {rgba.shape}, wanted {self.pixels}")
-        try:
-            return fit.png(rgba, self.size, self.title, self.about, self.colours)
-        except fit.DoesNotFit:
-            return fit.png(rgba, None, self.title, self.about, self.colours)
+        return rgba
+
+    def render(self):
+        return fit.png(self.checked(self.paint()), self.size, self.title, self.about)
 
 
-@dataclass
+class Textured(Picture):
+    """A picture whose grain may grow until the file has its size."""
+
+    def render(self):
+        return fit.textured(lambda grain: self.checked(self.paint(grain)), self.size, self.title, self.about)
+
+
 class Photo(Picture):
     def render(self):
         return fit.jpeg(self.paint, self.size, self.title, self.about)
 
 
-def launcher(name, width, height, size, title, about, paint, colours=None):
-    return Picture(
-        f"resources/images/launcher/{name}.png", (width, height), size, title, about, paint, colours
+def small(name, width, height, size, title, about, paint, kind=Picture):
+    return kind(f"{LAUNCHER}{name}.png", (width, height), size, title, about, paint)
+
+
+def buttons():
+    meaning = {
+        "Blue": "The blue button downloads the game for the first time.",
+        "Orange": "The orange button brings the game up to date.",
+        "Green": "The green button starts the game.",
+        "Red": "The red button is a spare of the same family.",
+    }
+    state = {
+        "idle": (2554, "Here it waits: enamel in a bronze rim, lit from above."),
+        "hover": (2471, "Here the pointer is over it: it glows from within and its rim catches fire."),
+        "pressed": (2554, "Here it is held down: it has sunk into its rim and lies in shade."),
+    }
+    for colour, what in meaning.items():
+        for name, (size, how) in state.items():
+            yield small(
+                f"Button_{colour}_{name}", 98, 40, size, f"{colour} button, {name}", [what, how],
+                lambda colour=colour, name=name: controls.button(colour, name),
+            )
+
+
+def launcher():
+    yield Photo(
+        f"{LAUNCHER}BackgroundImage.jpg", (800, 454), 100342, "Quelra at dusk",
+        [
+            "The hold on its crag and the beacon over the valley, after sunset.",
+            "The name stands in the sky, above everything that the window shows.",
+        ],
+        scene.encode,
     )
+    yield small(
+        "QuelraLogo_Classic", 240, 96, 21549, "Quelra",
+        ["The name of the game, cut in bronze, with a spark in place of the last letter's bar."], logos.classic(), Textured,
+    )
+    yield small(
+        "QuelraLogo_UpdatingLauncher", 196, 152, 12803, "Quelra, updating",
+        ["The name under the beacon, and two arrows that chase each other around it."], logos.busy("UPDATING", "updating"), Textured,
+    )
+    yield small(
+        "QuelraLogo_LaunchingClient", 196, 152, 13008, "Quelra, launching",
+        ["The name under the beacon, which sends out its rays."], logos.busy("LAUNCHING", "launching"), Textured,
+    )
+    for name, word, disabled, size in (
+        ("Classic_disabled", "", True, 12668),
+        ("Beta", "BETA", False, 12783),
+        ("Beta_disabled", "BETA", True, 12631),
+        ("Preview", "PREVIEW", False, 13293),
+        ("Preview_disabled", "PREVIEW", True, 12745),
+        ("QT", "QT", False, 12888),
+        ("QT_disabled", "QT", True, 10918),
+        ("Test", "TEST", False, 38978),
+        ("Test_disabled", "TEST", True, 20679),
+    ):
+        title = " ".join(["Quelra", word.title() if len(word) > 2 else word]).strip()
+        yield small(
+            f"QuelraLogo_{name}", 196, 129, size, title + (", disabled" if disabled else ""),
+            ["The beacon in a bronze ring, the name, and the word for the client that it stands for."]
+            + (["Grey and without its light, because it cannot be chosen."] if disabled else []),
+            logos.variant(word, disabled, word == "TEST"), Textured,
+        )
+    yield small("OrlenvikLogo", 168, 36, 1586, "Orlenvik", ["Two ridges with a star between them, and the maker's name."], logos.maker)
+    yield from buttons()
+    for name, size, sign, about in (
+        ("Download", 798, controls.sign_download, "An arrow that falls into a tray."),
+        ("Update", 1024, controls.sign_update, "Two arrows that chase each other round a ring."),
+        ("Play", 773, controls.sign_play, "A pennant that points onward."),
+    ):
+        yield small(f"Icon_{name}", 34, 34, size, name, [about], lambda sign=sign: controls.icon(sign))
+    yield small("ProgressBar_BG", 106, 42, 4221, "Progress trough", ["A dark trough in a thin bronze rim, with a shadow to the lower right."], controls.progress_frame, Textured)
+    yield small("ProgressBar", 1, 37, 236, "Progress", ["One column of embers."], controls.progress_fill)
+    yield small("checkbox-checked", 12, 12, 337, "Checked", ["A box with an ember tick."], lambda: controls.box(True))
+    yield small("checkbox-unchecked", 12, 12, 202, "Unchecked", ["An empty box."], lambda: controls.box(False))
+    yield small("hint-background", 104, 117, 15910, "Hint panel", ["Slate in a bronze rim, with a darker head for the title.", "Its middle repeats without a seam."], frames.hint, Textured)
+    yield small("clientpackage-background", 102, 102, 12904, "Package panel", ["Slate in a bronze rim.", "Its middle repeats without a seam."], frames.package, Textured)
+    yield small("scrollbar-texture-vertical", 12, 96, 2041, "Scroll bar groove", ["A groove worn into slate.", "It repeats from end to end without a seam."], lambda grain=0: controls.groove(min(grain, 40)), Textured)
+    yield small("scrollbar-handle-vertical", 12, 44, 424, "Scroll bar handle", ["A bronze bar."], controls.handle)
+    for way, up, sizes in (("up", True, (332, 329)), ("down", False, (340, 336))):
+        for state, pressed, size in (("up", False, sizes[0]), ("down", True, sizes[1])):
+            yield small(
+                f"scrollbar-button{way}-{state}", 12, 12, size, f"Scroll {way}", ["An arrowhead on slate."],
+                lambda up=up, pressed=pressed: controls.arrow(up, pressed),
+            )
+    for state, size in (("up", 661), ("hover", 678), ("down", 672)):
+        yield small(f"button-close-{state}", 16, 16, size, "Close", ["A round button with a cross."], lambda state=state: controls.close(state))
 
 
-def flat(width, height, rgba):
-    import numpy as np
+def icons():
+    for size in (16, 24, 32, 48, 64, 128, 256):
+        yield Picture(
+            f"resources/icon/vornak-launcher-{size}.png", (size, size), None, "Vornak launcher",
+            ["The first letter of Quelra with a spark in its eye, on a plate of dusk."],
+            lambda size=size: logos.app_icon(size),
+        )
 
-    def paint():
-        picture = np.zeros((height, width, 4), np.uint8)
-        picture[:] = rgba
-        return picture
 
-    return paint
+class WindowsIcon(Picture):
+    """All sizes in one file; the largest as a PNG, the others as plain bitmaps that every shell reads."""
+
+    def render(self):
+        sizes = (16, 24, 32, 48, 64, 128, 256)
+        return fit.ico({size: logos.app_icon(size) for size in sizes}), f"{len(sizes)} sizes"
 
 
 def pictures():
-    import io
+    yield from launcher()
+    yield from icons()
+    yield WindowsIcon("resources/icon/vornak-launcher.ico", (256, 256), None, "Vornak launcher", [], None)
+    yield from news()
 
-    import numpy as np
-    from PIL import Image
 
-    def background(step):
-        ramp = np.linspace([40, 44, 66], [14, 16, 24], 454)[:, None, :].repeat(800, axis=1)
-        grain = np.random.RandomState(7).normal(0, step / 200, ramp.shape)
-        picture = Image.fromarray(np.clip(ramp + grain, 0, 255).astype(np.uint8))
-        out = io.BytesIO()
-        picture.save(out, "JPEG", quality=92, subsampling=0)
-        return out.getvalue()
-
-    yield Photo("resources/images/launcher/BackgroundImage.jpg", (800, 454), 100342, "Quelra at dusk", ["The background of the launcher's window."], background)
-    table = [
-        ("QuelraLogo_Classic", 240, 96, 21549), ("QuelraLogo_UpdatingLauncher", 196, 152, 12803),
-        ("QuelraLogo_LaunchingClient", 196, 152, 13008), ("OrlenvikLogo", 168, 36, 1586),
-        ("Icon_Download", 34, 34, 798), ("Icon_Update", 34, 34, 1024), ("Icon_Play", 34, 34, 773),
-        ("ProgressBar_BG", 106, 42, 4221), ("ProgressBar", 1, 37, 236),
-        ("checkbox-checked", 12, 12, 337), ("checkbox-unchecked", 12, 12, 202),
-        ("hint-background", 104, 117, 15910), ("clientpackage-background", 102, 102, 12904),
-        ("scrollbar-texture-vertical", 12, 96, 2041), ("scrollbar-handle-vertical", 12, 44, 424),
-        ("scrollbar-buttonup-up", 12, 12, 332), ("scrollbar-buttonup-down", 12, 12, 329),
-        ("scrollbar-buttondown-up", 12, 12, 340), ("scrollbar-buttondown-down", 12, 12, 336),
-        ("button-close-up", 16, 16, 661), ("button-close-hover", 16, 16, 678), ("button-close-down", 16, 16, 672),
-    ]
-    for name, size in zip(
-        ("Classic_disabled", "Beta", "Beta_disabled", "Preview", "Preview_disabled", "QT", "QT_disabled", "Test", "Test_disabled"),
-        (12668, 12783, 12631, 13293, 12745, 12888, 10918, 38978, 20679),
-    ):
-        table.append((f"QuelraLogo_{name}", 196, 129, size))
-    for colour in ("Blue", "Orange", "Green", "Red"):
-        for state, size in (("idle", 2554), ("hover", 2471), ("pressed", 2554)):
-            table.append((f"Button_{colour}_{state}", 98, 40, size))
-    tint = {"Blue": (50, 80, 130), "Orange": (150, 90, 40), "Green": (50, 110, 60), "Red": (130, 50, 50)}
-    for name, width, height, size in table:
-        colour = next((c for k, c in tint.items() if k in name), (34, 38, 52))
-        rng = np.random.RandomState(1)
-        grain = max(0, min(8, int((size - 400) / (width * height) * 4)))
-
-        def paint(width=width, height=height, colour=colour, grain=grain):
-            picture = flat(width, height, colour + (255,))()
-            picture[:, :, :3] += rng.randint(0, grain + 1, (height, width, 1)).astype(np.uint8)
-            return picture
-
-        yield launcher(name, width, height, size, "Quelra launcher", ["A first sketch."], paint)
+def news():
+    for name, (title, about, paint) in NEWS.items():
+        yield Picture(f"tools/democlient/images/news/{name}.png", (80, 80), None, title, [about], paint)

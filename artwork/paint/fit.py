@@ -107,10 +107,11 @@ def bare_palette(indices, palette):
     return head, deflated(rows, 1)
 
 
-def quantised(rgba, count):
+def quantised(rgba, count, dither=0.0):
     """Indices and palette of at most `count` colours: median cut, then Lloyd's rounds.
 
     Works on colour multiplied by alpha, so that faint pixels do not eat palette entries.
+    Dither scatters each pixel by so much before it looks for its palette entry.
     """
     flat = rgba.reshape(-1, 4).astype(np.int64)
     flat[flat[:, 3] == 0] = 0
@@ -149,6 +150,11 @@ def quantised(rgba, count):
     plain = np.where(alpha > 0, centres[:, :3] * 255.0 / np.maximum(centres[:, 3:4], 1), 0)
     palette = np.clip(np.rint(np.concatenate([plain, alpha], axis=1)), 0, 255).astype(np.int64)
     palette, merged = np.unique(palette, axis=0, return_inverse=True)
+    if dither:
+        scattered = points[inverse]
+        noise = np.random.RandomState(count).uniform(-dither, dither, scattered.shape)
+        nearest = nearest_centre(scattered + noise * (scattered[:, 3:4] > 0), centres)
+        return merged[nearest].reshape(rgba.shape[:2]).astype(np.uint8), palette
     return merged[nearest][inverse].reshape(rgba.shape[:2]).astype(np.uint8), palette
 
 
@@ -161,21 +167,35 @@ def nearest_centre(points, centres):
     return nearest
 
 
-def levels(rgba, colours):
+def rounded(rgba, step):
+    """Rounds what the eye sees of every channel to a step.
+
+    Faint pixels show little of their colour, so that theirs is rounded most.
+    """
+    alpha = np.rint(rgba[:, :, 3:4] / step) * step
+    alpha = np.clip(np.where(rgba[:, :, 3:4] == 255, 255, alpha), 0, 255)
+    seen = np.rint(rgba[:, :, :3] * (alpha / 255.0) / step) * step
+    plain = np.where(alpha > 0, seen * 255.0 / np.maximum(alpha, 1), 0)
+    return np.clip(np.rint(np.concatenate([plain, alpha], axis=2)), 0, 255).astype(np.uint8)
+
+
+def levels(rgba):
     """Encodings from the best quality to the smallest palette."""
-    if colours is None:
-        yield "every pixel as painted", bare_truecolour(rgba)
-        colours = 256
+    yield "every pixel as painted", bare_truecolour(rgba)
+    if rgba.shape[0] * rgba.shape[1] > 10000:
+        for step in (1, 1.5, 2, 2.5, 3, 3.5, 4, 5, 6, 7, 8):
+            yield f"channels in steps of {step}", bare_truecolour(rounded(rgba, step))
+        for dither in (6, 5, 4, 3, 2, 1):
+            yield f"256 colours, scattered by {dither}", bare_palette(*quantised(rgba, 256, dither))
     for count in (256, 224, 192, 160, 128, 112, 96, 80, 64, 56, 48, 40, 32, 28, 24, 20, 16, 12, 10, 8, 6, 5, 4, 3, 2):
-        if count <= colours:
-            yield f"{count} colours", bare_palette(*quantised(rgba, count))
+        yield f"{count} colours", bare_palette(*quantised(rgba, count))
 
 
-def png(rgba, size, title, about, colours=None):
+def png(rgba, size, title, about):
     """The PNG of exactly `size` bytes (any size when None), and how it was reached."""
     rgba = np.ascontiguousarray(rgba)
     end = chunk(b"IEND", b"")
-    for quality, (head, bodies) in levels(rgba, colours):
+    for quality, (head, bodies) in levels(rgba):
         for body in bodies:
             idat = chunk(b"IDAT", body)
             bare = len(head) + len(idat) + len(end)
@@ -186,6 +206,28 @@ def png(rgba, size, title, about, colours=None):
             if words is not None:
                 return head + text_chunks(words) + idat + end, f"{quality}, {size - bare} of text"
     raise DoesNotFit(f"{title}: not even the smallest palette fits into {size} bytes")
+
+
+def textured(paint, size, title, about):
+    """The PNG of exactly `size` bytes of a picture whose grain may grow or be left away.
+
+    `paint(amount)` gives the picture with more or less grain; the most that fits is taken.
+    A picture that is too large without any is quantised.
+    """
+
+    def bare(amount):
+        head, bodies = bare_truecolour(np.ascontiguousarray(paint(amount)))
+        return len(head) + 12 + len(bodies[0]) + 12
+
+    room = size - 250
+    if bare(0) > room:
+        return png(paint(0), size, title, about)
+    low, high = 0, 128
+    while high - low > 1:
+        middle = (low + high) // 2
+        low, high = (middle, high) if bare(middle) <= room else (low, middle)
+    data, note = png(paint(low), size, title, about)
+    return data, f"grain {low}, {note}"
 
 
 def jpeg(encode, size, title, about):
@@ -211,3 +253,27 @@ def jpeg(encode, size, title, about):
         at += 2 + struct.unpack(">H", picture[at + 2 : at + 4])[0]
     segment = b"\xff\xfe" + struct.pack(">H", len(comment) + 2) + comment
     return picture[:at] + segment + picture[at:], f"step {low}, {room} of comment"
+
+
+def ico(pictures):
+    """A Windows icon: bitmaps with alpha up to 64 pixels, PNGs above."""
+    entries, bodies = b"", b""
+    offset = 6 + 16 * len(pictures)
+    for side, rgba in sorted(pictures.items()):
+        if side > 64:
+            head, idat = bare_truecolour(np.ascontiguousarray(rgba))
+            if rgba[:, :, 3].min() == 255:
+                raise DoesNotFit("an icon without alpha")
+            body = head + chunk(b"IDAT", idat[0]) + chunk(b"IEND", b"")
+        else:
+            bgra = rgba[::-1, :, [2, 1, 0, 3]].tobytes()
+            stride = -(-side // 32) * 4
+            clear = np.zeros((side, stride * 8), np.uint8)
+            clear[:, :side] = rgba[::-1, :, 3] == 0
+            mask = np.packbits(clear, axis=1).tobytes()
+            header_size = 40
+            body = struct.pack("<IiiHHIIiiII", header_size, side, side * 2, 1, 32, 0, len(bgra) + len(mask), 0, 0, 0, 0)
+            body += bgra + mask
+        entries += struct.pack("<BBBBHHII", side % 256, side % 256, 0, 0, 1, 32, len(body), offset + len(bodies))
+        bodies += body
+    return struct.pack("<HHH", 0, 1, len(pictures)) + entries + bodies

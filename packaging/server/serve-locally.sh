@@ -4,7 +4,8 @@
 #     serve-locally.sh CONTENT PORT RUNTIME
 #
 # listens on 127.0.0.1:PORT until it is stopped and keeps its logs, process number and temporary
-# files in the folder RUNTIME. The shell becomes nginx: the caller's child is the server itself.
+# files in the folder RUNTIME. VORNAK_SERVER_RATE, when set, is the most that a connection gets a
+# second, as nginx writes sizes ("3m"): over loopback nobody would see a download. The shell becomes nginx: the caller's child is the server itself.
 set -eu
 
 if [ $# -ne 3 ]; then
@@ -26,6 +27,7 @@ runtime=$(cd "$3" && pwd)
 # Folder names may hold what sed takes for its own.
 quoted() { printf '%s' "$1" | sed 's/[&|\\]/\\&/g'; }
 sed -e "s|@CONTENT@|$(quoted "$content")|" -e "s|@PORT@|$(quoted "$port")|" \
+    -e "s|@RATE@|${VORNAK_SERVER_RATE:+limit_rate $VORNAK_SERVER_RATE;}|" \
     -e "s|@RUNTIME@|$(quoted "$runtime")|g" -e "s|@SITE@|$(quoted "$here/vornak-content.conf")|" \
     "$here/nginx-local.conf.in" >"$runtime/nginx.conf"
 # Root's workers would become another user, who may not read the caller's temporary folders.

@@ -1,7 +1,7 @@
 #include "launcher/LauncherWindow.h"
 
+#include "launcher/ProgramIcon.h"
 #include "launcher/StyleSheet.h"
-#include "launcher/WindowIcon.h"
 #include "package/PackageClient.h"
 
 #include <QKeyEvent>
@@ -15,7 +15,7 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     , packageClient(client)
 {
     setWindowTitle(QStringLiteral("Vornak"));
-    setWindowIcon(windowIcon());
+    setWindowIcon(programIcon());
     setFixedWidth(800);
     setMaximumHeight(600);
     setCentralWidget(new QWidget(this));

@@ -1,6 +1,7 @@
 #include "launcher/FlowGuard.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/ProgramFiles.h"
+#include "package/EventLoopPacer.h"
 #include "package/PackageClient.h"
 #include "package/SafePath.h"
 #include "shared/BuildValues.h"
@@ -25,21 +26,22 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
         return false;
     const OrlPackageDoc launcher = packageClient->fetchPackageDoc(selected->url, nullptr);
     // Without a data folder there is no place for the new launcher; the current one must not be it.
-    const QString target =
-        pathBelowFolder(packageClient->dataFolder(), QStringLiteral("self-update"));
+    const QString target = selfUpdateFolder(packageClient->dataFolder());
     if (launcher.version.isEmpty() || target.isEmpty())
         return false;
 
     QDir(target).removeRecursively();
     QString error;
     if (!packageClient->installPackage(selected->url, launcher, target, &error)) {
-        statusLabel->setText(error);
+        showStatus(error);
         return false;
     }
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
-    if (!copyProgramFiles(target, folder, &error)) {
-        statusLabel->setText(error);
+    EventLoopPacer pacer;
+    if (!copyProgramFiles(target, folder, launcher.executable, &error,
+                          [&pacer] { return pacer.turnIfDue(); })) {
+        showStatus(error);
         return false;
     }
     if (program.isEmpty())

@@ -27,7 +27,7 @@ LauncherBuild readBuild(const QJsonObject& object)
 QList<LauncherBuild> readBuilds(const QJsonObject& owner)
 {
     QList<LauncherBuild> builds;
-    for (const QJsonValue& element : owner.value(QLatin1StringView("builds")).toArray()) {
+    for (const auto& element : owner.value(QLatin1StringView("builds")).toArray()) {
         if (element.isObject())
             builds.append(readBuild(element.toObject()));
     }
@@ -63,7 +63,7 @@ LauncherMetadata readLauncherMetadata(const QByteArray& data, QString* error, bo
     }
     const QJsonObject root = json.object();
     metadata.launcherBuilds = readBuilds(root.value(QLatin1StringView("launcher")).toObject());
-    for (const QJsonValue& element : root.value(QLatin1StringView("packages")).toArray()) {
+    for (const auto& element : root.value(QLatin1StringView("packages")).toArray()) {
         if (element.isObject())
             metadata.packages.append(readPackage(element.toObject()));
     }

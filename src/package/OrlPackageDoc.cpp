@@ -71,7 +71,7 @@ QList<OrlFile> parseFileList(const QJsonArray& array)
 {
     QList<OrlFile> files;
     files.reserve(array.size());
-    for (const QJsonValue& element : array) {
+    for (const auto& element : array) {
         if (element.isObject())
             files.append(parseFileEntry(element.toObject()));
     }

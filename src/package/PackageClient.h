@@ -3,6 +3,7 @@
 #include "package/EventLoopPacer.h"
 #include "package/LauncherMetadata.h"
 #include "package/OrlPackageDoc.h"
+#include "package/VerifiedFiles.h"
 
 #include <QByteArray>
 #include <QList>
@@ -81,7 +82,8 @@ public:
 
     // Installation.
 
-    /// Whether the file on disk has the size and hash of `file`. Reads the whole file.
+    /// Whether the file on disk has the size and hash of `file`. Reads the whole file, unless this
+    /// client has read or written it before and it has not changed since.
     [[nodiscard]] bool isFileInstalled(const OrlFile& file, const QString& folder);
 
     /// Whether a file of the package, taken in list order, is not installed; stops at the first.
@@ -161,4 +163,5 @@ private:
     int m_fileIndex = 0;
     int m_fileCount = 0;
     EventLoopPacer m_pacer;
+    VerifiedFiles m_verified;
 };

@@ -27,7 +27,7 @@ void appendAvailable(QNetworkReply& reply, QByteArray& body)
 
 QUrl PackageClient::resolveUrl(const QUrl& base, const QString& text) const
 {
-    const QUrl url(text, QUrl::TolerantMode);
+    QUrl url(text, QUrl::TolerantMode);
     if (url.isRelative())
         return base.resolved(url);
     if (m_baseUrl.isEmpty())
@@ -44,7 +44,7 @@ QUrl PackageClient::resolveUrl(const QUrl& base, const QString& text) const
 QUrl PackageClient::finalAddress(const QUrl& url) const
 {
     const QUrl base(m_baseUrl, QUrl::TolerantMode);
-    const QUrl address = url.isRelative() ? url : resolveUrl(base, url.toString());
+    QUrl address = url.isRelative() ? url : resolveUrl(base, url.toString());
     return address.isRelative() && !m_baseUrl.isEmpty() ? base.resolved(address) : address;
 }
 

@@ -81,8 +81,12 @@ struct PackageClient::AsyncRun
 
 bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
 {
+    // Files that need no reading take their time too when there are many.
+    if (!m_pacer.turnIfDue())
+        return false;
     const QString path = pathBelowFolder(folder, file.localfile);
-    return !path.isEmpty() && isInstalledAt(path, file, [this] { return m_pacer.turnIfDue(); });
+    return !path.isEmpty() &&
+           isInstalledAt(path, file, m_verified, [this] { return m_pacer.turnIfDue(); });
 }
 
 bool PackageClient::hasMissingFiles(const OrlPackageDoc& package, const QString& folder)
@@ -117,6 +121,7 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
             return false;
         Q_EMIT progress(position.bytes, position.total, position.number, position.count);
     }
+    m_verified.settle();
     return true;
 }
 
@@ -143,6 +148,7 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
         setText(error, storeFailureText(result, file, body, path));
         return false;
     }
+    m_verified.addWritten(path, file.unpackedhash);
     position.bytes = addSizes(position.bytes, accountedSize(file, body));
     return true;
 }
@@ -153,7 +159,7 @@ void PackageClient::startAsync(const QUrl& url, const QList<OrlFile>& files, con
     qint64 sum = 0;
     for (const OrlFile& file : files) {
         const QString path = pathBelowFolder(folder, file.localfile);
-        if (path.isEmpty() || !isInstalledAt(path, file))
+        if (path.isEmpty() || !isInstalledAt(path, file, m_verified))
             sum = addSizes(sum, qMax<qint64>(file.packedsize, 0));
     }
     installFilesAsync(url, files, folder, 0, 0, qMax<qint64>(sum, 1), std::move(done));
@@ -180,7 +186,7 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
             endAsync(*run, false, unwritableText(joinedPath(run->folder, file)));
             return;
         }
-        if (isInstalledAt(path, file)) {
+        if (isInstalledAt(path, file, m_verified)) {
             Q_EMIT progress(run->bytes, run->total, number, count);
             continue;
         }

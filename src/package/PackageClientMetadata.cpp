@@ -68,7 +68,7 @@ QString PackageClient::fetchHintTexts(const QUrl& url, QString* error)
 {
     QStringList texts;
     const QJsonArray elements = hintElements(download(url, error));
-    for (const QJsonValue& element : elements) {
+    for (const auto& element : elements) {
         if (element.isString()) {
             texts.append(element.toString());
         } else if (element.isObject()) {

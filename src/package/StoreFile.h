@@ -1,14 +1,12 @@
 #pragma once
 
 #include "package/OrlPackageDoc.h"
+#include "package/TurnFunction.h"
 
 #include <QByteArray>
 #include <QString>
 
-#include <functional>
-
-/// Called between slices of long work; false stops it.
-using TurnFunction = std::function<bool()>;
+class VerifiedFiles;
 
 enum class StoreResult {
     Stored,
@@ -20,9 +18,9 @@ enum class StoreResult {
     WritingFailed,
 };
 
-/// Whether `path` is a file with the size and SHA-256 that `file` names. Reads it whole, in slices.
-/// False also when `turn` stopped the work.
-[[nodiscard]] bool isInstalledAt(const QString& path, const OrlFile& file,
+/// Whether `path` is a file with the size and SHA-256 that `file` names. Reads it whole, in slices,
+/// unless `verified` knows it. False also when `turn` stopped the work.
+[[nodiscard]] bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& verified,
                                  const TurnFunction& turn = {});
 
 /// Checks a downloaded body, unpacks it, checks the result and puts it in the place of `path`,

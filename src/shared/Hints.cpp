@@ -42,7 +42,7 @@ QList<HintEntry> parseHints(const QByteArray& bytes)
     const QJsonArray elements =
         json.isArray() ? json.array() : json.object().value(QLatin1StringView("hints")).toArray();
     QList<HintEntry> hints;
-    for (const QJsonValue& element : elements) {
+    for (const auto& element : elements) {
         HintEntry hint = readElement(element);
         if (!hint.richText.isEmpty())
             hints.append(std::move(hint));

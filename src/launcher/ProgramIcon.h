@@ -3,4 +3,4 @@
 #include <QIcon>
 
 /// The program's icon in all its sizes.
-[[nodiscard]] QIcon windowIcon();
+[[nodiscard]] QIcon programIcon();

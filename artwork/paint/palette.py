@@ -1,0 +1,16 @@
+"""The one palette. Everything else is mixed from these."""
+
+NIGHT = (9, 10, 16)
+INK = (14, 16, 26)
+SLATE = (30, 33, 48)
+STONE = (58, 61, 78)
+VIOLET = (52, 44, 72)
+MIST = (104, 100, 128)
+BONE = (232, 222, 200)
+BRONZE = (150, 110, 66)
+GOLD = (214, 168, 98)
+EMBER = (232, 124, 48)
+GLOW = (255, 196, 116)
+BLUE = (62, 108, 168)
+GREEN = (72, 134, 74)
+RED = (156, 56, 52)

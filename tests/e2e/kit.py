@@ -1,0 +1,241 @@
+"""What the end-to-end tests stand on: a virtual display, a published content tree, nginx and the real
+launcher, each with folders of its own. Everything is started here and ended here."""
+
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+BIN = pathlib.Path(os.environ["VORNAK_BIN"])
+PATIENCE = 30
+
+
+def wait_for(condition, what, seconds=PATIENCE):
+    """Polls until the condition holds and returns its value; fails the test after a while."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        value = condition()
+        if value:
+            return value
+        time.sleep(0.02)
+    raise AssertionError(f"waited {seconds} s in vain for {what}")
+
+
+class Display:
+    """An X server that nobody sees."""
+
+    def __init__(self):
+        read, write = os.pipe()
+        self.process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", "1024x768x24", "-nolisten", "tcp"],
+            pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as stream:
+            number = stream.readline().strip()
+        if not number:
+            raise RuntimeError("Xvfb did not start; it comes with the Debian package xvfb")
+        self.name = f":{number}"
+
+    def run(self, *words):
+        return subprocess.run(words, env={**os.environ, "DISPLAY": self.name}, text=True,
+                              capture_output=True)
+
+    def windows(self, title):
+        """Numbers of the visible windows with exactly this title."""
+        found = self.run("xdotool", "search", "--onlyvisible", "--name", f"^{title}$")
+        return found.stdout.split()
+
+    def click(self, window, x, y):
+        self.run("xdotool", "mousemove", "--window", window, str(x), str(y), "click", "1")
+
+    def key(self, window, name):
+        self.run("xdotool", "windowfocus", "--sync", window)
+        self.run("xdotool", "key", name)
+
+    def close(self):
+        self.process.terminate()
+        self.process.wait()
+
+
+class Site:
+    """A content tree and the web server in front of it."""
+
+    def __init__(self, folder, rate=None):
+        self.folder = folder
+        self.content = folder / "content"
+        self.server = folder / "server"
+        self.rate = rate
+        self.address = None
+
+    def publish(self, version, files, assets=None, options=()):
+        """Publishes a client of these files (path -> bytes); the demo client itself comes along."""
+        source = pathlib.Path(tempfile.mkdtemp(dir=self.folder, prefix="client-"))
+        program = source / "bin" / "quelra"
+        program.parent.mkdir()
+        shutil.copy(BIN / "quelra-demo-client", program)
+        self._fill(source, files)
+        words = ["package", source, self.content, "--version", version,
+                 "--executable", "bin/quelra", "--quiet", *options]
+        if assets:
+            asset_source = pathlib.Path(tempfile.mkdtemp(dir=self.folder, prefix="assets-"))
+            self._fill(asset_source, assets)
+            words += ["--assets", asset_source]
+        subprocess.run([BIN / "vornak-publish", *words], check=True)
+
+    @staticmethod
+    def _fill(folder, files):
+        for path, data in files.items():
+            target = folder / path
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.write_bytes(data)
+
+    def start(self):
+        words = [ROOT / "packaging/server/serve", self.content, self.server]
+        if self.rate:
+            words.append(self.rate)
+        done = subprocess.run(words, check=True, text=True, capture_output=True)
+        self.address = done.stdout.strip()
+
+    def requests(self):
+        """Paths asked for so far, in order."""
+        log = self.server / "access.log"
+        lines = log.read_text().splitlines() if log.exists() else []
+        return [line.split()[4] for line in lines]
+
+    def forget_requests(self):
+        (self.server / "access.log").write_text("")
+
+    def stop(self):
+        pid = self.server / "nginx.pid"
+        if pid.exists():
+            os.kill(int(pid.read_text()), signal.SIGTERM)
+            wait_for(lambda: not pid.exists(), "nginx to end")
+
+
+class Launcher:
+    """One player's machine: settings, data folder and, when it runs, the launcher."""
+
+    def __init__(self, folder, site, display, binary=None):
+        self.home = folder / "home"
+        self.home.mkdir(exist_ok=True)
+        self.site = site
+        self.display = display
+        self.binary = binary or BIN / "vornak-launcher"
+        self.record_file = folder / "record"
+        self.process = None
+        self.log = folder / "launcher.log"
+
+    @property
+    def data(self):
+        return self.home / "data" / "Vornak" / "Launcher"
+
+    @property
+    def package(self):
+        return self.data / "packages" / "Quelra"
+
+    @property
+    def settings(self):
+        return self.home / "config" / "Vornak" / "Launcher.conf"
+
+    def accept_licence(self):
+        self.settings.parent.mkdir(parents=True, exist_ok=True)
+        self.settings.write_text("[General]\neulaAccepted=true\n")
+
+    def start(self, *arguments, actions="exit:0", **environment):
+        env = {**os.environ,
+               "HOME": str(self.home),
+               "XDG_DATA_HOME": str(self.home / "data"),
+               "XDG_CONFIG_HOME": str(self.home / "config"),
+               "XDG_RUNTIME_DIR": str(self.home),
+               "VORNAK_CDN_URL": self.site.address,
+               "QUELRA_DEMO_RECORD": str(self.record_file),
+               "QUELRA_DEMO_ACTIONS": actions,
+               **environment}
+        if self.display:
+            env |= {"DISPLAY": self.display.name, "QT_QPA_PLATFORM": "xcb"}
+        else:
+            env |= {"QT_QPA_PLATFORM": "offscreen"}
+        # Appended to: a restarted launcher must not wipe what the first one said.
+        with open(self.log, "ab") as log:
+            self.process = subprocess.Popen([self.binary, *arguments], env=env, stdout=log,
+                                            stderr=log, start_new_session=True)
+
+    def window(self):
+        """The launcher's window once it is visible."""
+        return wait_for(lambda: self.display.windows("Vornak"), "the launcher's window")[0]
+
+    def is_hidden(self):
+        return not self.display.windows("Vornak")
+
+    def ended(self, seconds=PATIENCE):
+        """The exit code, once the launcher has ended by itself."""
+        try:
+            return self.process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            raise AssertionError(f"the launcher has not ended after {seconds} s:\n"
+                                 + self.log.read_text()) from None
+
+    def kill(self):
+        if self.process and self.process.poll() is None:
+            os.killpg(self.process.pid, signal.SIGKILL)
+            self.process.wait()
+
+    def marker(self, name):
+        path = self.package / name
+        return path.read_bytes().decode() if path.exists() else None
+
+    def installed(self):
+        """Relative paths and contents of the package folder, markers apart."""
+        markers = {"package.json", "package.json.version", "partial.package.json.version",
+                   "assets.json.sha256"}
+        return {str(path.relative_to(self.package)): path.read_bytes()
+                for path in self.package.rglob("*")
+                if path.is_file() and path.name not in markers}
+
+    def records(self):
+        """What each start of the client was given, in order."""
+        text = self.record_file.read_text() if self.record_file.exists() else ""
+        decoder = json.JSONDecoder()
+        found, position = [], 0
+        while position < len(text):
+            value, position = decoder.raw_decode(text, position)
+            found.append(value)
+            position += len(text[position:]) - len(text[position:].lstrip())
+        return found
+
+
+class EndToEnd(unittest.TestCase):
+    """A folder, a display and a site for each test."""
+
+    rate = None
+    needs_display = True
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="vornak-e2e-")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.display = None
+        if self.needs_display:
+            self.display = Display()
+            self.addCleanup(self.display.close)
+        self.site = Site(self.folder, self.rate)
+        self.addCleanup(self.site.stop)
+        self.launcher = Launcher(self.folder, self.site, self.display)
+        self.addCleanup(self.launcher.kill)
+
+
+def noise(seed, size):
+    """Bytes that no packer makes smaller, the same for the same seed."""
+    import random
+    return random.Random(seed).randbytes(size)
+
+
+def main():
+    unittest.main(verbosity=2, argv=[sys.argv[0], *sys.argv[1:]])
