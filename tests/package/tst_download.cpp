@@ -187,7 +187,9 @@ void DownloadTest::resetInMidBodyFails()
 {
     ScriptedHttpServer server;
     server.route(u"/a"_s, HttpAnswer::resetAfter(page, 10));
-    QVERIFY(Fetch(server.url(u"/a"_s)).failedFor(server.url(u"/a"_s).toString()));
+    // Qt tells some resets from a success by the length alone, which ones depends on the moment.
+    for (int i = 0; i < 30; ++i)
+        QVERIFY(Fetch(server.url(u"/a"_s)).failedFor(server.url(u"/a"_s).toString()));
 }
 
 void DownloadTest::slowBodyArrivesWhole()
