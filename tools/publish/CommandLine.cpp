@@ -75,7 +75,7 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     if (!m_parser.parse(whole + arguments))
         return wrongUsage(m_parser.errorText());
     if (isSet("help")) {
-        QTextStream(stdout) << m_parser.helpText();
+        QTextStream(stdout) << helpText();
         return Done;
     }
     // The command's own name is among the arguments, for the usage line's sake.
@@ -114,6 +114,17 @@ std::optional<int> CommandLine::checkThreads()
             QStringLiteral("--memory must be a number of MiB from %1 on at this level").arg(least));
     m_packing = {*level, {threads, memory * mebibyte}};
     return std::nullopt;
+}
+
+// The parser's own text takes the command for an argument.
+QString CommandLine::helpText() const
+{
+    const QString text = m_parser.helpText();
+    const qsizetype begin = text.indexOf(u'\n');
+    const qsizetype end = text.indexOf(QLatin1StringView("\nArguments:"));
+    return QStringLiteral("Usage: vornak-publish %1 [options] %2")
+               .arg(m_command, m_positional.join(u' ')) +
+           text.mid(begin, end < 0 ? -1 : end - begin);
 }
 
 bool CommandLine::isSet(const char* name) const

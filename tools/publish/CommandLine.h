@@ -56,6 +56,7 @@ public:
 
 private:
     [[nodiscard]] std::optional<int> checkThreads();
+    [[nodiscard]] QString helpText() const;
 
     QString m_command;
     QStringList m_positional;

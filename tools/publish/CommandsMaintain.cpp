@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QLoggingCategory>
+#include <QUrl>
 
 namespace {
 
@@ -89,6 +91,8 @@ int commands::verify(const QStringList& arguments)
     Console console(line.outputMode());
     if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
         return failWith(console, {QStringLiteral("%1: no such folder").arg(line.argument(0))});
+    // Failed downloads are listed as faults; the client's own log would tell them twice.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     const auto source = line.isSet("url") ? webSource(url) : folderSource(line.argument(0));
     VerifyReport report;
     const QStringList faults = ::verify(*source, line.packSettings().limits, console, report);

@@ -1,7 +1,7 @@
 #include "package/PackageClient.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/Verification.h"
 
 #include <QFile>
@@ -14,7 +14,9 @@ class FolderSource : public ContentSource
 public:
     explicit FolderSource(const QString& content)
         : m_tree(content)
-    {}
+    {
+        m_client.setBaseUrl(m_base);
+    }
 
     QByteArray fetch(const QString& address, QString* error) override
     {
@@ -38,19 +40,19 @@ public:
 
 private:
     // What a server would be asked for: absolute addresses move to it by the launcher's rule.
-    static QString servedPath(const QString& address)
+    [[nodiscard]] QString servedPath(const QString& address) const
     {
-        const QString base = QStringLiteral("http://content");
-        PackageClient client(nullptr);
-        client.setBaseUrl(base);
-        const QUrl url = client.resolveUrl(QUrl(base), address);
+        const QUrl url = m_client.resolveUrl(QUrl(m_base), address);
         const QString path = url.path(QUrl::FullyDecoded);
-        return url.toString().startsWith(base + u'/') && staysBelowFolder(path.sliced(1))
+        return url.toString().startsWith(m_base + u'/') && staysBelowFolder(path.sliced(1))
                    ? path
                    : QString();
     }
 
-    ContentTree m_tree;
+    const QString m_base = QStringLiteral("http://content");
+    ContentFolder m_tree;
+    // Only its rule for addresses is used, which any thread may do.
+    PackageClient m_client{nullptr};
 };
 
 class WebSource : public ContentSource

@@ -1,5 +1,5 @@
 #include "package/OrlPackageDoc.h"
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
@@ -168,7 +168,7 @@ private:
         return true;
     }
 
-    ContentTree m_tree;
+    ContentFolder m_tree;
     Progress& m_progress;
     PruneReport& m_report;
     MetadataDocument m_metadata;

@@ -1,4 +1,4 @@
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 
@@ -31,7 +31,7 @@ bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata,
     return true;
 }
 
-bool switchBuild(const ContentTree& tree, MetadataDocument& metadata, const Product& product,
+bool switchBuild(const ContentFolder& tree, MetadataDocument& metadata, const Product& product,
                  const Platform& platform, const QString& version, QString* error)
 {
     const QString folder = product.versionFolder(version) + platform.folderName();
@@ -52,7 +52,7 @@ bool switchBuild(const ContentTree& tree, MetadataDocument& metadata, const Prod
     return true;
 }
 
-bool switchAll(ContentTree& tree, const SwitchRequest& request, QString* error)
+bool switchAll(ContentFolder& tree, const SwitchRequest& request, QString* error)
 {
     const QByteArray old = tree.read(addresses::metadata);
     auto metadata = MetadataDocument::read(old, error);
@@ -78,7 +78,7 @@ bool switchAll(ContentTree& tree, const SwitchRequest& request, QString* error)
 
 QStringList switchVersion(const SwitchRequest& request)
 {
-    ContentTree tree(request.content);
+    ContentFolder tree(request.content);
     if (!tree.exists(addresses::metadata))
         return {QStringLiteral("%1: nothing is published here").arg(request.content)};
     QString error;

@@ -1,5 +1,6 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
+#include "shared/BuildValues.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -49,6 +50,10 @@ int main(int argc, char* argv[])
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
         first == QLatin1StringView("help")) {
         QTextStream(stdout) << helpText();
+        return Done;
+    }
+    if (first == QLatin1StringView("--version")) {
+        QTextStream(stdout) << "vornak-publish " << buildvalues::launcherVersion() << '\n';
         return Done;
     }
     for (const Command& command : commandList) {
