@@ -19,8 +19,9 @@ SUN = (604.0, 236.0)  # where the sun went down
 NAME_TOP, NAME_HEIGHT, NAME_GAP = 10, 28, 48
 EMPTY = 8
 
-# The licence is read on top of the picture, from below the name downwards.
-QUIET_FROM, BRIGHTEST = 42, 0.118
+# The licence is read on top of the picture, from below the name downwards. Its text keeps its
+# contrast up to a luminance of 0.1249; grain and JPEG take up what is left to that.
+QUIET_FROM, BRIGHTEST = 46, 0.110
 
 
 def luminance(colour):
@@ -171,7 +172,7 @@ def paint_land():
     picture.over((116, 62, 62), 0.72 * np.exp(-((warped / 150) ** 2)) * calm)
     picture.over((176, 84, 44), 0.85 * np.exp(-((warped / 84) ** 2)) * calm)
     picture.over((206, 104, 48), 0.7 * np.exp(-((warped / 40) ** 2)))
-    picture.shade(1 - 0.30 * smooth(180, 520, abs(x - 420)) * np.ones_like(y))
+    picture.shade(1 - 0.30 * smooth(180, 520, abs(x - 420)) * calm)
 
     # Long bars of cloud: lit from below near the sun, dark above.
     bars = clouds(WIDTH, HEIGHT, 230, 15, 41, 5) + 0.5 * clouds(WIDTH, HEIGHT, 90, 9, 57, 3)
@@ -267,7 +268,7 @@ def paint_land():
 
 def quieten(colour, y):
     """Holds every pixel below the brightest tone that the licence text can lie on."""
-    limit = np.where(y >= QUIET_FROM - 4, BRIGHTEST, 1.0)
+    limit = np.where(y >= QUIET_FROM - 1, BRIGHTEST, 1.0)
     for _ in range(6):
         light = luminance(colour)
         factor = np.where(light > limit, (limit / np.maximum(light, 1e-9)) ** 0.5, 1.0)
@@ -302,8 +303,8 @@ def background():
     """The painted scene as floats, before it is encoded."""
     land, calm = paint_land()
     _, y = grid(WIDTH, HEIGHT)
-    land.colour = quieten(land.colour, y)
     paint_name(land)
+    land.colour = quieten(land.colour, y)
     return land.colour, calm
 
 

@@ -1,7 +1,7 @@
 #include "launcher/LauncherWindow.h"
 
-#include "launcher/StyleSheet.h"
 #include "launcher/ProgramIcon.h"
+#include "launcher/StyleSheet.h"
 #include "package/PackageClient.h"
 
 #include <QKeyEvent>

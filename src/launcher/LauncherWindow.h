@@ -130,6 +130,8 @@ private:
     void showAbout();
     void showMessage(const QString& text);
     void applyMakerLogoLink();
+    void fitHeight();
+    void showStatus(const QString& text);
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] bool assetsAreCurrent() const;
     [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,

@@ -64,7 +64,7 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
     process->deleteLater();
     setLogo(Classic);
     refreshState();
-    statusLabel->setText(cannotStartText(reason));
+    showStatus(cannotStartText(reason));
 }
 
 void LauncherWindow::onClientFinished(int exitCode, QProcess::ExitStatus exitStatus,
@@ -83,7 +83,7 @@ void LauncherWindow::onClientFinished(int exitCode, QProcess::ExitStatus exitSta
         return;
     }
     refreshState();
-    statusLabel->setText(cannotStartText(QString()));
+    showStatus(cannotStartText(QString()));
 }
 
 void LauncherWindow::onShowRequestPoll(const QString& showRequest)

@@ -150,7 +150,7 @@ void LauncherWindow::runUpdate(bool launchAfter)
     remoteVersion = document.version;
     filesIncomplete = false;
     setBusy(false);
-    statusLabel->clear();
+    showStatus(QString());
     progressBar->hide();
     refreshState();
     if (launchAfter && !packageClient->isQuitting())
@@ -197,7 +197,7 @@ bool LauncherWindow::updateAssets(QString* error)
 void LauncherWindow::endUpdateWithFailure(const QString& error)
 {
     setBusy(false);
-    statusLabel->setText(error);
+    showStatus(error);
     refreshState();
 }
 
@@ -220,7 +220,7 @@ void LauncherWindow::play()
     }
     setLogo(Classic);
     refreshState();
-    statusLabel->setText(cannotStartText());
+    showStatus(cannotStartText());
 }
 
 QString LauncherWindow::packagePath() const

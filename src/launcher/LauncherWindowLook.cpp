@@ -5,9 +5,11 @@
 
 #include <QGroupBox>
 #include <QLabel>
+#include <QLayout>
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -87,6 +89,30 @@ void LauncherWindow::setLogo(int mode)
         logoLabel->setFixedSize(256, 128);
         logoLabel->setText(QStringLiteral("Vornak"));
     }
+    fitHeight();
+}
+
+// A wrapping label asks for a width that breaks even short texts; it gets the text's own as long as
+// that fits the panel. While an update runs it only grows, so that the panel does not twitch with
+// every digit.
+void LauncherWindow::showStatus(const QString& text)
+{
+    constexpr int widest = 420;
+    const int wanted = std::min(statusLabel->fontMetrics().horizontalAdvance(text) + 4, widest);
+    statusLabel->setMinimumWidth(busy ? std::max(statusLabel->minimumWidth(), wanted) : wanted);
+    statusLabel->setText(text);
+    if (!busy)
+        fitHeight();
+}
+
+// A window grows with its contents but does not shrink with them; too high a window would show the
+// name on the background under the panels.
+void LauncherWindow::fitHeight()
+{
+    if (!isVisible() || isMaximized() || isFullScreen())
+        return;
+    centralWidget()->layout()->activate();
+    resize(width(), sizeHint().height());
 }
 
 void LauncherWindow::refreshState()
@@ -102,7 +128,7 @@ void LauncherWindow::refreshState()
     if (busy)
         return;
 
-    statusLabel->clear();
+    showStatus(QString());
     progressBar->hide();
     mainButton->setText(QString());
     if (!document.files.isEmpty())
@@ -115,6 +141,7 @@ void LauncherWindow::refreshState()
     else
         setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
     mainButton->setEnabled(true);
+    fitHeight();
 }
 
 QString LauncherWindow::versionSuffix(const QString& text)

@@ -35,7 +35,7 @@ void LauncherWindow::onProgress(qint64 bytes, qint64 totalBytes)
     if (total > 0)
         progressBar->setValue(
             static_cast<int>(std::clamp<qint64>(percentOf(bytes, total), 0, 100)));
-    statusLabel->setText(etaText(bytes, total, elapsed.elapsed()));
+    showStatus(etaText(bytes, total, elapsed.elapsed()));
 }
 
 QString LauncherWindow::etaText(qint64 bytes, qint64 total, qint64 elapsedMs)

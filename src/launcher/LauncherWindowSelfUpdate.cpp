@@ -33,13 +33,13 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     QDir(target).removeRecursively();
     QString error;
     if (!packageClient->installPackage(selected->url, launcher, target, &error)) {
-        statusLabel->setText(error);
+        showStatus(error);
         return false;
     }
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
     if (!copyProgramFiles(target, folder, &error)) {
-        statusLabel->setText(error);
+        showStatus(error);
         return false;
     }
     if (program.isEmpty())

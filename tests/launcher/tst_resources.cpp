@@ -255,7 +255,8 @@ void ResourcesTest::hintPicturesAreDeliveredWithTheDemo()
         pictures.insert(address.match(hint.richText).captured(1));
     QVERIFY(pictures.size() >= 8);
     for (const QString& picture : pictures) {
-        QImageReader reader(QStringLiteral(VORNAK_RESOURCE_FOLDER "/../tools/democlient") + picture);
+        QImageReader reader(QStringLiteral(VORNAK_RESOURCE_FOLDER "/../tools/democlient") +
+                            picture);
         QVERIFY2(reader.size() == QSize(80, 80), qPrintable(picture));
     }
 }
