@@ -41,11 +41,11 @@ void beginPackage(const OrlPackageDoc& package, const QString& folder)
 
 bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
 {
+    const QByteArray bytes = serializePackageDoc(package);
     QSaveFile document(inFolder(folder, markers::packageDocument));
-    if (!document.open(QIODevice::WriteOnly))
-        return false;
-    document.write(serializePackageDoc(package));
-    return document.commit();
+    // Through Qt's buffer a full disk would show nowhere, and half a document would be committed.
+    return document.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+           document.write(bytes) == bytes.size() && document.commit();
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)

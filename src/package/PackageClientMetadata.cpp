@@ -13,10 +13,9 @@ void saveCopy(const QByteArray& data, const QString& folder)
 {
     QDir().mkpath(folder);
     QSaveFile file(folder + QLatin1StringView("/launchermetadata.json"));
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(data);
+    // Unbuffered, so that the count tells a full disk.
+    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(data) == data.size())
         file.commit();
-    }
 }
 
 QJsonArray hintElements(const QByteArray& data)
