@@ -1,10 +1,10 @@
 #include "package/Markers.h"
 #include "package/PackageClient.h"
+#include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 namespace {
 
@@ -41,11 +41,7 @@ void beginPackage(const OrlPackageDoc& package, const QString& folder)
 
 bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
 {
-    const QByteArray bytes = serializePackageDoc(package);
-    QSaveFile document(inFolder(folder, markers::packageDocument));
-    // Through Qt's buffer a full disk would show nowhere, and half a document would be committed.
-    return document.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-           document.write(bytes) == bytes.size() && document.commit();
+    return replaceFile(inFolder(folder, markers::packageDocument), serializePackageDoc(package));
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)

@@ -1,18 +1,14 @@
 #include "package/StoreFile.h"
 
+#include "package/ReplaceFile.h"
 #include "package/Sha256.h"
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
-
-#include <algorithm>
 
 namespace {
-
-constexpr qsizetype writeSlice = 0x100000;
 
 SliceFunction turning(const TurnFunction& turn)
 {
@@ -38,24 +34,10 @@ bool unpackAndHash(const QByteArray& body, QByteArray& output, QString& hashText
     return true;
 }
 
-bool writeInSlices(QSaveFile& target, const QByteArray& bytes, const TurnFunction& turn)
-{
-    for (qsizetype offset = 0; offset < bytes.size(); offset += writeSlice) {
-        const qsizetype size = std::min(writeSlice, bytes.size() - offset);
-        if (target.write(bytes.constData() + offset, size) != size)
-            return false;
-        if (turn && !turn())
-            return false;
-    }
-    return true;
-}
-
-bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+bool replaceWithFolders(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
     QDir().mkpath(QFileInfo(path).path());
-    QSaveFile target(path);
-    return target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-           writeInSlices(target, bytes, turn) && target.commit();
+    return replaceFile(path, bytes, turn);
 }
 
 } // namespace
@@ -97,6 +79,6 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return failure(StoreResult::UnpackingFailed);
     if (unpackedHash != file.unpackedhash || output.size() != file.unpackedsize)
         return StoreResult::UnpackedDiffers;
-    return replaceFile(path, output, step) ? StoreResult::Stored
-                                           : failure(StoreResult::WritingFailed);
+    return replaceWithFolders(path, output, step) ? StoreResult::Stored
+                                                  : failure(StoreResult::WritingFailed);
 }

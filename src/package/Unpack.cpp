@@ -49,10 +49,10 @@ public:
         qToLittleEndian(declaredSize, header.data() + propertiesSize);
         m_stream.next_in = reinterpret_cast<const uint8_t*>(header.data());
         m_stream.avail_in = header.size();
-        // liblzma reads nothing at all without room for output, not even a header.
+        // Without room for output the decoder does not even look at the header. It writes none yet.
         uint8_t unused = 0;
         m_stream.next_out = &unused;
-        m_stream.avail_out = sizeof unused;
+        m_stream.avail_out = 1;
         // A property byte or dictionary that cannot be used shows here, before any output.
         if (lzma_code(&m_stream, LZMA_RUN) != LZMA_OK || m_stream.avail_in != 0)
             return false;

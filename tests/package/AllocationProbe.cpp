@@ -43,28 +43,37 @@ namespace {
 
 #else
 
+#ifdef _WIN32
+// Everything is linked statically, and the linker's --wrap sends all calls here.
+#define HEAP(function) __real_##function
+#define PROBE(function) __wrap_##function
+#else
 // glibc's own names for its heap; what the program defines here is what all libraries call.
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* memory, std::size_t size);
+#define HEAP(function) __libc_##function
+#define PROBE(function) function
+#endif
 
-void* malloc(std::size_t size)
+extern "C" {
+void* HEAP(malloc)(std::size_t size);
+void* HEAP(calloc)(std::size_t count, std::size_t size);
+void* HEAP(realloc)(void* memory, std::size_t size);
+
+void* PROBE(malloc)(std::size_t size)
 {
     note(size);
-    return __libc_malloc(size);
+    return HEAP(malloc)(size);
 }
 
-void* calloc(std::size_t count, std::size_t size)
+void* PROBE(calloc)(std::size_t count, std::size_t size)
 {
     note(count * size);
-    return __libc_calloc(count, size);
+    return HEAP(calloc)(count, size);
 }
 
-void* realloc(void* memory, std::size_t size)
+void* PROBE(realloc)(void* memory, std::size_t size)
 {
     note(size);
-    return __libc_realloc(memory, size);
+    return HEAP(realloc)(memory, size);
 }
 }
 

@@ -1,0 +1,480 @@
+#include "launcher/FlowFixture.h"
+#include "support/IsolatedHome.h"
+#include "support/MessageCapture.h"
+
+#include <QApplication>
+#include <QSettings>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+class FlowTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void asksForDocumentsInTheirOrder();
+    void offersDownloadThenPlay();
+    void reportsMissingConfiguration();
+    void reportsConfigurationWithoutPackages();
+    void reportsMissingBuild();
+    void usesTheFirstPackageOnly();
+    void emptyFolderNameMeansQuelra();
+    void logoLinkFollowsHttpAddressesOnly_data();
+    void logoLinkFollowsHttpAddressesOnly();
+    void offersUpdateForAnotherVersionAndInstallsIt();
+    void offersUpdateForADamagedFile();
+    void offersUpdateForStaleAssets();
+    void installsAutomaticallyOnlyWhenNothingIsInstalled();
+    void failedUpdateWipesItsMessageAndKeepsTheOldVersion();
+    void missingAssetListIsAFailureWithoutAMarker_data();
+    void missingAssetListIsAFailureWithoutAMarker();
+    void installsAssetsAfterThePackage();
+    void unreachableVersionIsNeverUpToDate();
+    void clickDuringAFlowDoesNothing();
+    void progressShowsWhileAnUpdateRuns();
+    void folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data();
+    void folderNameThatLeavesItsFolderIsNeitherReadNorWritten();
+    void executableThatLeavesItsFolderCountsAsMissing_data();
+    void executableThatLeavesItsFolderCountsAsMissing();
+    void missingExecutableSaysSo();
+    void playTellsTheVersionOfTheInstalledDocument();
+    void spritePacksAreFoundByTheirFolder();
+    void devBuildNeverReplacesItself();
+    void closingTheWindowEndsTheFlowWithinASecond_data();
+    void closingTheWindowEndsTheFlowWithinASecond();
+};
+
+void FlowTest::asksForDocumentsInTheirOrder()
+{
+    FlowFixture fixture;
+    fixture.tree.assetsIdentity = u"a1"_s;
+    fixture.tree.addAsset(u"asset.bin"_s, "asset");
+    fixture.publishAndLoad();
+    const QStringList documents{
+        ContentTree::metadataPath, ContentTree::versionPath, ContentTree::assetsVersionPath,
+        ContentTree::packagePath,  ContentTree::hintsPath,
+    };
+    QCOMPARE(fixture.server.paths(), documents);
+    QCOMPARE(fixture.server.mostTransfers(), 1);
+
+    fixture.server.clearLog();
+    fixture.click();
+    QStringList installation;
+    for (const OrlFile& file : fixture.tree.package.files)
+        installation.append(fixture.tree.packedPath(file));
+    installation.append(ContentTree::assetsVersionPath);
+    installation.append(ContentTree::assetsPath);
+    installation.append(fixture.tree.packedPath(fixture.tree.assets.first()));
+    QCOMPARE(fixture.server.paths(), installation);
+    QCOMPARE(fixture.server.mostTransfers(), 1);
+}
+
+void FlowTest::offersDownloadThenPlay()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.mode(), u"Download"_s);
+    QCOMPARE(fixture.find<QLabel>("versionLabel")->text(), u"1.0.0"_s);
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.status(), QString());
+    QVERIFY(fixture.find<QProgressBar>("progressBar")->isHidden());
+    QCOMPARE(fixture.installed("data.bin"), fixture.data);
+    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
+    QVERIFY(!fixture.clientHasStarted());
+    fixture.click();
+    QTRY_VERIFY(fixture.clientHasStarted());
+}
+
+void FlowTest::reportsMissingConfiguration()
+{
+    FlowFixture fixture;
+    fixture.window().loadConfiguration();
+    QVERIFY2(fixture.message().startsWith(u"Download failed: "_s), qPrintable(fixture.message()));
+    QCOMPARE(fixture.server.paths(), QStringList{ContentTree::metadataPath});
+    fixture.server.route(ContentTree::metadataPath, QByteArray("not JSON"));
+    fixture.window().loadConfiguration();
+    QCOMPARE(fixture.message(),
+             u"JSON package configuration file could not be parsed, using default package."_s);
+}
+
+void FlowTest::reportsConfigurationWithoutPackages()
+{
+    FlowFixture fixture;
+    fixture.server.route(ContentTree::metadataPath, QByteArray("{}"));
+    fixture.window().loadConfiguration();
+    QCOMPARE(fixture.message(), u"Download of main configuration failed:"_s);
+    QCOMPARE(fixture.mode(), u"Download"_s);
+}
+
+void FlowTest::reportsMissingBuild()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().builds.first().os = u"Windows"_s;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.message(), u"Could not determine patch information. Your client might no "
+                                u"longer be supported."_s);
+    QCOMPARE(fixture.server.paths(), QStringList{ContentTree::metadataPath});
+}
+
+void FlowTest::usesTheFirstPackageOnly()
+{
+    FlowFixture fixture;
+    LauncherPackage second = fixture.tree.metadata.packages.first();
+    second.directoryname = u"Second"_s;
+    fixture.tree.metadata.packages.append(second);
+    fixture.tree.metadata.packages.first().directoryname = u"First"_s;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.window().packagePath(), fixture.dataFolder() + u"/packages/First"_s);
+}
+
+void FlowTest::emptyFolderNameMeansQuelra()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().directoryname.clear();
+    fixture.publishAndLoad();
+    fixture.click();
+    QCOMPARE(fixture.window().packagePath(), fixture.dataFolder() + u"/packages/Quelra"_s);
+    QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
+}
+
+void FlowTest::logoLinkFollowsHttpAddressesOnly_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("link");
+    const QString built = u"https://www.vornak.example"_s;
+    QTest::newRow("https") << u"https://a.example/x y"_s << u"https://a.example/x%20y"_s;
+    QTest::newRow("http") << u"http://a.example"_s << u"http://a.example"_s;
+    QTest::newRow("capitals") << u"HTTP://a.example"_s << u"http://a.example"_s;
+    QTest::newRow("ftp") << u"ftp://a.example"_s << built;
+    QTest::newRow("script") << u"javascript:alert(1)"_s << built;
+    QTest::newRow("file") << u"file:///etc/passwd"_s << built;
+    QTest::newRow("invalid") << u"http://[broken"_s << built;
+    QTest::newRow("none") << QString() << built;
+}
+
+void FlowTest::logoLinkFollowsHttpAddressesOnly()
+{
+    QFETCH(QString, target);
+    QFETCH(QString, link);
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().logolinktarget = target;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.find<QLabel>("makerLogoLabel")->text(),
+             u"<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>"_s.arg(link));
+}
+
+void FlowTest::offersUpdateForAnotherVersionAndInstallsIt()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    fixture.tree.package.version = u"1.1.0"_s;
+    fixture.tree.addFile(u"new.bin"_s, "new");
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.mode(), u"Update"_s);
+    fixture.server.clearLog();
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.window().installedVersion(), u"1.1.0"_s);
+    QCOMPARE(fixture.server.paths(),
+             QStringList{fixture.tree.packedPath(fixture.tree.package.files.last())});
+}
+
+void FlowTest::offersUpdateForADamagedFile()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    QByteArray damaged = fixture.data;
+    damaged[5] = static_cast<char>(damaged.at(5) ^ 1);
+    fixture.install(u"data.bin"_s, damaged);
+    fixture.window().loadConfiguration();
+    QCOMPARE(fixture.mode(), u"Update"_s);
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.installed("data.bin"), fixture.data);
+}
+
+void FlowTest::offersUpdateForStaleAssets()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    fixture.tree.assetsIdentity = u"a1"_s;
+    fixture.tree.addAsset(u"asset.bin"_s, "asset");
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.mode(), u"Update"_s);
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.installed("assets.json.sha256"), QByteArray("a1"));
+    QCOMPARE(fixture.installed("asset.bin"), QByteArray("asset"));
+}
+
+void FlowTest::installsAutomaticallyOnlyWhenNothingIsInstalled()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().installautomatically = true;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QVERIFY(!fixture.clientHasStarted());
+
+    fixture.tree.package.version = u"1.1.0"_s;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
+    QCOMPARE(fixture.mode(), u"Update"_s);
+}
+
+void FlowTest::failedUpdateWipesItsMessageAndKeepsTheOldVersion()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    fixture.tree.package.version = u"1.1.0"_s;
+    const OrlFile file = fixture.tree.addFile(u"new.bin"_s, "new");
+    fixture.server.route(fixture.tree.packedPath(file), HttpAnswer::error(500));
+    fixture.publishAndLoad();
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Update"_s);
+    QCOMPARE(fixture.status(), QString());
+    QVERIFY(fixture.find<QPushButton>("mainButton")->isEnabled());
+    QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
+    QCOMPARE(fixture.installed("partial.package.json.version"), QByteArray("1.1.0"));
+}
+
+void FlowTest::missingAssetListIsAFailureWithoutAMarker_data()
+{
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::newRow("not found") << 404 << QByteArray("gone");
+    QTest::newRow("not JSON") << 200 << QByteArray("<html>");
+    QTest::newRow("an array") << 200 << QByteArray("[]");
+    QTest::newRow("empty") << 200 << QByteArray();
+}
+
+void FlowTest::missingAssetListIsAFailureWithoutAMarker()
+{
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    FlowFixture fixture;
+    fixture.tree.assetsIdentity = u"a1"_s;
+    fixture.tree.addAsset(u"asset.bin"_s, "asset");
+    fixture.publishAndLoad();
+    HttpAnswer answer = HttpAnswer::ok(body);
+    answer.status = status;
+    fixture.server.route(ContentTree::assetsPath, answer);
+    fixture.click();
+    QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
+    QVERIFY(fixture.installed("assets.json.sha256").isNull());
+    QCOMPARE(fixture.mode(), u"Update"_s);
+}
+
+void FlowTest::installsAssetsAfterThePackage()
+{
+    FlowFixture fixture;
+    fixture.tree.assetsIdentity = u"a1"_s;
+    fixture.tree.addAsset(u"asset.bin"_s, "asset");
+    fixture.publishAndLoad();
+    QByteArray versionWhenAssetsWereAskedFor;
+    fixture.server.route(
+        ContentTree::assetsPath, HttpAnswer::ok(assetListJson(fixture.tree.assets)).calling([&] {
+            versionWhenAssetsWereAskedFor = fixture.installed("package.json.version");
+        }));
+    fixture.click();
+    QCOMPARE(versionWhenAssetsWereAskedFor, QByteArray("1.0.0"));
+    QCOMPARE(fixture.mode(), u"Play"_s);
+}
+
+void FlowTest::unreachableVersionIsNeverUpToDate()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    fixture.server.removeRoute(ContentTree::versionPath);
+    fixture.window().loadConfiguration();
+    // What is installed is shown and offered, but a click fetches the document again.
+    QCOMPARE(fixture.find<QLabel>("versionLabel")->text(), u"1.0.0"_s);
+    fixture.server.clearLog();
+    fixture.click();
+    QVERIFY(fixture.server.paths().contains(ContentTree::packagePath));
+    QVERIFY(!fixture.clientHasStarted());
+}
+
+void FlowTest::clickDuringAFlowDoesNothing()
+{
+    FlowFixture fixture;
+    fixture.tree.publish();
+    // While the configuration loads.
+    bool clicked = false;
+    fixture.server.route(ContentTree::versionPath,
+                         HttpAnswer::ok("1.0.0").calling([&fixture, &clicked] {
+                             clicked = true;
+                             fixture.click();
+                         }));
+    fixture.window().loadConfiguration();
+    QVERIFY(clicked);
+    QCOMPARE(fixture.server.count(ContentTree::packagePath), 1);
+    QVERIFY(fixture.window().installedVersion().isEmpty());
+
+    // While an update runs: the button is disabled, and the slot itself does nothing either.
+    int calls = 0;
+    fixture.server.setRequestHook([&fixture, &calls](const QString&) {
+        ++calls;
+        QVERIFY(!fixture.find<QPushButton>("mainButton")->isEnabled());
+        fixture.window().onMainButtonClicked();
+    });
+    fixture.server.clearLog();
+    fixture.click();
+    QCOMPARE(calls, 2);
+    QCOMPARE(fixture.server.paths().size(), 2);
+}
+
+void FlowTest::progressShowsWhileAnUpdateRuns()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    int highest = 0;
+    QString text;
+    connect(&fixture.client(), &PackageClient::progress, &fixture.window(), [&] {
+        auto* bar = fixture.find<QProgressBar>("progressBar");
+        QVERIFY(!bar->isHidden());
+        highest = qMax(highest, bar->value());
+        text = fixture.status();
+    });
+    fixture.click();
+    QCOMPARE(highest, 100);
+    QVERIFY2(text.startsWith(u"ETA 00:00:00 "_s), qPrintable(text));
+}
+
+void FlowTest::folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("up") << u"../outside"_s;
+    QTest::newRow("up behind a folder") << u"a/../../../outside"_s;
+    QTest::newRow("absolute") << QDir::tempPath() + u"/vornak-outside"_s;
+}
+
+void FlowTest::folderNameThatLeavesItsFolderIsNeitherReadNorWritten()
+{
+    QFETCH(QString, name);
+    FlowFixture fixture;
+    const QString outside =
+        QDir::cleanPath(QDir(fixture.dataFolder() + u"/packages"_s).absoluteFilePath(name));
+    QVERIFY(!QFile::exists(outside));
+    testfiles::write(outside + u"/package.json.version"_s, "1.0.0");
+    fixture.tree.metadata.packages.first().directoryname = name;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.window().installedVersion(), QString());
+    QCOMPARE(fixture.mode(), u"Download"_s);
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Download"_s);
+    fixture.window().play();
+    QCOMPARE(fixture.status(), u"Quelra cannot be started"_s);
+    QCOMPARE(testfiles::list(outside), QStringList{u"package.json.version"_s});
+    QCOMPARE(testfiles::read(outside + u"/package.json.version"_s), QByteArray("1.0.0"));
+    QVERIFY(!QFile::exists(u"package.json"_s));
+    QVERIFY(QDir(outside).removeRecursively());
+}
+
+void FlowTest::executableThatLeavesItsFolderCountsAsMissing_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("up") << u"../../program"_s;
+    QTest::newRow("absolute") << QString();
+}
+
+void FlowTest::executableThatLeavesItsFolderCountsAsMissing()
+{
+    QFETCH(QString, name);
+    FlowFixture fixture;
+    const QString outside = fixture.dataFolder() + u"/program"_s;
+    testfiles::write(outside, testclient::programBytes());
+    const auto before = QFile::permissions(outside);
+    fixture.tree.package.executable = name.isEmpty() ? outside : name;
+    fixture.publishAndLoad();
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    fixture.click();
+    QCOMPARE(fixture.status(), u"Quelra cannot be started"_s);
+    QVERIFY(!QFile::exists(testclient::recordPath(outside)));
+    QCOMPARE(QFile::permissions(outside), before);
+}
+
+void FlowTest::missingExecutableSaysSo()
+{
+    FlowFixture fixture;
+    fixture.window().play();
+    QCOMPARE(fixture.status(), u"Quelra cannot be started"_s);
+    QVERIFY(fixture.find<QPushButton>("mainButton")->isEnabled());
+    QCOMPARE(fixture.find<QLabel>("logoLabel")->size(), QSize(240, 96));
+}
+
+void FlowTest::playTellsTheVersionOfTheInstalledDocument()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.click();
+    fixture.install(u"package.json"_s, R"({"version":"7","executable":"bin/client"})");
+    fixture.window().play();
+    QTRY_VERIFY(fixture.clientHasStarted());
+    const auto record = testclient::readRecord(testclient::recordPath(fixture.program()));
+    QCOMPARE(record.environment.value(u"VORNAK_CLIENT_REVISION"_s), u"7"_s);
+    QCOMPARE(record.workingDirectory, fixture.packageFolder());
+}
+
+void FlowTest::spritePacksAreFoundByTheirFolder()
+{
+    FlowFixture fixture;
+    QVERIFY(!fixture.window().hasSpritePacks());
+    fixture.install(u".vornak-sprite-packs/a"_s, "x");
+    QVERIFY(fixture.window().hasSpritePacks());
+}
+
+void FlowTest::devBuildNeverReplacesItself()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.launcherBuilds = fixture.tree.metadata.packages.first().builds;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.server.paths().last(), QString(ContentTree::hintsPath));
+    QVERIFY(!QFile::exists(fixture.dataFolder() + u"/self-update"_s));
+}
+
+void FlowTest::closingTheWindowEndsTheFlowWithinASecond_data()
+{
+    QTest::addColumn<QString>("stalled");
+    QTest::newRow("configuration") << QString(ContentTree::metadataPath);
+    QTest::newRow("version") << QString(ContentTree::versionPath);
+    QTest::newRow("document") << QString(ContentTree::packagePath);
+    QTest::newRow("hints") << QString(ContentTree::hintsPath);
+    QTest::newRow("file") << u"second file"_s;
+}
+
+void FlowTest::closingTheWindowEndsTheFlowWithinASecond()
+{
+    QFETCH(QString, stalled);
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().installautomatically = true;
+    fixture.tree.publish();
+    if (!stalled.startsWith(u'/'))
+        stalled = fixture.tree.packedPath(fixture.tree.package.files.last());
+    QElapsedTimer sinceClosing;
+    fixture.server.route(stalled, HttpAnswer::stall().calling([&fixture, &sinceClosing] {
+        QTimer::singleShot(20, &fixture.window(), [&fixture, &sinceClosing] {
+            sinceClosing.start();
+            fixture.window().close();
+        });
+    }));
+    fixture.window().show();
+    QTimer::singleShot(0, &fixture.window(), &LauncherWindow::loadConfiguration);
+    QTimer::singleShot(20'000, qApp, [] { QCoreApplication::exit(9); });
+    QCOMPARE(QCoreApplication::exec(), 0);
+    QVERIFY2(sinceClosing.elapsed() < 1000, qPrintable(QString::number(sinceClosing.elapsed())));
+    QCOMPARE(fixture.server.paths().last(), stalled);
+    QVERIFY(fixture.installed("package.json.version").isNull());
+    QVERIFY(fixture.installed("package.json").isNull());
+}
+
+VORNAK_WIDGET_TEST_MAIN(FlowTest)
+#include "tst_flow.moc"
