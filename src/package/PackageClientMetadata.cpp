@@ -1,10 +1,10 @@
 #include "package/PackageClient.h"
+#include "package/ReplaceFile.h"
 
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 #include <QStringList>
 
 namespace {
@@ -12,10 +12,8 @@ namespace {
 void saveCopy(const QByteArray& data, const QString& folder)
 {
     QDir().mkpath(folder);
-    QSaveFile file(folder + QLatin1StringView("/launchermetadata.json"));
-    // Unbuffered, so that the count tells a full disk.
-    if (file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(data) == data.size())
-        file.commit();
+    [[maybe_unused]] const bool saved =
+        replaceFile(folder + QLatin1StringView("/launchermetadata.json"), data);
 }
 
 QJsonArray hintElements(const QByteArray& data)
