@@ -9,6 +9,7 @@
 #include <QSaveFile>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -50,12 +51,19 @@ bool writeInSlices(QSaveFile& target, const QByteArray& bytes, const TurnFunctio
     return true;
 }
 
+std::unique_ptr<QSaveFile> openForReplacing(const QString& path)
+{
+    auto target = std::make_unique<QSaveFile>(path);
+    return target->open(QIODevice::WriteOnly | QIODevice::Unbuffered) ? std::move(target) : nullptr;
+}
+
+// Most files go into a folder that is there already; it is made when opening shows that it is not.
 bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
-    QDir().mkpath(QFileInfo(path).path());
-    QSaveFile target(path);
-    return target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-           writeInSlices(target, bytes, turn) && target.commit();
+    auto target = openForReplacing(path);
+    if (!target && QDir().mkpath(QFileInfo(path).path()))
+        target = openForReplacing(path);
+    return target && writeInSlices(*target, bytes, turn) && target->commit();
 }
 
 } // namespace
