@@ -1,6 +1,7 @@
 #include "launcher/FlowGuard.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/ProgramFiles.h"
+#include "package/EventLoopPacer.h"
 #include "package/PackageClient.h"
 #include "package/SafePath.h"
 #include "shared/BuildValues.h"
@@ -25,8 +26,7 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
         return false;
     const OrlPackageDoc launcher = packageClient->fetchPackageDoc(selected->url, nullptr);
     // Without a data folder there is no place for the new launcher; the current one must not be it.
-    const QString target =
-        pathBelowFolder(packageClient->dataFolder(), QStringLiteral("self-update"));
+    const QString target = selfUpdateFolder(packageClient->dataFolder());
     if (launcher.version.isEmpty() || target.isEmpty())
         return false;
 
@@ -38,7 +38,9 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     }
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
-    if (!copyProgramFiles(target, folder, &error)) {
+    EventLoopPacer pacer;
+    if (!copyProgramFiles(target, folder, launcher.executable, &error,
+                          [&pacer] { return pacer.turnIfDue(); })) {
         showStatus(error);
         return false;
     }

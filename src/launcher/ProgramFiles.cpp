@@ -1,11 +1,17 @@
 #include "launcher/ProgramFiles.h"
 
+#include "launcher/ProgramFileNames.h"
+#include "launcher/TakePlace.h"
+#include "package/SafePath.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
-#include <cstdio>
+#include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -16,41 +22,105 @@ bool isInstallationRecord(const QString& relative)
            relative == QLatin1StringView("assets.json.sha256");
 }
 
-// rename(2) replaces a file in one step and leaves a running program its old one.
-bool replaceByRename(const QString& source, const QString& destination)
+QString freshName(const QString& path)
 {
-    return ::rename(QFile::encodeName(source).constData(),
-                    QFile::encodeName(destination).constData()) == 0;
+    return path + QLatin1StringView(VORNAK_FRESH_SUFFIX);
 }
 
-bool replaceProgramFile(const QString& source, const QString& destination)
+/// Relative paths of the files to copy.
+QStringList programFiles(const QString& source)
+{
+    const QDir from(source);
+    QStringList found;
+    QDirIterator files(source, QDir::Files, QDirIterator::Subdirectories);
+    while (files.hasNext()) {
+        const QString relative = from.relativeFilePath(files.next());
+        if (!isInstallationRecord(relative))
+            found.append(relative);
+    }
+    return found;
+}
+
+// QFile::copy() leaves it to the system when the bytes reach the disk; after a power failure the
+// name would be the new one's and the file empty. QSaveFile waits for the disk.
+bool copyToDisk(const QString& from, const QString& to)
+{
+    constexpr qint64 slice = 0x100000;
+    QFile in(from);
+    QSaveFile out(to);
+    if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly))
+        return false;
+    while (!in.atEnd()) {
+        const QByteArray bytes = in.read(slice);
+        if (bytes.isEmpty() || out.write(bytes) != bytes.size())
+            return false;
+    }
+    out.setPermissions(in.permissions());
+    return out.commit();
+}
+
+bool replaceProgramFile(const QString& source, const QString& destination, const TurnFunction& turn)
 {
     QDir().mkpath(QFileInfo(destination).path());
-    const QString fresh = destination + QLatin1StringView(".new");
-    QFile::remove(fresh);
-    if (QFile::copy(source, fresh) && replaceByRename(fresh, destination))
+    const QString fresh = freshName(destination);
+    if (copyToDisk(source, fresh) && takePlace(fresh, destination, turn))
         return true;
     QFile::remove(fresh);
     return false;
 }
 
+/// The files that bear the name of `path` and a suffix of files moved aside, newest first.
+QStringList filesAside(const QString& path)
+{
+    const QFileInfo info(path);
+    QStringList found;
+    const QString start = info.fileName() + QLatin1StringView(VORNAK_ASIDE_SUFFIX);
+    const QDir folder = info.dir();
+    for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Time)) {
+        if (name.startsWith(start))
+            found.append(folder.filePath(name));
+    }
+    return found;
+}
+
+void settleProgramFile(const QString& path)
+{
+    QFile::remove(freshName(path));
+    for (const QString& aside : filesAside(path)) {
+        // rename() does nothing when there is a file already.
+        if (!QFile::rename(aside, path))
+            QFile::remove(aside);
+    }
+}
+
 } // namespace
 
-bool copyProgramFiles(const QString& source, const QString& destination, QString* error)
+QString selfUpdateFolder(const QString& dataFolder)
 {
-    const QDir from(source);
-    const QDir to(destination);
-    QDirIterator files(source, QDir::Files, QDirIterator::Subdirectories);
-    while (files.hasNext()) {
-        const QString file = files.next();
-        const QString relative = from.relativeFilePath(file);
-        if (isInstallationRecord(relative))
+    return pathBelowFolder(dataFolder, QStringLiteral("self-update"));
+}
+
+bool copyProgramFiles(const QString& source, const QString& destination, const QString& executable,
+                      QString* error, const TurnFunction& turn)
+{
+    QStringList files = programFiles(source);
+    std::stable_partition(files.begin(), files.end(), [&executable](const QString& file) {
+        return file != QDir::cleanPath(executable);
+    });
+    for (const QString& file : std::as_const(files)) {
+        const QString target = QDir(destination).filePath(file);
+        if (replaceProgramFile(QDir(source).filePath(file), target, turn))
             continue;
-        const QString target = to.filePath(relative);
-        if (!replaceProgramFile(file, target)) {
-            *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
-            return false;
-        }
+        *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
+        return false;
     }
     return true;
+}
+
+void settleProgramFiles(const QString& source, const QString& destination)
+{
+    if (source.isEmpty())
+        return;
+    for (const QString& file : programFiles(source))
+        settleProgramFile(QDir(destination).filePath(file));
 }

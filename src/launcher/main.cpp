@@ -1,6 +1,7 @@
 #include "launcher/DuskPalette.h"
 #include "launcher/Environment.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/ProgramFiles.h"
 #include "package/PackageClient.h"
 #include "shared/BuildValues.h"
 
@@ -46,6 +47,8 @@ int main(int argc, char* argv[])
     qInfo().noquote() << "launcher CDN:" << base;
     client->setBaseUrl(base);
     client->setDataFolder(dataFolder());
+    settleProgramFiles(selfUpdateFolder(client->dataFolder()),
+                       QCoreApplication::applicationDirPath());
 
     // Never deleted: a client that still runs belongs to the window, and destroying its process
     // object would kill it.

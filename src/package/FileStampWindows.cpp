@@ -1,6 +1,5 @@
 #include "package/FileStamp.h"
-
-#include <QDir>
+#include "package/WindowsFiles.h"
 
 #include <windows.h>
 
@@ -14,22 +13,11 @@ qint64 nanoseconds(qint64 fileTime)
     return (fileTime - epochDifference) * 100;
 }
 
-// The form that has no length limit.
-std::wstring nativePath(const QString& path)
-{
-    const QString full =
-        QDir::toNativeSeparators(QDir::cleanPath(QDir::current().absoluteFilePath(path)));
-    const bool isShare = full.startsWith(QLatin1StringView("\\\\"));
-    return ((isShare ? QLatin1StringView("\\\\?\\UNC") : QLatin1StringView("\\\\?\\")) +
-            (isShare ? full.sliced(1) : full))
-        .toStdWString();
-}
-
 class Handle
 {
 public:
     explicit Handle(const QString& path)
-        : m_handle(CreateFileW(nativePath(path).c_str(), FILE_READ_ATTRIBUTES,
+        : m_handle(CreateFileW(windowsfiles::nativePath(path).c_str(), FILE_READ_ATTRIBUTES,
                                FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
     {}

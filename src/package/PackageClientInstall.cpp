@@ -1,10 +1,10 @@
 #include "package/Markers.h"
 #include "package/PackageClient.h"
+#include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 namespace {
 
@@ -41,11 +41,7 @@ void beginPackage(const OrlPackageDoc& package, const QString& folder)
 
 bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
 {
-    QSaveFile document(inFolder(folder, markers::packageDocument));
-    if (!document.open(QIODevice::WriteOnly))
-        return false;
-    document.write(serializePackageDoc(package));
-    return document.commit();
+    return replaceFile(inFolder(folder, markers::packageDocument), serializePackageDoc(package));
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)

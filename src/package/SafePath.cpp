@@ -50,9 +50,11 @@ bool staysBelowFolder(const QString& relative, PathRules rules)
     for (const QStringView segment : QStringView(relative).split(u'/')) {
         if (segment == QLatin1StringView(".."))
             return false;
-        if (rules == PathRules::Windows && !segment.isEmpty() && !isWindowsSegment(segment))
+        if (segment.isEmpty() || segment == QLatin1StringView("."))
+            continue;
+        if (rules == PathRules::Windows && !isWindowsSegment(segment))
             return false;
-        named = named || (!segment.isEmpty() && segment != QLatin1StringView("."));
+        named = true;
     }
     return named;
 }

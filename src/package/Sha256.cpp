@@ -22,11 +22,27 @@ constexpr int digestSize = 32;
 
 #if defined(Q_OS_WIN)
 
+namespace {
+
+// Opened once and for the whole run: opening it costs more than hashing a small file.
+BCRYPT_ALG_HANDLE sha256Algorithm()
+{
+    static const BCRYPT_ALG_HANDLE algorithm = [] {
+        BCRYPT_ALG_HANDLE handle = nullptr;
+        const auto status =
+            BCryptOpenAlgorithmProvider(&handle, BCRYPT_SHA256_ALGORITHM, nullptr, 0);
+        return BCRYPT_SUCCESS(status) ? handle : nullptr;
+    }();
+    return algorithm;
+}
+
+} // namespace
+
 class Sha256::Engine
 {
 public:
     Engine() { start(); }
-    ~Engine() { BCryptDestroyHash(m_hash); }
+    ~Engine() { destroy(); }
     Q_DISABLE_COPY_MOVE(Engine)
 
     void add(QByteArrayView data)
@@ -54,7 +70,7 @@ public:
 
     void reset()
     {
-        BCryptDestroyHash(m_hash);
+        destroy();
         start();
     }
 
@@ -62,8 +78,14 @@ private:
     void start()
     {
         m_hash = nullptr;
-        m_ok = BCRYPT_SUCCESS(
-            BCryptCreateHash(BCRYPT_SHA256_ALG_HANDLE, &m_hash, nullptr, 0, nullptr, 0, 0));
+        m_ok =
+            BCRYPT_SUCCESS(BCryptCreateHash(sha256Algorithm(), &m_hash, nullptr, 0, nullptr, 0, 0));
+    }
+
+    void destroy()
+    {
+        if (m_hash)
+            BCryptDestroyHash(m_hash);
     }
 
     BCRYPT_HASH_HANDLE m_hash = nullptr;

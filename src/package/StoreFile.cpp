@@ -1,19 +1,14 @@
 #include "package/StoreFile.h"
 
+#include "package/ReplaceFile.h"
 #include "package/Sha256.h"
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
-
-#include <algorithm>
-#include <memory>
 
 namespace {
-
-constexpr qsizetype writeSlice = 0x100000;
 
 SliceFunction turning(const TurnFunction& turn)
 {
@@ -39,31 +34,12 @@ bool unpackAndHash(const QByteArray& body, QByteArray& output, QString& hashText
     return true;
 }
 
-bool writeInSlices(QSaveFile& target, const QByteArray& bytes, const TurnFunction& turn)
+bool replaceWithFolders(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
-    for (qsizetype offset = 0; offset < bytes.size(); offset += writeSlice) {
-        const qsizetype size = std::min(writeSlice, bytes.size() - offset);
-        if (target.write(bytes.constData() + offset, size) != size)
-            return false;
-        if (turn && !turn())
-            return false;
-    }
-    return true;
-}
-
-std::unique_ptr<QSaveFile> openForReplacing(const QString& path)
-{
-    auto target = std::make_unique<QSaveFile>(path);
-    return target->open(QIODevice::WriteOnly | QIODevice::Unbuffered) ? std::move(target) : nullptr;
-}
-
-// Most files go into a folder that is there already; it is made when opening shows that it is not.
-bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
-{
-    auto target = openForReplacing(path);
-    if (!target && QDir().mkpath(QFileInfo(path).path()))
-        target = openForReplacing(path);
-    return target && writeInSlices(*target, bytes, turn) && target->commit();
+    const QString folder = QFileInfo(path).path();
+    if (!QFileInfo::exists(folder))
+        QDir().mkpath(folder);
+    return replaceFile(path, bytes, turn);
 }
 
 } // namespace
@@ -105,6 +81,6 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return failure(StoreResult::UnpackingFailed);
     if (unpackedHash != file.unpackedhash || output.size() != file.unpackedsize)
         return StoreResult::UnpackedDiffers;
-    return replaceFile(path, output, step) ? StoreResult::Stored
-                                           : failure(StoreResult::WritingFailed);
+    return replaceWithFolders(path, output, step) ? StoreResult::Stored
+                                                  : failure(StoreResult::WritingFailed);
 }

@@ -1,16 +1,12 @@
 #pragma once
 
 #include "package/OrlPackageDoc.h"
+#include "package/TurnFunction.h"
 
 #include <QByteArray>
 #include <QString>
 
-#include <functional>
-
 class VerifiedFiles;
-
-/// Called between slices of long work; false stops it.
-using TurnFunction = std::function<bool()>;
 
 enum class StoreResult {
     Stored,

@@ -99,7 +99,7 @@ class Site:
     def start(self):
         words = [ROOT / "packaging/server/serve", self.content, self.server]
         if self.rate:
-            words += ["--rate", self.rate]
+            words.append(self.rate)
         done = subprocess.run(words, check=True, text=True, capture_output=True)
         self.address = done.stdout.strip()
 
@@ -107,7 +107,7 @@ class Site:
         """Paths asked for so far, in order."""
         log = self.server / "access.log"
         lines = log.read_text().splitlines() if log.exists() else []
-        return [line.split('"')[1].split()[1] for line in lines]
+        return [line.split()[4] for line in lines]
 
     def forget_requests(self):
         (self.server / "access.log").write_text("")
@@ -124,7 +124,7 @@ class Launcher:
 
     def __init__(self, folder, site, display, binary=None):
         self.home = folder / "home"
-        self.home.mkdir(exist_ok=True)
+        self.home.mkdir(mode=0o700, exist_ok=True)
         self.site = site
         self.display = display
         self.binary = binary or BIN / "vornak-launcher"

@@ -40,6 +40,7 @@ private Q_SLOTS:
     void missingExecutableSaysSo();
     void playTellsTheVersionOfTheInstalledDocument();
     void spritePacksAreFoundByTheirFolder();
+    void devBuildNeverReplacesItself();
     void closingTheWindowEndsTheFlowWithinASecond_data();
     void closingTheWindowEndsTheFlowWithinASecond();
 };
@@ -429,6 +430,15 @@ void FlowTest::spritePacksAreFoundByTheirFolder()
     QVERIFY(!fixture.window().hasSpritePacks());
     fixture.install(u".vornak-sprite-packs/a"_s, "x");
     QVERIFY(fixture.window().hasSpritePacks());
+}
+
+void FlowTest::devBuildNeverReplacesItself()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.launcherBuilds = fixture.tree.metadata.packages.first().builds;
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.server.paths().last(), QString(ContentTree::hintsPath));
+    QVERIFY(!QFile::exists(fixture.dataFolder() + u"/self-update"_s));
 }
 
 void FlowTest::closingTheWindowEndsTheFlowWithinASecond_data()

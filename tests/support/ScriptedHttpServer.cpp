@@ -8,7 +8,11 @@
 #include <QTimer>
 
 #include <algorithm>
+#ifdef Q_OS_WIN
+#include <winsock2.h>
+#else
 #include <sys/socket.h>
+#endif
 
 struct ScriptedHttpServer::State
 {
@@ -143,7 +147,12 @@ private:
     void reset()
     {
         const linger now{1, 0};
-        ::setsockopt(static_cast<int>(m_socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &now,
+#ifdef Q_OS_WIN
+        const auto descriptor = static_cast<SOCKET>(m_socket->socketDescriptor());
+#else
+        const auto descriptor = static_cast<int>(m_socket->socketDescriptor());
+#endif
+        ::setsockopt(descriptor, SOL_SOCKET, SO_LINGER, reinterpret_cast<const char*>(&now),
                      sizeof now);
         m_socket->abort();
     }

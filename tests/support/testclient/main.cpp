@@ -12,7 +12,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
+#ifdef Q_OS_UNIX
 #include <sys/resource.h>
+#endif
 
 // See tests/support/TestClient.h for what this program is for and what its script can say.
 
@@ -53,8 +55,10 @@ bool create(const QString& path)
 void crash()
 {
     // No core file, and no sanitizer that turns the signal into an exit code.
+#ifdef Q_OS_UNIX
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
+#endif
     std::signal(SIGSEGV, SIG_DFL);
     std::raise(SIGSEGV);
 }

@@ -1,0 +1,42 @@
+# Cross-build for Windows on x86-64 with Debian's mingw-w64 (posix threads, universal names: the
+# compiler's own runtime is linked statically, so that no DLL has to lie beside a program).
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(tool_prefix x86_64-w64-mingw32)
+set(CMAKE_C_COMPILER ${tool_prefix}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${tool_prefix}-g++-posix)
+set(CMAKE_RC_COMPILER ${tool_prefix}-windres)
+
+# Where static Qt and liblzma lie: named by the environment, else what packaging/windows/prefix
+# left in the cache folder. Test compilations of CMake read this file too, hence the cache.
+if(DEFINED ENV{VORNAK_WINDOWS_PREFIX} AND NOT "$ENV{VORNAK_WINDOWS_PREFIX}" STREQUAL "")
+    set(default_prefix "$ENV{VORNAK_WINDOWS_PREFIX}")
+elseif(DEFINED ENV{VORNAK_CACHE} AND NOT "$ENV{VORNAK_CACHE}" STREQUAL "")
+    set(default_prefix "$ENV{VORNAK_CACHE}/windows-prefix")
+else()
+    set(default_prefix "$ENV{HOME}/.cache/vornak/windows-prefix")
+endif()
+set(VORNAK_WINDOWS_PREFIX "${default_prefix}" CACHE PATH
+    "Folder with static Qt and liblzma for Windows, see packaging/windows/prefix")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VORNAK_WINDOWS_PREFIX)
+
+set(CMAKE_PREFIX_PATH ${VORNAK_WINDOWS_PREFIX})
+set(CMAKE_FIND_ROOT_PATH ${VORNAK_WINDOWS_PREFIX} /usr/${tool_prefix})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# Qt's code generators are the machine's own, of the same version.
+set(QT_HOST_PATH /usr CACHE PATH "")
+execute_process(COMMAND dpkg-architecture -qDEB_HOST_MULTIARCH
+    OUTPUT_VARIABLE host_triplet OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+if(NOT host_triplet)
+    set(host_triplet x86_64-linux-gnu)
+endif()
+set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${host_triplet}/cmake CACHE PATH "")
+
+# Tests are Windows programs as well.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run-program)
+
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "package/TurnFunction.h"
+
+#include <QString>
+
+/// Renames `fresh` to `destination`, replacing the file there, which may be this very program. On
+/// failure both are as they were.
+[[nodiscard]] bool takePlace(const QString& fresh, const QString& destination,
+                             const TurnFunction& turn);

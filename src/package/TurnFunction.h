@@ -1,0 +1,6 @@
+#pragma once
+
+#include <functional>
+
+/// Called between slices of long work; false stops it.
+using TurnFunction = std::function<bool()>;

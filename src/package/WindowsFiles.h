@@ -1,0 +1,23 @@
+#pragma once
+
+#include "package/HeldFile.h"
+
+#include <QString>
+
+#include <string>
+
+/// What Qt has no call for, on Windows only.
+namespace windowsfiles {
+
+/// The absolute path in the form that has no length limit and that the system takes as it is.
+[[nodiscard]] std::wstring nativePath(const QString& path);
+
+/// Moves `from` to `to` on the same volume, replacing a file that is there in one step. A program
+/// that runs cannot be replaced and counts as held, and so does whatever else denies the access:
+/// the system has one answer for both.
+[[nodiscard]] FileAttempt moveOver(const QString& from, const QString& to);
+
+/// As moveOver(), but fails when there is something at `to`. A program that runs can be moved.
+[[nodiscard]] FileAttempt moveAside(const QString& from, const QString& to);
+
+} // namespace windowsfiles

@@ -1,0 +1,104 @@
+#include "publish/Addresses.h"
+
+#include "package/Unpack.h"
+
+#include <QUrl>
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype plainLength = 64;
+constexpr qsizetype hashLength = 16;
+
+bool isPlain(QChar character)
+{
+    const char16_t unit = character.unicode();
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+           (unit >= u'0' && unit <= u'9') || unit == u'.' || unit == u'-' || unit == u'_';
+}
+
+bool isAddressCharacter(QChar character)
+{
+    static constexpr QStringView refused = u"%#?\\\"<>^`{|} ";
+    return character.unicode() > 0x20 && character.unicode() < 0x7f && !refused.contains(character);
+}
+
+} // namespace
+
+namespace addresses {
+
+QString segment(const QString& text)
+{
+    // A leading dot would hide the folder from web servers and could even lead out of it.
+    if (!text.isEmpty() && text.size() <= plainLength && text.at(0) != u'.' &&
+        std::all_of(text.begin(), text.end(), isPlain))
+        return text;
+    QString name = text.left(plainLength - hashLength - 1);
+    std::replace_if(
+        name.begin(), name.end(), [](QChar character) { return !isPlain(character); }, QChar(u'_'));
+    if (name.startsWith(u'.'))
+        name[0] = u'_';
+    return name + u'~' + hashBytes(text.toUtf8()).first(hashLength);
+}
+
+QString packedFile(const QString& packedhash)
+{
+    return packedFiles + packedhash.first(2) + u'/' + packedhash + QLatin1StringView(".lzma");
+}
+
+QString relativeTo(const QString& address, const QString& from)
+{
+    qsizetype common = 0;
+    for (qsizetype i = 0; i < std::min(address.size(), from.size()) && address.at(i) == from.at(i);
+         ++i) {
+        if (address.at(i) == u'/')
+            common = i + 1;
+    }
+    return QStringLiteral("../").repeated(QStringView(from).sliced(common).count(u'/')) +
+           address.sliced(common);
+}
+
+QString onServer(const QString& address)
+{
+    const QString path = QUrl(address, QUrl::TolerantMode).path(QUrl::FullyDecoded);
+    const qsizetype launcher = path.indexOf(QLatin1StringView("/launcher/"));
+    return launcher < 0 ? QString() : path.sliced(launcher);
+}
+
+QString publicUrlFault(const QString& url)
+{
+    const QUrl parsed(url, QUrl::StrictMode);
+    if (!parsed.isValid() || parsed.host().isEmpty() ||
+        (parsed.scheme() != QLatin1StringView("http") &&
+         parsed.scheme() != QLatin1StringView("https")))
+        return QStringLiteral("'%1' is not an http or https address").arg(url);
+    if (!std::all_of(url.begin(), url.end(), isAddressCharacter))
+        return QStringLiteral("the public address may hold only plain ASCII without '%', '#', '?'");
+    if ((parsed.path() + u'/').contains(QLatin1StringView("/launcher/")))
+        return QStringLiteral("the public address must not itself hold \"/launcher/\"");
+    return {};
+}
+
+} // namespace addresses
+
+QString Product::folder() const
+{
+    return isLauncher ? QString(addresses::ownBuilds)
+                      : addresses::packages + addresses::segment(directory) + u'/';
+}
+
+QString Product::versionFolder(const QString& version) const
+{
+    return folder() + addresses::segment(version) + u'/';
+}
+
+QString Product::label() const
+{
+    return isLauncher ? QStringLiteral("the launcher") : directory;
+}
+
+QString Platform::folderName() const
+{
+    return addresses::segment(os + u'-' + architecture) + u'/';
+}

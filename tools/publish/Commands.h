@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QStringList>
+
+/// The program's commands. Each takes the arguments from its own name on and returns the exit code.
+namespace commands {
+
+int package(const QStringList& arguments);
+int launcher(const QStringList& arguments);
+int hints(const QStringList& arguments);
+int switchTo(const QStringList& arguments);
+int verify(const QStringList& arguments);
+int prune(const QStringList& arguments);
+
+} // namespace commands

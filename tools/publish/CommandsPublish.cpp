@@ -1,0 +1,171 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/HintsPublication.h"
+#include "publish/Publication.h"
+
+namespace {
+
+void addBuildOptions(CommandLine& line)
+{
+    line.addOption("version", "Text that names the version; any text that no earlier one had.",
+                   "VERSION");
+    line.addOption("executable", "The program to start, a path below INPUT.", "PATH");
+    line.addOption("public-url",
+                   "Writes absolute addresses that begin with this one; without it they are "
+                   "relative, and the content moves freely.",
+                   "URL");
+    line.addPlatformOptions("windows", "x86_64");
+    line.addPackingOptions();
+    line.require("version");
+    line.require("executable");
+}
+
+QString publicUrl(const CommandLine& line)
+{
+    QString url = line.value("public-url");
+    while (url.endsWith(u'/'))
+        url.chop(1);
+    return url;
+}
+
+PublishRequest buildRequest(const CommandLine& line)
+{
+    PublishRequest request;
+    request.input = line.argument(0);
+    request.content = line.argument(1);
+    request.version = line.value("version");
+    request.executable = line.value("executable");
+    request.platform = {line.value("os"), line.value("architecture")};
+    request.publicUrl = publicUrl(line);
+    request.packing = line.packSettings();
+    return request;
+}
+
+QJsonObject reportObject(const PublishRequest& request, const PublishReport& report)
+{
+    return {
+        {QStringLiteral("version"), request.version},
+        {QStringLiteral("files"), report.files},
+        {QStringLiteral("assets"), report.assets},
+        {QStringLiteral("bytes"), report.bytes},
+        {QStringLiteral("packed"), report.packed},
+        {QStringLiteral("reused"), report.reused},
+        {QStringLiteral("addedbytes"), report.addedBytes},
+        {QStringLiteral("unchanged"), report.unchanged},
+    };
+}
+
+QString reportLine(const PublishRequest& request, const PublishReport& report)
+{
+    return QStringLiteral("%1 %2 is current: %3 files and %4 assets of %5; %6 packed to %7, %8 "
+                          "packed before")
+        .arg(request.product.label(), request.version)
+        .arg(report.files)
+        .arg(report.assets)
+        .arg(sizeText(report.bytes))
+        .arg(report.packed)
+        .arg(sizeText(report.addedBytes))
+        .arg(report.reused);
+}
+
+int run(const CommandLine& line, const PublishRequest& request)
+{
+    Console console(line.outputMode());
+    PublishReport report;
+    const QStringList faults = publish(request, console, report);
+    if (!faults.isEmpty()) {
+        console.fail(faults, {});
+        return Failed;
+    }
+    console.succeed(reportLine(request, report), reportObject(request, report));
+    return Done;
+}
+
+} // namespace
+
+int commands::package(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("package"),
+                     QStringLiteral("Publishes the client in the folder INPUT as a version of a "
+                                    "package, and makes it the current one."),
+                     {QStringLiteral("INPUT"), QStringLiteral("CONTENT")});
+    addBuildOptions(line);
+    line.addOption("directory", "Folder of the package on the player's machine.", "NAME", "Quelra");
+    line.addOption("name",
+                   "Name of the package for players. Like the options down to "
+                   "--install-automatically it stays as it was when it is not given.",
+                   "NAME");
+    line.addOption("variant", "Variant word of the package.", "WORD");
+    line.addOption("logo-link", "Where the maker's logo leads.", "URL");
+    line.addOption(
+        "install-automatically",
+        "Install without a click while nothing is installed; --install-on-click ends it.");
+    line.addOption("install-on-click", "Install after a click only; so it is at first.");
+    line.addOption("generation",
+                   "Free text of this version that reaches the client's package.json.", "TEXT");
+    line.addOption(
+        "assets",
+        "Files in this folder are delivered as assets: a part of INPUT, or else a folder "
+        "of its own.",
+        "FOLDER");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    if (line.isSet("install-automatically") && line.isSet("install-on-click"))
+        return line.wrongUsage(
+            QStringLiteral("--install-automatically and --install-on-click exclude each other"));
+    PublishRequest request = buildRequest(line);
+    request.product = {false, line.value("directory")};
+    request.generation = line.value("generation");
+    request.assets = line.value("assets");
+    request.labels = {line.given("name"), line.given("variant"), line.given("logo-link"),
+                      std::nullopt};
+    if (line.isSet("install-automatically") || line.isSet("install-on-click"))
+        request.labels.installAutomatically = line.isSet("install-automatically");
+    return run(line, request);
+}
+
+int commands::launcher(const QStringList& arguments)
+{
+    CommandLine line(
+        QStringLiteral("launcher"),
+        QStringLiteral("Publishes the launcher build in the folder INPUT, which replaces launchers "
+                       "of any other version at their next start. The version must be the one that "
+                       "the build itself was made with."),
+        {QStringLiteral("INPUT"), QStringLiteral("CONTENT")});
+    addBuildOptions(line);
+    if (const auto code = line.parse(arguments))
+        return *code;
+    PublishRequest request = buildRequest(line);
+    request.product = {true, QString()};
+    return run(line, request);
+}
+
+int commands::hints(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("hints"),
+                     QStringLiteral("Checks the hints document FILE and installs it with the "
+                                    "pictures that it names below \"/images/\"."),
+                     {QStringLiteral("FILE"), QStringLiteral("CONTENT")});
+    line.addOption(
+        "images",
+        "Folder of the pictures, as they lie below \"/images/\"; without it they must be "
+        "in the content already.",
+        "FOLDER");
+    line.addOption("public-url", "Writes the document's address with this one before it.", "URL");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    Console console(line.outputMode());
+    HintsReport report;
+    const QStringList faults = publishHints(line.argument(0), line.argument(1),
+                                            line.value("images"), publicUrl(line), report);
+    if (!faults.isEmpty()) {
+        console.fail(faults, {});
+        return Failed;
+    }
+    console.succeed(
+        QStringLiteral("%1 hints with %2 pictures installed")
+            .arg(report.hints)
+            .arg(report.pictures),
+        {{QStringLiteral("hints"), report.hints}, {QStringLiteral("pictures"), report.pictures}});
+    return Done;
+}

@@ -1,0 +1,142 @@
+#include "publish/ContentFolder.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+#include <filesystem>
+
+namespace {
+
+bool fail(QString* error, const QString& text)
+{
+    if (error)
+        *error = text;
+    return false;
+}
+
+std::filesystem::path nativePath(const QString& path)
+{
+    return std::filesystem::path(path.toStdU16String());
+}
+
+void flushToDisk([[maybe_unused]] const QFile& file)
+{
+#ifdef Q_OS_UNIX
+    ::fsync(file.handle());
+#endif
+}
+
+// Two versions of one size in the same second would pass for the same to a cache that asks.
+void makeYounger(const QString& path, const QString& than)
+{
+    const QFileInfo old(than);
+    if (!old.exists())
+        return;
+    const QDateTime least = old.lastModified().addSecs(1);
+    QFile file(path);
+    if (QFileInfo(path).lastModified() < least && file.open(QIODevice::ReadWrite))
+        file.setFileTime(least, QFileDevice::FileModificationTime);
+}
+
+} // namespace
+
+ContentFolder::ContentFolder(const QString& root)
+    : m_root(QDir::cleanPath(QDir(root).absolutePath()))
+{}
+
+QString ContentFolder::path(const QString& address) const
+{
+    return m_root + address;
+}
+
+QString ContentFolder::ownFile(const QString& name) const
+{
+    return m_root + QLatin1StringView("/.publisher/") + name;
+}
+
+bool ContentFolder::openForWriting(QString* error)
+{
+    if (!QDir().mkpath(ownFile(QString())))
+        return fail(error, QStringLiteral("%1: the folder cannot be written").arg(m_root));
+    m_lock = std::make_unique<QLockFile>(ownFile(QStringLiteral("lock")));
+    // Publishing may take hours; only a dead publisher's lock is stale.
+    m_lock->setStaleLockTime(0);
+    if (!m_lock->tryLock()) {
+        const bool taken = m_lock->error() == QLockFile::LockFailedError;
+        return fail(error, taken
+                               ? QStringLiteral("%1: another publisher is at work here").arg(m_root)
+                               : QStringLiteral("%1: the folder cannot be written").arg(m_root));
+    }
+    QDir work(ownFile(QStringLiteral("work")));
+    work.removeRecursively();
+    return QDir().mkpath(work.path()) ||
+           fail(error, QStringLiteral("%1: the folder cannot be written").arg(work.path()));
+}
+
+QByteArray ContentFolder::read(const QString& address) const
+{
+    QFile file(path(address));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool ContentFolder::exists(const QString& address) const
+{
+    return QFileInfo::exists(path(address));
+}
+
+QString ContentFolder::workPath()
+{
+    return ownFile(QStringLiteral("work/%1").arg(++m_workNumber));
+}
+
+bool ContentFolder::moveIntoPlace(const QString& workPath, const QString& address,
+                                  QString* error) const
+{
+    const QString target = path(address.endsWith(u'/') ? address.chopped(1) : address);
+    QDir().mkpath(QFileInfo(target).path());
+    std::error_code code;
+    std::filesystem::rename(nativePath(workPath), nativePath(target), code);
+    return !code || fail(error, QStringLiteral("%1: cannot be written: %2")
+                                    .arg(target, QString::fromStdString(code.message())));
+}
+
+bool ContentFolder::replace(const QString& address, const QByteArray& bytes, QString* error)
+{
+    const QString work = workPath();
+    if (!writeFile(work, bytes, true, error))
+        return false;
+    makeYounger(work, path(address));
+    return moveIntoPlace(work, address, error);
+}
+
+void ContentFolder::sync() const
+{
+#ifdef Q_OS_LINUX
+    // One call for the whole file system is many times faster than one for each of many files.
+    const int folder = ::open(QFile::encodeName(m_root).constData(), O_RDONLY | O_CLOEXEC);
+    if (folder >= 0) {
+        ::syncfs(folder);
+        ::close(folder);
+    }
+#endif
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes, bool durable, QString* error)
+{
+    QFile file(path);
+    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+                         file.write(bytes) == bytes.size() && file.flush();
+    if (!written)
+        return fail(error,
+                    QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
+    if (durable)
+        flushToDisk(file);
+    return true;
+}

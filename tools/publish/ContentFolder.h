@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QByteArray>
+#include <QLockFile>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+class QFile;
+
+/// The folder that a web server serves, as the publisher writes it: everything is written in a work
+/// folder inside, which no server hands out, and then moved into place in one step. Whatever kills
+/// the publisher leaves things in place or not at all. The work folder is emptied by the next
+/// openForWriting(), which also keeps a second publisher out.
+class ContentFolder
+{
+public:
+    explicit ContentFolder(const QString& root);
+
+    /// Makes the folder if need be, and locks it until the object goes. False with a text when that
+    /// fails or another publisher is at work there.
+    [[nodiscard]] bool openForWriting(QString* error);
+
+    [[nodiscard]] QString root() const { return m_root; }
+    /// The file or folder behind an address.
+    [[nodiscard]] QString path(const QString& address) const;
+    /// A file of the publisher itself, next to the served ones.
+    [[nodiscard]] QString ownFile(const QString& name) const;
+
+    /// Nothing when there is no such file; empty also on errors.
+    [[nodiscard]] QByteArray read(const QString& address) const;
+    [[nodiscard]] bool exists(const QString& address) const;
+
+    /// A new name in the work folder. Thread-safe.
+    [[nodiscard]] QString workPath();
+
+    /// Moves a file or folder from the work folder to its address, making the folders on the way. A
+    /// file there is replaced in one step. Thread-safe.
+    [[nodiscard]] bool moveIntoPlace(const QString& workPath, const QString& address,
+                                     QString* error) const;
+
+    /// Replaces the file at the address by one with these bytes, which are on the disk, and not
+    /// only on their way to it, before they take the old ones' place.
+    /// The new file is at least a second younger: web servers tell versions of a file apart by time
+    /// and size.
+    [[nodiscard]] bool replace(const QString& address, const QByteArray& bytes, QString* error);
+
+    /// Waits until everything that was moved into place is on the disk.
+    void sync() const;
+
+private:
+    QString m_root;
+    std::unique_ptr<QLockFile> m_lock;
+    std::atomic<int> m_workNumber = 0;
+};
+
+/// Writes a new file of these bytes; with `durable`, they are on the disk afterwards.
+[[nodiscard]] bool writeFile(const QString& path, const QByteArray& bytes, bool durable,
+                             QString* error);

@@ -1,0 +1,218 @@
+#include "publish/HintsPublication.h"
+
+#include "package/SafePath.h"
+#include "publish/Addresses.h"
+#include "publish/ContentFolder.h"
+#include "publish/MetadataDocument.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace {
+
+QString textOf(const QJsonValue& element)
+{
+    if (element.isString())
+        return element.toString();
+    const QJsonObject object = element.toObject();
+    const QString rich = object.value(QLatin1StringView("richText")).toString();
+    const QString hint = object.value(QLatin1StringView("hint")).toString();
+    return rich.isEmpty() ? object.value(QLatin1StringView("text")).toString(hint) : rich;
+}
+
+// Addresses in the texts travel plain, as all others do.
+bool isPlainPath(const QString& path)
+{
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9._/-]+$"));
+    return plain.match(path).hasMatch() && staysBelowFolder(path, PathRules::Windows);
+}
+
+// The fault of one picture's address; a path below "/images/" is added to `pictures`.
+QString pictureFault(const QString& source, QChar quote, QStringList& pictures)
+{
+    if (source.startsWith(addresses::images)) {
+        const QString path = source.sliced(addresses::images.size());
+        if (quote != u'"')
+            return QStringLiteral("the address %1 must stand in double quotes").arg(source);
+        if (!isPlainPath(path))
+            return QStringLiteral("%1 is not a plain path below /images/").arg(source);
+        if (!pictures.contains(path))
+            pictures.append(path);
+        return {};
+    }
+    const QString scheme = QUrl(source).scheme();
+    if (scheme == QLatin1StringView("https") || scheme == QLatin1StringView("http"))
+        return {};
+    return QStringLiteral("the launcher cannot fetch the picture '%1'; put it below /images/")
+        .arg(source);
+}
+
+QStringList pictureFaults(const QString& html, QStringList& pictures)
+{
+    static const QRegularExpression image(
+        QStringLiteral("<img\\b[^>]*?\\bsrc\\s*=\\s*(?:(\")([^\"]*)\"|(')([^']*)'|([^\\s>]+))"),
+        QRegularExpression::CaseInsensitiveOption);
+    QStringList faults;
+    auto found = image.globalMatch(html);
+    while (found.hasNext()) {
+        const QRegularExpressionMatch match = found.next();
+        const bool isDouble = match.hasCaptured(1);
+        const QString source = isDouble               ? match.captured(2)
+                               : match.hasCaptured(3) ? match.captured(4)
+                                                      : match.captured(5);
+        const QString fault = pictureFault(source, isDouble ? u'"' : u'\'', pictures);
+        if (!fault.isEmpty())
+            faults.append(fault);
+    }
+    return faults;
+}
+
+bool isRich(const QString& text)
+{
+    return text.contains(QLatin1StringView("<img"), Qt::CaseInsensitive) ||
+           text.contains(QLatin1StringView("<table"), Qt::CaseInsensitive);
+}
+
+std::optional<QByteArray> readFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.readAll();
+}
+
+/// The pictures of one document, on their way into the tree.
+class PictureSet
+{
+public:
+    PictureSet(const ContentFolder& tree, const QString& images)
+        : m_tree(tree)
+        , m_images(images)
+    {}
+
+    // Pictures keep their bytes under their name: clients and caches may hold them for long.
+    QString add(const QString& path)
+    {
+        const auto fresh =
+            m_images.isEmpty() ? std::nullopt : readFile(QDir(m_images).filePath(path));
+        const auto old = readFile(m_tree.path(addresses::images + path));
+        if (!fresh && !old)
+            return QStringLiteral("%1%2: there is no such picture").arg(addresses::images, path);
+        if (!looksLikePicture(fresh ? *fresh : *old))
+            return QStringLiteral("%1%2: not a PNG, JPEG or GIF picture")
+                .arg(addresses::images, path);
+        if (fresh && old && *fresh != *old)
+            return QStringLiteral("%1%2: another picture is served under this name; give the new "
+                                  "one a new name")
+                .arg(addresses::images, path);
+        if (fresh && !old)
+            m_new.append({path, *fresh});
+        return {};
+    }
+
+    bool install(ContentFolder& tree, QString* error) const
+    {
+        return std::all_of(m_new.begin(), m_new.end(), [&tree, error](const auto& picture) {
+            return tree.replace(addresses::images + picture.first, picture.second, error);
+        });
+    }
+
+private:
+    const ContentFolder& m_tree;
+    QString m_images;
+    QList<std::pair<QString, QByteArray>> m_new;
+};
+
+bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, QString* error)
+{
+    const QByteArray old = tree.read(addresses::metadata);
+    if (old.isEmpty())
+        return true;
+    auto metadata = MetadataDocument::read(old, error);
+    if (!metadata)
+        return false;
+    metadata->setHints(publicUrl + addresses::hints);
+    const QByteArray bytes = metadata->bytes();
+    return bytes == old || tree.replace(addresses::metadata, bytes, error);
+}
+
+} // namespace
+
+bool looksLikePicture(const QByteArray& bytes)
+{
+    return bytes.startsWith("\x89PNG\r\n\x1a\n") || bytes.startsWith("\xff\xd8\xff") ||
+           bytes.startsWith("GIF87a") || bytes.startsWith("GIF89a");
+}
+
+QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* count)
+{
+    QJsonParseError parseError;
+    const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
+    if (json.isNull())
+        return {QStringLiteral("not JSON: %1 at byte %2")
+                    .arg(parseError.errorString())
+                    .arg(parseError.offset)};
+    const QJsonValue member = json.object().value(QLatin1StringView("hints"));
+    if (!json.isArray() && !member.isArray())
+        return {QStringLiteral("neither an array nor an object with an array \"hints\"")};
+    const QJsonArray elements = json.isArray() ? json.array() : member.toArray();
+    QStringList faults;
+    bool rich = false;
+    for (qsizetype i = 0; i < elements.size(); ++i) {
+        const QString text = textOf(elements.at(i));
+        const QString where = QStringLiteral("hint %1: ").arg(i + 1);
+        if (text.isEmpty())
+            faults.append(where + QLatin1StringView("the launcher finds no text in it"));
+        for (const QString& fault : pictureFaults(text, pictures))
+            faults.append(where + fault);
+        rich = rich || isRich(text);
+    }
+    if (elements.isEmpty())
+        faults.append(QStringLiteral("there is no hint in it"));
+    else if (!rich)
+        faults.append(QStringLiteral(
+            "no hint has a picture or a table; the launcher would show none of them"));
+    if (count)
+        *count = static_cast<int>(elements.size());
+    return faults;
+}
+
+QStringList publishHints(const QString& file, const QString& content, const QString& images,
+                         const QString& publicUrl, HintsReport& report)
+{
+    const auto bytes = readFile(file);
+    if (!bytes)
+        return {QStringLiteral("%1: the file cannot be read").arg(file)};
+    if (!images.isEmpty() && !QFileInfo(images).isDir())
+        return {QStringLiteral("%1: no such folder").arg(images)};
+    QStringList pictures;
+    QStringList faults = checkHints(*bytes, pictures, &report.hints);
+    ContentFolder tree(content);
+    PictureSet set(tree, images);
+    for (const QString& path : std::as_const(pictures)) {
+        const QString fault = set.add(path);
+        if (!fault.isEmpty())
+            faults.append(fault);
+    }
+    report.pictures = static_cast<int>(pictures.size());
+    if (!publicUrl.isEmpty()) {
+        const QString fault = addresses::publicUrlFault(publicUrl);
+        if (!fault.isEmpty())
+            faults.append(fault);
+    }
+    if (!faults.isEmpty())
+        return faults;
+    QString error;
+    const bool done = tree.openForWriting(&error) && set.install(tree, &error) &&
+                      tree.replace(addresses::hints, *bytes, &error) &&
+                      nameInMetadata(tree, publicUrl, &error);
+    return done ? QStringList() : QStringList(error);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+/// What a hints document holds.
+struct HintsReport
+{
+    int hints = 0;
+    int pictures = 0;
+};
+
+/// Checks a hints document: whether every element is one that the launcher shows, whether it shows
+/// the document at all, and whether each picture's address is one that it fetches. `pictures`
+/// receives the paths below "/images/" that it names, each once. Returns a line for each fault.
+[[nodiscard]] QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* count);
+
+/// Whether the bytes begin like a picture that the launcher can show (PNG, JPEG or GIF).
+[[nodiscard]] bool looksLikePicture(const QByteArray& bytes);
+
+/// Checks the document and its pictures, which are looked for below `images` (as below "/images/"
+/// on the server) and then in the content itself, and installs the pictures, the document, and its
+/// address in the metadata, if there is any, in this order. Nothing is written when there is a
+/// fault. `images` may be empty.
+[[nodiscard]] QStringList publishHints(const QString& file, const QString& content,
+                                       const QString& images, const QString& publicUrl,
+                                       HintsReport& report);

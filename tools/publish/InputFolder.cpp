@@ -1,0 +1,88 @@
+#include "publish/InputFolder.h"
+
+#include "publish/Limits.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+/// One walk through a folder.
+class Walk
+{
+public:
+    explicit Walk(const QString& root)
+        : m_root(QFileInfo(root).canonicalFilePath())
+    {}
+
+    InputFolder run(const QString& given)
+    {
+        if (m_root.isEmpty() || !QFileInfo(m_root).isDir())
+            m_found.faults.append(QStringLiteral("%1: no such folder").arg(given));
+        else
+            visit(m_root, QString(), {m_root});
+        // By bytes, so that neither locale nor file system decides the order of a document.
+        std::sort(m_found.files.begin(), m_found.files.end(),
+                  [](const InputFile& a, const InputFile& b) {
+                      return a.localfile.toUtf8() < b.localfile.toUtf8();
+                  });
+        m_found.faults.sort();
+        return std::move(m_found);
+    }
+
+private:
+    void visit(const QString& folder, const QString& prefix, const QStringList& ancestors)
+    {
+        const QDir dir(folder);
+        if (!QFileInfo(folder).isReadable()) {
+            addFault(prefix.chopped(1), "the folder cannot be read");
+            return;
+        }
+        const auto entries = dir.entryInfoList(
+            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
+        for (const QFileInfo& entry : entries)
+            visitEntry(entry, prefix + entry.fileName(), ancestors);
+    }
+
+    void visitEntry(const QFileInfo& entry, const QString& name, const QStringList& ancestors)
+    {
+        const QString target = entry.canonicalFilePath();
+        if (target.isEmpty()) {
+            addFault(name, entry.isSymLink()
+                               ? "the link leads nowhere"
+                               : "the file cannot be found again; is its name UTF-8?");
+        } else if (target != m_root && !target.startsWith(m_root + u'/')) {
+            addFault(name, "the link leaves the folder");
+        } else if (entry.isDir()) {
+            if (ancestors.contains(target))
+                addFault(name, "the link leads in a circle");
+            else
+                visit(target, name + u'/', ancestors + QStringList(target));
+        } else if (!entry.isFile()) {
+            addFault(name, "neither a file nor a folder");
+        } else if (!entry.isReadable()) {
+            addFault(name, "the file cannot be read");
+        } else if (entry.size() >= limits::fileSize) {
+            addFault(name, "2 GiB or more; the launcher cannot unpack it");
+        } else {
+            m_found.files.append({target, name, entry.size()});
+        }
+    }
+
+    void addFault(const QString& name, const char* text)
+    {
+        m_found.faults.append(name + QLatin1StringView(": ") + QLatin1StringView(text));
+    }
+
+    QString m_root;
+    InputFolder m_found;
+};
+
+} // namespace
+
+InputFolder readInputFolder(const QString& folder)
+{
+    return Walk(folder).run(folder);
+}

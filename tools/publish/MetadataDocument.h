@@ -1,0 +1,69 @@
+#pragma once
+
+#include "publish/Addresses.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// Display data of a package. What is not set stays as the document has it.
+struct PackageLabels
+{
+    std::optional<QString> name;
+    std::optional<QString> variant;
+    std::optional<QString> logoLink;
+    std::optional<bool> installAutomatically;
+};
+
+/// The addresses of one build.
+struct BuildAddresses
+{
+    QString document;
+    QString version;
+    /// Empty when the build has no assets.
+    QString assets;
+    QString assetsVersion;
+};
+
+/// The launcher metadata as the publisher edits it: members that it does not know stay. Beside what
+/// the launcher reads, each product has a "history": its versions in the order of publication.
+class MetadataDocument
+{
+public:
+    /// An empty document.
+    MetadataDocument() = default;
+
+    /// Empty input gives the empty document; nothing with a text when the bytes are no JSON object.
+    [[nodiscard]] static std::optional<MetadataDocument> read(const QByteArray& bytes,
+                                                              QString* error);
+    [[nodiscard]] QByteArray bytes() const;
+
+    /// Adds the package when there is none of that folder, else sets the labels that are given.
+    void setPackage(const QString& directory, const PackageLabels& labels);
+    /// Sets the addresses of the product's build for the platform, adding the build if need be. A
+    /// package must have been set before.
+    void setBuild(const Product& product, const Platform& platform,
+                  const BuildAddresses& addresses);
+    void setHints(const QString& address);
+
+    [[nodiscard]] bool hasProduct(const Product& product) const;
+    /// The packages in document order, then the launcher if it has builds.
+    [[nodiscard]] QList<Product> products() const;
+    [[nodiscard]] QList<Platform> platforms(const Product& product) const;
+    /// As they stand in the document; empty when there is no such build.
+    [[nodiscard]] BuildAddresses build(const Product& product, const Platform& platform) const;
+
+    /// The product's versions, oldest publication first.
+    [[nodiscard]] QStringList history(const Product& product) const;
+    void setHistory(const Product& product, const QStringList& versions);
+
+private:
+    [[nodiscard]] QJsonObject productObject(const Product& product) const;
+    void setProductObject(const Product& product, const QJsonObject& object);
+    [[nodiscard]] qsizetype packageIndex(const QString& directory) const;
+
+    QJsonObject m_root;
+};

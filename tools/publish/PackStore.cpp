@@ -1,0 +1,275 @@
+#include "publish/PackStore.h"
+
+#include "package/OrlPackageDoc.h"
+#include "package/Unpack.h"
+#include "publish/Addresses.h"
+#include "publish/ContentFolder.h"
+#include "publish/Progress.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+
+// What a job takes that only reads.
+constexpr qint64 readingMemory = qint64(2) << 20;
+
+QString indexName()
+{
+    return QStringLiteral("packed.index");
+}
+
+QByteArray indexLine(const PackedFile& file)
+{
+    return QStringLiteral("%1 %2 %3 %4\n")
+        .arg(file.unpackedhash)
+        .arg(file.unpackedsize)
+        .arg(file.packedhash)
+        .arg(file.packedsize)
+        .toLatin1();
+}
+
+bool fail(QString* error, const InputFile& file, const QString& reason)
+{
+    if (error)
+        *error = file.localfile + QLatin1StringView(": ") + reason;
+    return false;
+}
+
+QString hashOfFile(const QString& path, qint64 size)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return {};
+    qint64 seen = 0;
+    const QString hash = hashDevice(&file, [&seen](QByteArrayView slice, qint64) {
+        seen += slice.size();
+        return true;
+    });
+    return seen == size && file.error() == QFileDevice::NoError ? hash : QString();
+}
+
+// Large files first, so that none of them is left to run alone at the end.
+QList<qsizetype> largestFirst(QList<qsizetype> indexes, const QList<InputFile>& files)
+{
+    std::stable_sort(indexes.begin(), indexes.end(), [&files](qsizetype a, qsizetype b) {
+        return files.at(a).size > files.at(b).size;
+    });
+    return indexes;
+}
+
+qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files)
+{
+    return std::accumulate(
+        indexes.begin(), indexes.end(), qint64(0),
+        [&files](qint64 sum, qsizetype index) { return sum + files.at(index).size; });
+}
+
+} // namespace
+
+PackStore::PackStore(ContentFolder& tree, const PackSettings& settings, Progress& progress)
+    : m_tree(tree)
+    , m_settings(settings)
+    , m_progress(progress)
+{}
+
+QStringList PackStore::hashFiles(const QList<InputFile>& files, QString* error)
+{
+    QStringList hashes(files.size());
+    QList<qsizetype> all(files.size());
+    std::iota(all.begin(), all.end(), 0);
+    m_progress.begin(QStringLiteral("Reading"), totalSize(all, files), files.size());
+    std::vector<Job> jobs;
+    QString* results = hashes.data();
+    for (const qsizetype index : largestFirst(all, files)) {
+        jobs.push_back({readingMemory,
+                        [this, &file = files.at(index), slot = results + index](QString* jobError) {
+                            *slot = hashOfFile(file.path, file.size);
+                            m_progress.advance(file.size, 1);
+                            return !slot->isEmpty() ||
+                                   fail(jobError, file,
+                                        QStringLiteral("the file changed or could not be read"));
+                        }});
+    }
+    const bool ok = runJobs(jobs, m_settings.limits, error);
+    m_progress.end();
+    return ok ? hashes : QStringList();
+}
+
+bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, QString* error)
+{
+    loadKnown();
+    QList<qsizetype> toPack;
+    if (!findReusable(files, hashes, toPack, error))
+        return false;
+    m_progress.begin(QStringLiteral("Packing"), totalSize(toPack, files), toPack.size());
+    std::vector<Job> jobs;
+    for (const qsizetype index : largestFirst(toPack, files)) {
+        jobs.push_back({encoderMemory(files.at(index).size, m_settings.level),
+                        [this, &file = files.at(index), &hash = hashes.at(index)](
+                            QString* jobError) { return packOne(file, hash, jobError); }});
+    }
+    const bool ok = runJobs(jobs, m_settings.limits, error);
+    m_progress.end();
+    return ok;
+}
+
+// Contents whose packed file is there and whole need no packing. A damaged one is packed anew and
+// so mended.
+bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& hashes,
+                             QList<qsizetype>& toPack, QString* error)
+{
+    QSet<QString> seen;
+    QList<qsizetype> known;
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        if (seen.contains(hashes.at(i)))
+            continue;
+        seen.insert(hashes.at(i));
+        (m_known.contains(hashes.at(i)) ? known : toPack).append(i);
+    }
+    std::vector<Job> jobs;
+    for (const qsizetype index : known) {
+        const PackedFile file = m_known.value(hashes.at(index));
+        jobs.push_back({readingMemory, [this, file, index, &toPack](QString*) {
+                            const bool intact = isIntact(file);
+                            const std::lock_guard lock(m_mutex);
+                            if (intact)
+                                ++m_reusedCount;
+                            else
+                                toPack.append(index);
+                            return true;
+                        }});
+    }
+    const bool ok = runJobs(jobs, m_settings.limits, error);
+    std::sort(toPack.begin(), toPack.end());
+    return ok;
+}
+
+bool PackStore::isIntact(const PackedFile& file) const
+{
+    return hashOfFile(m_tree.path(addresses::packedFile(file.packedhash)), file.packedsize) ==
+           file.packedhash;
+}
+
+bool PackStore::packOne(const InputFile& file, const QString& hash, QString* error)
+{
+    const QString work = m_tree.workPath();
+    const auto packed = packInto(work, file, hash, error);
+    if (!packed) {
+        // A full disk must not stay full.
+        QFile::remove(work);
+        return false;
+    }
+    m_progress.advance(0, 1);
+    return m_tree.moveIntoPlace(work, addresses::packedFile(packed->packedhash), error) &&
+           record(*packed, error);
+}
+
+std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFile& file,
+                                              const QString& hash, QString* error)
+{
+    const auto failure = [&file, error](const QString& reason) {
+        fail(error, file, reason);
+        return std::nullopt;
+    };
+    QFile input(file.path);
+    QFile output(work);
+    if (!input.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return failure(QStringLiteral("the file cannot be read"));
+    if (!output.open(QIODevice::WriteOnly))
+        return failure(work + QLatin1StringView(" cannot be written"));
+    QString reason;
+    auto packed = packDevice(input, file.size, output, m_settings.level, &reason,
+                             [this](qint64 bytes) { m_progress.advance(bytes, 0); });
+    if (!packed)
+        return failure(reason);
+    if (packed->unpackedhash != hash)
+        return failure(QStringLiteral("the file changed while it was published"));
+    output.close();
+    if (output.error() != QFileDevice::NoError)
+        return failure(output.errorString());
+    return packed;
+}
+
+bool PackStore::record(const PackedFile& file, QString* error)
+{
+    const std::lock_guard lock(m_mutex);
+    m_known.insert(file.unpackedhash, file);
+    ++m_packedCount;
+    m_addedBytes += file.packedsize;
+    QFile index(m_tree.ownFile(indexName()));
+    const QByteArray line = indexLine(file);
+    const bool written = index.open(QIODevice::WriteOnly | QIODevice::Append) &&
+                         index.write(line) == line.size() && index.flush();
+    if (!written && error)
+        *error = QStringLiteral("%1: cannot be written").arg(index.fileName());
+    return written;
+}
+
+PackedFile PackStore::packed(const QString& unpackedhash) const
+{
+    return m_known.value(unpackedhash);
+}
+
+void PackStore::learn(const PackedFile& file)
+{
+    // The first one known stays: the documents out there name it.
+    if (file.unpackedhash.size() == 64 && file.packedhash.size() == 64 &&
+        !m_known.contains(file.unpackedhash))
+        m_known.insert(file.unpackedhash, file);
+}
+
+// From the documents of the versions, which are the truth, and from the index, which also knows
+// what a publisher packed that did not come to its end.
+void PackStore::loadKnown()
+{
+    m_known.clear();
+    for (const QLatin1StringView folder : {addresses::packages, addresses::ownBuilds}) {
+        QStringList documents;
+        QDirIterator found(m_tree.path(folder), {addresses::packageDocument, addresses::assetList},
+                           QDir::Files, QDirIterator::Subdirectories);
+        while (found.hasNext())
+            documents.append(found.next());
+        documents.sort();
+        for (const QString& path : documents) {
+            QFile document(path);
+            if (!document.open(QIODevice::ReadOnly))
+                continue;
+            for (const OrlFile& file : parseAssetList(document.readAll(), nullptr))
+                learn({file.unpackedhash, file.unpackedsize, file.packedhash, file.packedsize});
+        }
+    }
+    QFile index(m_tree.ownFile(indexName()));
+    if (!index.open(QIODevice::ReadOnly))
+        return;
+    while (!index.atEnd()) {
+        const QByteArray line = index.readLine();
+        const QList<QByteArray> fields = line.trimmed().split(' ');
+        // A publisher that was killed may have left half a line.
+        if (line.endsWith('\n') && fields.size() == 4)
+            learn({QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
+                   QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()});
+    }
+}
+
+void PackStore::forgetMissing()
+{
+    loadKnown();
+    QByteArray lines;
+    QList<QString> hashes = m_known.keys();
+    hashes.sort();
+    for (const QString& hash : hashes) {
+        const PackedFile file = m_known.value(hash);
+        if (m_tree.exists(addresses::packedFile(file.packedhash)))
+            lines.append(indexLine(file));
+    }
+    const QString work = m_tree.workPath();
+    if (writeFile(work, lines, false, nullptr) &&
+        !m_tree.moveIntoPlace(work, QStringLiteral("/.publisher/") + indexName(), nullptr))
+        m_progress.warn(QStringLiteral("the index of packed files could not be renewed"));
+}

@@ -1,0 +1,240 @@
+#include "publish/Publication.h"
+
+#include "package/OrlPackageDoc.h"
+#include "package/Unpack.h"
+#include "publish/ContentFolder.h"
+#include "publish/Progress.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QSet>
+
+namespace {
+
+QByteArray assetListBytes(const QList<OrlFile>& files)
+{
+    OrlPackageDoc doc;
+    doc.files = files;
+    const QJsonObject whole = QJsonDocument::fromJson(serializePackageDoc(doc)).object();
+    const QString key = QStringLiteral("files");
+    return QJsonDocument(QJsonObject{{key, whole.value(key)}}).toJson(QJsonDocument::Compact);
+}
+
+bool fileHolds(const QString& path, const QByteArray& text)
+{
+    constexpr qint64 slice = 0x100000;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QByteArray window;
+    while (!file.atEnd()) {
+        const QByteArray next = file.read(slice);
+        if (next.isEmpty())
+            return false;
+        // The end of the last slice comes along, since the text may lie across two.
+        window = window.right(text.size() - 1) + next;
+        if (window.contains(text))
+            return true;
+    }
+    return false;
+}
+
+/// One publication on its way through its steps. Each returns whether to go on.
+class Publisher
+{
+public:
+    Publisher(const PublishRequest& request, Progress& progress, PublishReport& report)
+        : m_request(request)
+        , m_progress(progress)
+        , m_report(report)
+        , m_tree(request.content)
+        , m_store(m_tree, request.packing, progress)
+        , m_folder(request.product.versionFolder(request.version) + request.platform.folderName())
+    {}
+
+    QStringList run()
+    {
+        const QStringList faults = m_input.read(m_request);
+        if (!faults.isEmpty())
+            return faults;
+        if (m_request.product.isLauncher)
+            warnOfOtherVersion();
+        QString error;
+        m_all = m_input.files() + m_input.assets();
+        m_hashes = m_store.hashFiles(m_all, &error);
+        const bool done = m_hashes.size() == m_all.size() && m_tree.openForWriting(&error) &&
+                          readMetadata(&error) && checkHistory(&error) &&
+                          m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
+                          writeVersion(&error) && makeCurrent(&error);
+        fillReport();
+        return done ? QStringList() : QStringList(error);
+    }
+
+private:
+    // A launcher that takes itself for another version than the published one replaces itself at
+    // every start. Its version stands in the program as text.
+    void warnOfOtherVersion()
+    {
+        for (const InputFile& file : m_input.files()) {
+            if (file.localfile == m_request.executable &&
+                !fileHolds(file.path, m_request.version.toUtf8()))
+                m_progress.warn(
+                    QStringLiteral("%1 does not hold the text '%2'; a launcher built as another "
+                                   "version would replace itself at every start")
+                        .arg(m_request.executable, m_request.version));
+        }
+    }
+
+    bool readMetadata(QString* error)
+    {
+        auto document = MetadataDocument::read(m_tree.read(addresses::metadata), error);
+        if (document)
+            m_metadata = *document;
+        return document.has_value();
+    }
+
+    // What was served under a version's name must stay what it was: launchers that have it would
+    // never learn of the change, and caches keep it for ever.
+    bool checkHistory(QString* error)
+    {
+        if (!m_tree.exists(m_folder + addresses::packageDocument) ||
+            !m_metadata.history(m_request.product).contains(m_request.version))
+            return true;
+        const OrlPackageDoc old =
+            parsePackageDoc(m_tree.read(m_folder + addresses::packageDocument), nullptr);
+        const QList<OrlFile> oldAssets =
+            parseAssetList(m_tree.read(m_folder + addresses::assetList), nullptr);
+        const qsizetype count = m_input.files().size();
+        if (old.executable == m_request.executable && old.generation == m_request.generation &&
+            isSame(old.files, 0, count) && isSame(oldAssets, count, m_all.size() - count)) {
+            m_report.unchanged = true;
+            m_old = old.files + oldAssets;
+            return true;
+        }
+        *error =
+            QStringLiteral("version %1 of %2 was published before with other content; give the "
+                           "new content a new version")
+                .arg(m_request.version, m_request.product.label());
+        return false;
+    }
+
+    bool isSame(const QList<OrlFile>& old, qsizetype first, qsizetype count) const
+    {
+        if (old.size() != count)
+            return false;
+        for (qsizetype i = 0; i < count; ++i) {
+            if (old.at(i).localfile != m_all.at(first + i).localfile ||
+                old.at(i).unpackedhash != m_hashes.at(first + i))
+                return false;
+        }
+        return true;
+    }
+
+    // A packed file of the old version that was damaged has been packed again; that helps only if
+    // the bytes came out as before.
+    bool checkMended(QString* error) const
+    {
+        for (qsizetype i = 0; i < m_old.size(); ++i) {
+            if (m_old.at(i).packedhash != m_store.packed(m_hashes.at(i)).packedhash) {
+                *error = QStringLiteral("%1: its packed file was damaged, and packing at this "
+                                        "--level does not mend it; give a new version")
+                             .arg(m_old.at(i).localfile);
+                return false;
+            }
+        }
+        return true;
+    }
+
+    QList<OrlFile> entries(qsizetype first, qsizetype count) const
+    {
+        QList<OrlFile> files;
+        files.reserve(count);
+        for (qsizetype i = first; i < first + count; ++i) {
+            const PackedFile packed = m_store.packed(m_hashes.at(i));
+            files.append({addresses::relativeTo(addresses::packedFile(packed.packedhash), m_folder),
+                          m_all.at(i).localfile, packed.packedhash, packed.packedsize,
+                          packed.unpackedhash, packed.unpackedsize});
+        }
+        return files;
+    }
+
+    // The folder appears with everything in it. What a publication left that did not come to its
+    // end was never named by the metadata and can go.
+    bool writeVersion(QString* error)
+    {
+        if (m_report.unchanged)
+            return true;
+        const qsizetype count = m_input.files().size();
+        const OrlPackageDoc doc{m_request.version, m_request.executable, m_request.generation,
+                                entries(0, count)};
+        const QString work = m_tree.workPath();
+        QDir().mkpath(work);
+        const auto put = [&work, error](QLatin1StringView name, const QByteArray& bytes) {
+            return writeFile(work + u'/' + name, bytes, true, error);
+        };
+        if (!put(addresses::packageDocument, serializePackageDoc(doc)) ||
+            !put(addresses::versionText, m_request.version.toUtf8()))
+            return false;
+        if (!m_input.assets().isEmpty()) {
+            const QByteArray list = assetListBytes(entries(count, m_all.size() - count));
+            if (!put(addresses::assetList, list) ||
+                !put(addresses::assetsIdentity, hashBytes(list).toLatin1()))
+                return false;
+        }
+        QDir(m_tree.path(m_folder)).removeRecursively();
+        return m_tree.moveIntoPlace(work, m_folder, error);
+    }
+
+    bool makeCurrent(QString* error)
+    {
+        const Product& product = m_request.product;
+        const bool hasAssets = m_tree.exists(m_folder + addresses::assetList);
+        const QString base = m_request.publicUrl + m_folder;
+        if (!product.isLauncher)
+            m_metadata.setPackage(product.directory, m_request.labels);
+        m_metadata.setBuild(product, m_request.platform,
+                            {base + addresses::packageDocument, base + addresses::versionText,
+                             hasAssets ? base + addresses::assetList : QString(),
+                             hasAssets ? base + addresses::assetsIdentity : QString()});
+        QStringList history = m_metadata.history(product);
+        history.removeAll(m_request.version);
+        m_metadata.setHistory(product, history + QStringList(m_request.version));
+        if (m_tree.exists(addresses::hints))
+            m_metadata.setHints(m_request.publicUrl + addresses::hints);
+        // Everything that the metadata names must be on the disk before it is named.
+        m_tree.sync();
+        return m_tree.replace(addresses::metadata, m_metadata.bytes(), error);
+    }
+
+    void fillReport()
+    {
+        m_report.files = m_input.files().size();
+        m_report.assets = m_input.assets().size();
+        for (const InputFile& file : std::as_const(m_all))
+            m_report.bytes += file.size;
+        m_report.packed = m_store.packedCount();
+        m_report.reused = m_store.reusedCount();
+        m_report.addedBytes = m_store.addedBytes();
+    }
+
+    const PublishRequest& m_request;
+    Progress& m_progress;
+    PublishReport& m_report;
+    PublishInput m_input;
+    ContentFolder m_tree;
+    PackStore m_store;
+    QString m_folder;
+    QList<InputFile> m_all;
+    QStringList m_hashes;
+    MetadataDocument m_metadata;
+    // The files as the version was published before, when it was.
+    QList<OrlFile> m_old;
+};
+
+} // namespace
+
+QStringList publish(const PublishRequest& request, Progress& progress, PublishReport& report)
+{
+    return Publisher(request, progress, report).run();
+}

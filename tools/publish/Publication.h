@@ -1,0 +1,69 @@
+#pragma once
+
+#include "publish/Addresses.h"
+#include "publish/InputFolder.h"
+#include "publish/MetadataDocument.h"
+#include "publish/PackStore.h"
+
+#include <QStringList>
+
+class ContentFolder;
+class Progress;
+
+/// What to publish, and where to.
+struct PublishRequest
+{
+    QString input;
+    QString content;
+    Product product;
+    Platform platform{QStringLiteral("windows"), QStringLiteral("x86_64")};
+    QString version;
+    QString executable;
+    QString generation;
+    /// Folder of the files that are delivered as assets; empty for none. A part of the input, or a
+    /// folder of its own.
+    QString assets;
+    /// Stands before the addresses in the metadata; empty for relative ones.
+    QString publicUrl;
+    PackageLabels labels;
+    PackSettings packing;
+};
+
+/// What publishing did.
+struct PublishReport
+{
+    qsizetype files = 0;
+    qsizetype assets = 0;
+    qint64 bytes = 0;
+    int packed = 0;
+    int reused = 0;
+    qint64 addedBytes = 0;
+    /// The version was there already with the same content.
+    bool unchanged = false;
+};
+
+/// Everything that speaks against the request as far as its own files tell; empty when nothing
+/// does. Fills in the files. Nothing is written.
+class PublishInput
+{
+public:
+    [[nodiscard]] QStringList read(const PublishRequest& request);
+
+    [[nodiscard]] const QList<InputFile>& files() const { return m_files; }
+    [[nodiscard]] const QList<InputFile>& assets() const { return m_assets; }
+
+private:
+    void readAssets(const PublishRequest& request);
+    void checkNames(const PublishRequest& request);
+
+    QList<InputFile> m_files;
+    QList<InputFile> m_assets;
+    QStringList m_faults;
+};
+
+/// Publishes a version of a package or of the launcher and makes it the current one. The served
+/// tree shows the old version until the very last step and the new one from then on; what was done
+/// when it is killed is found again by the next attempt. Faults, one a line, are returned; none on
+/// success.
+[[nodiscard]] QStringList publish(const PublishRequest& request, Progress& progress,
+                                  PublishReport& report);

@@ -1,0 +1,103 @@
+#include "publish/Publication.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+// The folder meant by the request's "assets": a part of the input first, then a folder by its own
+// path.
+QString assetsFolder(const PublishRequest& request)
+{
+    const QString inside = QDir(request.input).filePath(request.assets);
+    return QFileInfo(inside).isDir() ? inside : request.assets;
+}
+
+QString similarPath(const QList<InputFile>& files, const QString& wanted)
+{
+    for (const InputFile& file : files) {
+        if (file.localfile.compare(wanted, Qt::CaseInsensitive) == 0)
+            return file.localfile;
+    }
+    return {};
+}
+
+bool contains(const QList<InputFile>& files, const QString& path)
+{
+    return std::any_of(files.begin(), files.end(),
+                       [&path](const InputFile& file) { return file.localfile == path; });
+}
+
+} // namespace
+
+QStringList PublishInput::read(const PublishRequest& request)
+{
+    m_faults.clear();
+    const QString version = versionFault(request.version);
+    if (!version.isEmpty())
+        m_faults.append(version);
+    if (!request.publicUrl.isEmpty()) {
+        const QString fault = addresses::publicUrlFault(request.publicUrl);
+        if (!fault.isEmpty())
+            m_faults.append(fault);
+    }
+    if (!request.product.isLauncher) {
+        const QString fault = directoryFault(request.product.directory);
+        if (!fault.isEmpty())
+            m_faults.append(fault);
+    }
+    const QString content = QDir::cleanPath(QFileInfo(request.content).absoluteFilePath());
+    const QString folder = QDir::cleanPath(QFileInfo(request.input).absoluteFilePath());
+    if (content == folder || content.startsWith(folder + u'/'))
+        m_faults.append(QStringLiteral("the content folder lies in the input"));
+    InputFolder input = readInputFolder(request.input);
+    m_files = std::move(input.files);
+    m_faults += input.faults;
+    if (!request.assets.isEmpty())
+        readAssets(request);
+    checkNames(request);
+    return m_faults;
+}
+
+// Files of a part of the input keep their paths; those of another folder are taken from its root.
+void PublishInput::readAssets(const PublishRequest& request)
+{
+    const QString folder = QFileInfo(assetsFolder(request)).canonicalFilePath();
+    const QString input = QFileInfo(request.input).canonicalFilePath();
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
+        m_faults.append(QStringLiteral("%1: no such folder of assets").arg(request.assets));
+        return;
+    }
+    if (folder != input && !folder.startsWith(input + u'/')) {
+        InputFolder other = readInputFolder(folder);
+        m_assets = std::move(other.files);
+        m_faults += other.faults;
+        return;
+    }
+    const QString prefix = folder == input ? QString() : folder.sliced(input.size() + 1) + u'/';
+    QList<InputFile> rest;
+    for (const InputFile& file : std::as_const(m_files))
+        (file.localfile.startsWith(prefix) ? m_assets : rest).append(file);
+    m_files = rest;
+}
+
+void PublishInput::checkNames(const PublishRequest& request)
+{
+    const QString directory =
+        request.product.isLauncher ? QStringLiteral("self-update") : request.product.directory;
+    m_faults += nameFaults(m_files + m_assets, directory);
+    if (contains(m_files, request.executable))
+        return;
+    const QString similar = similarPath(m_files, request.executable);
+    if (request.executable.isEmpty())
+        m_faults.append(QStringLiteral("no executable is named"));
+    else if (contains(m_assets, request.executable))
+        m_faults.append(QStringLiteral("%1: the executable must not be one of the assets")
+                            .arg(request.executable));
+    else if (!similar.isEmpty())
+        m_faults.append(QStringLiteral("%1: there is no such executable, but there is %2")
+                            .arg(request.executable, similar));
+    else
+        m_faults.append(
+            QStringLiteral("%1: the input has no such executable").arg(request.executable));
+}

@@ -1,0 +1,68 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "shared/BuildValues.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <array>
+
+namespace {
+
+struct Command
+{
+    const char* name;
+    const char* summary;
+    int (*run)(const QStringList&);
+};
+
+constexpr std::array commandList{
+    Command{"package", "Publishes a version of the client.", commands::package},
+    Command{"launcher", "Publishes a version of the launcher itself.", commands::launcher},
+    Command{"hints", "Checks and installs the hints and their pictures.", commands::hints},
+    Command{"switch", "Makes an earlier version current again.", commands::switchTo},
+    Command{"verify", "Checks everything that launchers would read.", commands::verify},
+    Command{"prune", "Removes old versions and what only they need.", commands::prune},
+};
+
+QString helpText()
+{
+    QString text = QStringLiteral(
+        "Usage: vornak-publish COMMAND [options] ...\n"
+        "Makes and keeps the content that game launchers read from a web server.\n\nCommands:\n");
+    for (const Command& command : commandList)
+        text += QStringLiteral("  %1 %2\n")
+                    .arg(QLatin1StringView(command.name), -10)
+                    .arg(QLatin1StringView(command.summary));
+    return text + QStringLiteral(
+                      "\n'vornak-publish COMMAND --help' tells more.\n"
+                      "Exit codes: 0 done, 1 the input or content has faults or the work failed, "
+                      "2 wrong usage.\n");
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments().sliced(1);
+    const QString first = arguments.value(0);
+    if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
+        first == QLatin1StringView("help")) {
+        QTextStream(stdout) << helpText();
+        return Done;
+    }
+    if (first == QLatin1StringView("--version")) {
+        QTextStream(stdout) << "vornak-publish " << buildvalues::launcherVersion() << '\n';
+        return Done;
+    }
+    for (const Command& command : commandList) {
+        if (first == QLatin1StringView(command.name))
+            return command.run(arguments);
+    }
+    QTextStream(stderr) << (first.isEmpty()
+                                ? QStringLiteral("vornak-publish: no command is given\n")
+                                : QStringLiteral("vornak-publish: '%1' is no command\n").arg(first))
+                        << "Try 'vornak-publish --help'.\n";
+    return WrongUsage;
+}
