@@ -3,7 +3,6 @@
 
 #include "BenchSupport.h"
 #include "LoopWatch.h"
-
 #include "package/PackageClient.h"
 
 #include <QCoreApplication>
@@ -52,7 +51,7 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "usage: bench-check PACKAGE-FOLDER\n");
         return 2;
     }
-    QTimer::singleShot(
-        0, qApp, [] { QCoreApplication::exit(run(QCoreApplication::arguments().at(1))); });
+    QTimer::singleShot(0, qApp,
+                       [] { QCoreApplication::exit(run(QCoreApplication::arguments().at(1))); });
     return QCoreApplication::exec();
 }
