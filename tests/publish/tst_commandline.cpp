@@ -184,7 +184,7 @@ void CommandLineTest::packsTheSameWhateverTheThreadsAndTheMemory()
         const PublishFixture fixture;
         Files files{{u"client"_s, "1"}};
         for (quint32 i = 0; i < 20; ++i)
-            files.insert(u"many/%1"_s.arg(i), testfiles::textBytes(i * 1000, i));
+            files.insert(u"many/%1"_s.arg(i), testfiles::textBytes(qsizetype(i) * 1000, i));
         fixture.setInput(files);
         QCOMPARE(runProgram({u"package"_s, fixture.input(), fixture.content(), u"--version"_s,
                              u"1"_s, u"--executable"_s, u"client"_s, u"--threads"_s,

@@ -35,6 +35,7 @@ void JobRunnerTest::runsEveryJobOnce()
     QFETCH(int, threads);
     std::vector<std::atomic<int>> runs(500);
     std::vector<Job> jobs;
+    jobs.reserve(runs.size());
     for (auto& count : runs)
         jobs.push_back({1, [&count](QString*) {
                             ++count;

@@ -122,7 +122,7 @@ void PublicationTest::sameBytesWithAnyNumberOfThreads()
         PublishFixture fixture;
         Files files = smallClient();
         for (quint32 i = 0; i < 60; ++i)
-            files.insert(u"many/%1"_s.arg(i), testfiles::textBytes(i * 100, i));
+            files.insert(u"many/%1"_s.arg(i), testfiles::textBytes(qsizetype(i) * 100, i));
         fixture.setInput(files);
         PublishRequest request = fixture.request(u"1.0"_s);
         request.packing.limits.threads = threads;
