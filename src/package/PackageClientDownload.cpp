@@ -6,6 +6,7 @@
 #include <QNetworkReply>
 #include <QNetworkRequest>
 
+#include <memory>
 #include <optional>
 
 namespace {
@@ -88,12 +89,14 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     // The body is taken while it arrives: reading a large one in a single piece at the end would
     // hold up the event loop and keep it in memory twice.
     QByteArray body;
+    // Deleted on return. deleteLater() would wait for the outermost event loop, and an installation
+    // would gather thousands of replies before it comes to that.
+    const std::unique_ptr<QNetworkReply> owner(reply);
     const auto reading = connect(reply, &QIODevice::readyRead, this,
                                  [reply, &body] { appendAvailable(*reply, body); });
     const bool finished = m_pacer.waitForFinished(reply);
     appendAvailable(*reply, body);
     disconnect(reading);
-    reply->deleteLater();
     const auto failure = failureReason(*reply, body.size());
     if (finished && !failure)
         return body;

@@ -43,7 +43,9 @@ bool matches(const QString& hash, const QString& wanted)
 
 bool replaceWithFolders(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
-    QDir().mkpath(QFileInfo(path).path());
+    const QString folder = QFileInfo(path).path();
+    if (!QFileInfo::exists(folder))
+        QDir().mkpath(folder);
     return replaceFile(path, bytes, turn);
 }
 

@@ -245,13 +245,16 @@ void PackStore::loadKnown()
         }
     }
     QFile index(m_tree.ownFile(indexName()));
-    if (!index.open(QIODevice::ReadOnly))
+    if (!index.open(QIODevice::ReadWrite))
         return;
     while (!index.atEnd()) {
+        const qint64 start = index.pos();
         const QByteArray line = index.readLine();
         const QList<QByteArray> fields = line.trimmed().split(' ');
-        // A publisher that was killed may have left half a line.
-        if (line.endsWith('\n') && fields.size() == 4)
+        // Half a line, which a publisher left that was killed, would spoil the next one.
+        if (!line.endsWith('\n'))
+            index.resize(start);
+        else if (fields.size() == 4)
             learn({QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
                    QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()});
     }

@@ -152,8 +152,8 @@ private:
         const QList<OrlFile> files = parseAssetList(list, &error);
         if (!error.isEmpty())
             addFault(where, QStringLiteral("%1 is no asset list").arg(build.assetsurl.toString()));
-        // Other publishers may name the set as they like; a hash, though, must be the list's.
-        if (isHashText(identity) && identity != hashBytes(list))
+        // Launchers take any text, but only the hash shows a list that came without its identity.
+        if (!identity.isEmpty() && identity != hashBytes(list))
             addFault(where, QStringLiteral("%1 belongs to another asset list")
                                 .arg(build.assetsversionurl.toString()));
         return files;
