@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <atomic>
-
 #include <sys/syscall.h>
 #include <unistd.h>
 

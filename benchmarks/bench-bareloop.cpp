@@ -90,7 +90,8 @@ public:
         if (getaddrinfo(host, port, &hints, &found) != 0)
             fail("address");
         m_socket = socket(found->ai_family, found->ai_socktype, found->ai_protocol);
-        const bool connected = m_socket >= 0 && connect(m_socket, found->ai_addr, found->ai_addrlen) == 0;
+        const bool connected =
+            m_socket >= 0 && connect(m_socket, found->ai_addr, found->ai_addrlen) == 0;
         freeaddrinfo(found);
         if (!connected)
             fail("connecting");

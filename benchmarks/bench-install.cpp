@@ -4,7 +4,6 @@
 
 #include "BenchSupport.h"
 #include "LoopWatch.h"
-
 #include "package/PackageClient.h"
 
 #include <QCoreApplication>
@@ -61,7 +60,6 @@ int main(int argc, char* argv[])
         std::fprintf(stderr, "usage: bench-install PACKAGE-ADDRESS FOLDER\n");
         return 2;
     }
-    QTimer::singleShot(
-        0, qApp, [] { QCoreApplication::exit(run(QCoreApplication::arguments())); });
+    QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(run(QCoreApplication::arguments())); });
     return QCoreApplication::exec();
 }

@@ -2,7 +2,6 @@
 // memory or in the page cache. Argument: its size in MB (default 64).
 
 #include "BenchSupport.h"
-
 #include "package/PackageClient.h"
 #include "package/Unpack.h"
 
