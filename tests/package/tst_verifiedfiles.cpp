@@ -41,6 +41,13 @@ bool setModified(const QString& path, const QDateTime& time)
            file.setFileTime(time, QFileDevice::FileModificationTime);
 }
 
+// A time that can be set back exactly: Qt's counts in milliseconds, the file system finer.
+bool writeDated(const QString& path)
+{
+    const QDateTime time = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123);
+    return write(path, intact) && setModified(path, time);
+}
+
 bool editSecretly(const QString& path)
 {
     const QDateTime before = QFileInfo(path).lastModified();
@@ -149,7 +156,7 @@ private Q_SLOTS:
         m_folder = std::make_unique<QTemporaryDir>();
         m_path = m_folder->filePath(m_file.localfile);
         m_verified = VerifiedFiles();
-        QVERIFY(write(m_path, intact));
+        QVERIFY(writeDated(m_path));
     }
 
     void stampTellsFilesApart()
@@ -203,7 +210,7 @@ private Q_SLOTS:
     void noticesEditRightAfterWriting()
     {
         for (int i = 0; i < 100; ++i) {
-            QVERIFY(write(m_path, intact));
+            QVERIFY(writeDated(m_path));
             rememberAsWritten();
             QVERIFY(editSecretly(m_path));
             QVERIFY2(!isInstalledAt(m_path, m_file, m_verified), qPrintable(u"round %1"_s.arg(i)));
@@ -213,7 +220,7 @@ private Q_SLOTS:
     void noticesEditRightAfterCheckingFreshFile()
     {
         for (int i = 0; i < 100; ++i) {
-            QVERIFY(write(m_path, intact));
+            QVERIFY(writeDated(m_path));
             QVERIFY(isInstalledAt(m_path, m_file, m_verified));
             QVERIFY(editSecretly(m_path));
             QVERIFY2(!isInstalledAt(m_path, m_file, m_verified), qPrintable(u"round %1"_s.arg(i)));
