@@ -30,4 +30,8 @@ sed -e "s|@CONTENT@|$(quoted "$content")|" -e "s|@PORT@|$(quoted "$port")|" \
     -e "s|@RATE@|${VORNAK_SERVER_RATE:+limit_rate $VORNAK_SERVER_RATE;}|" \
     -e "s|@RUNTIME@|$(quoted "$runtime")|g" -e "s|@SITE@|$(quoted "$here/vornak-content.conf")|" \
     "$here/nginx-local.conf.in" >"$runtime/nginx.conf"
+# Root's workers would become another user, who may not read the caller's temporary folders.
+if [ "$(id -u)" -eq 0 ]; then
+    exec nginx -e "$runtime/error.log" -p "$runtime" -c "$runtime/nginx.conf" -g 'user root;'
+fi
 exec nginx -e "$runtime/error.log" -p "$runtime" -c "$runtime/nginx.conf"

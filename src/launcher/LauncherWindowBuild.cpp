@@ -221,7 +221,11 @@ QWidget* LauncherWindow::buildLicencePage()
 
 void LauncherWindow::buildPages()
 {
-    pageStack = new QStackedLayout;
+    // The stack shows its current page at once: without a place in the window already, each page
+    // would come up as a window of its own for a moment.
+    auto* layout = new QVBoxLayout(centralWidget());
+    layout->setContentsMargins(0, 0, 0, 0);
+    pageStack = new QStackedLayout(layout);
     pageStack->setObjectName(QStringLiteral("pageStack"));
     QWidget* launcherPage = buildLauncherPage();
     pageStack->addWidget(buildLicencePage());
@@ -229,8 +233,4 @@ void LauncherWindow::buildPages()
     // A build without a licence document has nothing to accept.
     const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
     pageStack->setCurrentIndex(accepted || licenceText().isEmpty() ? 1 : 0);
-
-    auto* layout = new QVBoxLayout(centralWidget());
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addLayout(pageStack);
 }

@@ -1,9 +1,13 @@
 #include "package/PackageClient.h"
 #include "package/Sizes.h"
 
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -21,6 +25,20 @@ void appendAvailable(QNetworkReply& reply, QByteArray& body)
     body.resize(before + available);
     const qint64 read = reply.read(body.data() + before, body.size() - before);
     body.resize(before + qMax<qint64>(read, 0));
+}
+
+// Why the transfer failed; nothing when it succeeded. Qt 6.4 takes some connections that are reset
+// in mid-body for a success, so that the length is looked at as well. With a content encoding it
+// counts other bytes than those that arrive here.
+std::optional<QString> failureReason(const QNetworkReply& reply, qsizetype received)
+{
+    if (reply.error() != QNetworkReply::NoError)
+        return reply.errorString();
+    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
+    if (length.isValid() && received < length.toLongLong() &&
+        !reply.hasRawHeader("Content-Encoding"))
+        return QCoreApplication::translate("QHttp", "Connection closed");
+    return std::nullopt;
 }
 
 } // namespace
@@ -71,15 +89,18 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     // The body is taken while it arrives: reading a large one in a single piece at the end would
     // hold up the event loop and keep it in memory twice.
     QByteArray body;
+    // Deleted on return. deleteLater() would wait for the outermost event loop, and an installation
+    // would gather thousands of replies before it comes to that.
+    const std::unique_ptr<QNetworkReply> owner(reply);
     const auto reading = connect(reply, &QIODevice::readyRead, this,
                                  [reply, &body] { appendAvailable(*reply, body); });
     const bool finished = m_pacer.waitForFinished(reply);
     appendAvailable(*reply, body);
     disconnect(reading);
-    reply->deleteLater();
-    if (finished && reply->error() == QNetworkReply::NoError)
+    const auto failure = failureReason(*reply, body.size());
+    if (finished && !failure)
         return body;
-    const QString reason = reply->errorString();
+    const QString reason = failure.value_or(reply->errorString());
     if (error)
         *error = failureText(reason);
     qWarning("Download failed: %s %s", qUtf8Printable(address.toString()), qUtf8Printable(reason));
@@ -122,8 +143,8 @@ void PackageClient::downloadAsync(const QUrl& url, DownloadCallback done)
     connect(reply, &QNetworkReply::finished, this, [reply, address, done = std::move(done)] {
         const QByteArray body = reply->readAll();
         QString message;
-        if (reply->error() != QNetworkReply::NoError) {
-            message = failureText(reply->errorString());
+        if (const auto reason = failureReason(*reply, body.size())) {
+            message = failureText(*reason);
             qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
                      qUtf8Printable(message));
         }

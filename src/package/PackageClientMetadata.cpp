@@ -1,10 +1,10 @@
 #include "package/PackageClient.h"
+#include "package/ReplaceFile.h"
 
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 #include <QStringList>
 
 namespace {
@@ -12,11 +12,8 @@ namespace {
 void saveCopy(const QByteArray& data, const QString& folder)
 {
     QDir().mkpath(folder);
-    QSaveFile file(folder + QLatin1StringView("/launchermetadata.json"));
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(data);
-        file.commit();
-    }
+    [[maybe_unused]] const bool saved =
+        replaceFile(folder + QLatin1StringView("/launchermetadata.json"), data);
 }
 
 QJsonArray hintElements(const QByteArray& data)

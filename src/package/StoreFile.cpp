@@ -34,9 +34,18 @@ bool unpackAndHash(const QByteArray& body, QByteArray& output, QString& hashText
     return true;
 }
 
+// A hash is empty when its computation was stopped or failed; an entry may lack one. Neither
+// matches anything, least of all the other.
+bool matches(const QString& hash, const QString& wanted)
+{
+    return !hash.isEmpty() && hash == wanted;
+}
+
 bool replaceWithFolders(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
-    QDir().mkpath(QFileInfo(path).path());
+    const QString folder = QFileInfo(path).path();
+    if (!QFileInfo::exists(folder))
+        QDir().mkpath(folder);
     return replaceFile(path, bytes, turn);
 }
 
@@ -53,7 +62,7 @@ bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& veri
         return true;
     QFile device(path);
     if (!device.open(QIODevice::ReadOnly | QIODevice::Unbuffered) ||
-        hashDevice(&device, turning(turn)) != file.unpackedhash)
+        !matches(hashDevice(&device, turning(turn)), file.unpackedhash))
         return false;
     verified.addRead(path, *stamp, now, file.unpackedhash);
     return true;
@@ -71,13 +80,13 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return cancelled ? StoreResult::Cancelled : result;
     };
 
-    if (hashBytes(body, turning(step)) != file.packedhash)
+    if (!matches(hashBytes(body, turning(step)), file.packedhash))
         return failure(StoreResult::PackedHashDiffers);
     QByteArray output;
     QString unpackedHash;
     if (!unpackAndHash(body, output, unpackedHash, step))
         return failure(StoreResult::UnpackingFailed);
-    if (unpackedHash != file.unpackedhash || output.size() != file.unpackedsize)
+    if (!matches(unpackedHash, file.unpackedhash) || output.size() != file.unpackedsize)
         return StoreResult::UnpackedDiffers;
     return replaceWithFolders(path, output, step) ? StoreResult::Stored
                                                   : failure(StoreResult::WritingFailed);

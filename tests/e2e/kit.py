@@ -124,7 +124,7 @@ class Launcher:
 
     def __init__(self, folder, site, display, binary=None):
         self.home = folder / "home"
-        self.home.mkdir(exist_ok=True)
+        self.home.mkdir(mode=0o700, exist_ok=True)
         self.site = site
         self.display = display
         self.binary = binary or BIN / "vornak-launcher"

@@ -31,7 +31,7 @@ class FirstStart(kit.EndToEnd):
         wait_for(lambda: launcher.settings.exists()
                  and "eulaAccepted=true" in launcher.settings.read_text(), "the acceptance")
 
-        self.display.click(window, *self.main_button(window))
+        self.display.click(window, *MAIN_BUTTON)
         wait_for(lambda: launcher.marker("package.json.version") == "1.0", "the installation")
         wait_for(lambda: launcher.marker("assets.json.sha256"), "the assets")
         self.assertIsNone(launcher.marker("partial.package.json.version"))
@@ -66,9 +66,6 @@ class FirstStart(kit.EndToEnd):
         self.display.key(window, "Return")
         self.assertEqual(launcher.ended(), 0)
         self.assertEqual(len(launcher.records()), 2)
-
-    def main_button(self, window):
-        return MAIN_BUTTON
 
 
 class Later(kit.EndToEnd):

@@ -42,16 +42,23 @@ void CommandLine::addOption(const char* name, const char* description, const cha
                         QString::fromLatin1(value), QString::fromLatin1(fallback)});
 }
 
+void CommandLine::addThreadOptions()
+{
+    m_hasThreads = true;
+    addOption("threads", "Files to work on at a time; all cores by default.", "N");
+    addOption("memory", "Memory for the files at work in MiB; the others wait. 4096 by default.",
+              "MIB");
+}
+
 void CommandLine::addPackingOptions()
 {
     m_packs = true;
+    addThreadOptions();
     addOption(
         "level",
         "How hard to pack: 0 (fast) to 8 (small), with e to try still harder. 8e, the default, "
         "is the strongest that players unpack within 64 MiB.",
         "LEVEL", "8e");
-    addOption("threads", "Files to pack at a time; all cores by default.", "N");
-    addOption("memory", "Memory for packing in MiB; files wait for it. 4096 by default.", "MIB");
     m_parser.setApplicationDescription(m_parser.applicationDescription() + packingHelp());
 }
 
@@ -68,7 +75,7 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     if (!m_parser.parse(whole + arguments))
         return wrongUsage(m_parser.errorText());
     if (isSet("help")) {
-        QTextStream(stdout) << m_parser.helpText();
+        QTextStream(stdout) << helpText();
         return Done;
     }
     // The command's own name is among the arguments, for the usage line's sake.
@@ -86,12 +93,12 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     }
     if (isSet("quiet") && isSet("json"))
         return wrongUsage(QStringLiteral("--quiet and --json exclude each other"));
-    return m_packs ? checkPacking() : std::nullopt;
+    return m_hasThreads ? checkThreads() : std::nullopt;
 }
 
-std::optional<int> CommandLine::checkPacking()
+std::optional<int> CommandLine::checkThreads()
 {
-    const auto level = parsePackLevel(value("level"));
+    const std::optional<PackLevel> level = m_packs ? parsePackLevel(value("level")) : PackLevel();
     if (!level)
         return wrongUsage(QStringLiteral("'%1' is not a level from 0 to 8e").arg(value("level")));
     bool threadsFine = true;
@@ -107,6 +114,17 @@ std::optional<int> CommandLine::checkPacking()
             QStringLiteral("--memory must be a number of MiB from %1 on at this level").arg(least));
     m_packing = {*level, {threads, memory * mebibyte}};
     return std::nullopt;
+}
+
+// The parser's own text takes the command for an argument.
+QString CommandLine::helpText() const
+{
+    const QString text = m_parser.helpText();
+    const qsizetype begin = text.indexOf(u'\n');
+    const qsizetype end = text.indexOf(QLatin1StringView("\nArguments:"));
+    return QStringLiteral("Usage: vornak-publish %1 [options] %2")
+               .arg(m_command, m_positional.join(u' ')) +
+           text.mid(begin, end < 0 ? -1 : end - begin);
 }
 
 bool CommandLine::isSet(const char* name) const

@@ -27,7 +27,9 @@ public:
 
     void addOption(const char* name, const char* description, const char* value = "",
                    const char* fallback = "");
-    /// --threads, --level and --memory.
+    /// --threads and --memory.
+    void addThreadOptions();
+    /// The same and --level, and what packing needs.
     void addPackingOptions();
     /// --os and --architecture, whose help says what leaving them out means.
     void addPlatformOptions(const char* fallbackOs, const char* fallbackArchitecture);
@@ -53,7 +55,8 @@ public:
     void replaceFirstArgumentBy(const char* option) { m_replacement = QLatin1StringView(option); }
 
 private:
-    [[nodiscard]] std::optional<int> checkPacking();
+    [[nodiscard]] std::optional<int> checkThreads();
+    [[nodiscard]] QString helpText() const;
 
     QString m_command;
     QStringList m_positional;
@@ -61,5 +64,6 @@ private:
     QString m_replacement;
     QCommandLineParser m_parser;
     PackSettings m_packing;
+    bool m_hasThreads = false;
     bool m_packs = false;
 };

@@ -20,6 +20,14 @@ void addBuildOptions(CommandLine& line)
     line.require("executable");
 }
 
+QString publicUrl(const CommandLine& line)
+{
+    QString url = line.value("public-url");
+    while (url.endsWith(u'/'))
+        url.chop(1);
+    return url;
+}
+
 PublishRequest buildRequest(const CommandLine& line)
 {
     PublishRequest request;
@@ -28,9 +36,7 @@ PublishRequest buildRequest(const CommandLine& line)
     request.version = line.value("version");
     request.executable = line.value("executable");
     request.platform = {line.value("os"), line.value("architecture")};
-    request.publicUrl = line.value("public-url");
-    while (request.publicUrl.endsWith(u'/'))
-        request.publicUrl.chop(1);
+    request.publicUrl = publicUrl(line);
     request.packing = line.packSettings();
     return request;
 }
@@ -151,7 +157,7 @@ int commands::hints(const QStringList& arguments)
     Console console(line.outputMode());
     HintsReport report;
     const QStringList faults = publishHints(line.argument(0), line.argument(1),
-                                            line.value("images"), line.value("public-url"), report);
+                                            line.value("images"), publicUrl(line), report);
     if (!faults.isEmpty()) {
         console.fail(faults, {});
         return Failed;

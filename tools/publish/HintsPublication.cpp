@@ -2,7 +2,7 @@
 
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
 
 #include <QDir>
@@ -93,7 +93,7 @@ std::optional<QByteArray> readFile(const QString& path)
 class PictureSet
 {
 public:
-    PictureSet(const ContentTree& tree, const QString& images)
+    PictureSet(const ContentFolder& tree, const QString& images)
         : m_tree(tree)
         , m_images(images)
     {}
@@ -118,7 +118,7 @@ public:
         return {};
     }
 
-    bool install(ContentTree& tree, QString* error) const
+    bool install(ContentFolder& tree, QString* error) const
     {
         return std::all_of(m_new.begin(), m_new.end(), [&tree, error](const auto& picture) {
             return tree.replace(addresses::images + picture.first, picture.second, error);
@@ -126,12 +126,12 @@ public:
     }
 
 private:
-    const ContentTree& m_tree;
+    const ContentFolder& m_tree;
     QString m_images;
     QList<std::pair<QString, QByteArray>> m_new;
 };
 
-bool nameInMetadata(ContentTree& tree, const QString& publicUrl, QString* error)
+bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, QString* error)
 {
     const QByteArray old = tree.read(addresses::metadata);
     if (old.isEmpty())
@@ -195,7 +195,7 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
         return {QStringLiteral("%1: no such folder").arg(images)};
     QStringList pictures;
     QStringList faults = checkHints(*bytes, pictures, &report.hints);
-    ContentTree tree(content);
+    ContentFolder tree(content);
     PictureSet set(tree, images);
     for (const QString& path : std::as_const(pictures)) {
         const QString fault = set.add(path);

@@ -68,8 +68,11 @@ bool runJobs(const std::vector<Job>& jobs, const JobLimits& limits, QString* err
 {
     Runner runner(jobs, limits.memory);
     const auto count = std::min(static_cast<std::size_t>(std::max(limits.threads, 1)), jobs.size());
+    // A single thread is the caller's own, for jobs that belong there.
+    if (limits.threads <= 1)
+        runner.work();
     std::vector<std::thread> threads;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; limits.threads > 1 && i < count; ++i)
         threads.emplace_back([&runner] { runner.work(); });
     for (std::thread& thread : threads)
         thread.join();

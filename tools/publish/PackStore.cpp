@@ -3,7 +3,7 @@
 #include "package/OrlPackageDoc.h"
 #include "package/Unpack.h"
 #include "publish/Addresses.h"
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/Progress.h"
 
 #include <QDirIterator>
@@ -72,7 +72,7 @@ qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files)
 
 } // namespace
 
-PackStore::PackStore(ContentTree& tree, const PackSettings& settings, Progress& progress)
+PackStore::PackStore(ContentFolder& tree, const PackSettings& settings, Progress& progress)
     : m_tree(tree)
     , m_settings(settings)
     , m_progress(progress)
@@ -159,28 +159,41 @@ bool PackStore::isIntact(const PackedFile& file) const
 bool PackStore::packOne(const InputFile& file, const QString& hash, QString* error)
 {
     const QString work = m_tree.workPath();
-    std::optional<PackedFile> packed;
-    {
-        QFile input(file.path);
-        QFile output(work);
-        if (!input.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-            return fail(error, file, QStringLiteral("the file cannot be read"));
-        if (!output.open(QIODevice::WriteOnly))
-            return fail(error, file, work + QLatin1StringView(" cannot be written"));
-        QString reason;
-        packed = packDevice(input, file.size, output, m_settings.level, &reason,
-                            [this](qint64 bytes) { m_progress.advance(bytes, 0); });
-        if (!packed)
-            return fail(error, file, reason);
-        if (packed->unpackedhash != hash)
-            return fail(error, file, QStringLiteral("the file changed while it was published"));
-        output.close();
-        if (output.error() != QFileDevice::NoError)
-            return fail(error, file, output.errorString());
+    const auto packed = packInto(work, file, hash, error);
+    if (!packed) {
+        // A full disk must not stay full.
+        QFile::remove(work);
+        return false;
     }
     m_progress.advance(0, 1);
     return m_tree.moveIntoPlace(work, addresses::packedFile(packed->packedhash), error) &&
            record(*packed, error);
+}
+
+std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFile& file,
+                                              const QString& hash, QString* error)
+{
+    const auto failure = [&file, error](const QString& reason) {
+        fail(error, file, reason);
+        return std::nullopt;
+    };
+    QFile input(file.path);
+    QFile output(work);
+    if (!input.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return failure(QStringLiteral("the file cannot be read"));
+    if (!output.open(QIODevice::WriteOnly))
+        return failure(work + QLatin1StringView(" cannot be written"));
+    QString reason;
+    auto packed = packDevice(input, file.size, output, m_settings.level, &reason,
+                             [this](qint64 bytes) { m_progress.advance(bytes, 0); });
+    if (!packed)
+        return failure(reason);
+    if (packed->unpackedhash != hash)
+        return failure(QStringLiteral("the file changed while it was published"));
+    output.close();
+    if (output.error() != QFileDevice::NoError)
+        return failure(output.errorString());
+    return packed;
 }
 
 bool PackStore::record(const PackedFile& file, QString* error)
@@ -232,13 +245,16 @@ void PackStore::loadKnown()
         }
     }
     QFile index(m_tree.ownFile(indexName()));
-    if (!index.open(QIODevice::ReadOnly))
+    if (!index.open(QIODevice::ReadWrite))
         return;
     while (!index.atEnd()) {
+        const qint64 start = index.pos();
         const QByteArray line = index.readLine();
         const QList<QByteArray> fields = line.trimmed().split(' ');
-        // A publisher that was killed may have left half a line.
-        if (line.endsWith('\n') && fields.size() == 4)
+        // Half a line, which a publisher left that was killed, would spoil the next one.
+        if (!line.endsWith('\n'))
+            index.resize(start);
+        else if (fields.size() == 4)
             learn({QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
                    QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()});
     }

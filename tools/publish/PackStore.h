@@ -8,8 +8,9 @@
 #include <QList>
 
 #include <mutex>
+#include <optional>
 
-class ContentTree;
+class ContentFolder;
 class Progress;
 
 struct PackSettings
@@ -23,7 +24,7 @@ struct PackSettings
 class PackStore
 {
 public:
-    PackStore(ContentTree& tree, const PackSettings& settings, Progress& progress);
+    PackStore(ContentFolder& tree, const PackSettings& settings, Progress& progress);
 
     /// The hash of each file's content, in the order of `files`; empty with a text when one cannot
     /// be read or has not the size that was seen before. Writes nothing.
@@ -52,9 +53,11 @@ private:
     [[nodiscard]] bool findReusable(const QList<InputFile>& missing, const QStringList& hashes,
                                     QList<qsizetype>& toPack, QString* error);
     [[nodiscard]] bool packOne(const InputFile& file, const QString& hash, QString* error);
+    [[nodiscard]] std::optional<PackedFile> packInto(const QString& work, const InputFile& file,
+                                                     const QString& hash, QString* error);
     [[nodiscard]] bool record(const PackedFile& file, QString* error);
 
-    ContentTree& m_tree;
+    ContentFolder& m_tree;
     PackSettings m_settings;
     Progress& m_progress;
     std::mutex m_mutex;

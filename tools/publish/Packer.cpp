@@ -105,8 +105,7 @@ private:
                 return fail(error, "the packed file cannot be written");
         }
         char more = 0;
-        return m_input.read(&more, 1) == 0 || m_input.atEnd() ||
-               fail(error, "the file grew while it was packed");
+        return m_input.read(&more, 1) <= 0 || fail(error, "the file grew while it was packed");
     }
 
     bool refill()

@@ -2,10 +2,11 @@
 
 #include "package/OrlPackageDoc.h"
 #include "package/Unpack.h"
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 #include "publish/Progress.h"
 
 #include <QDir>
+#include <QFile>
 #include <QJsonDocument>
 #include <QSet>
 
@@ -18,6 +19,25 @@ QByteArray assetListBytes(const QList<OrlFile>& files)
     const QJsonObject whole = QJsonDocument::fromJson(serializePackageDoc(doc)).object();
     const QString key = QStringLiteral("files");
     return QJsonDocument(QJsonObject{{key, whole.value(key)}}).toJson(QJsonDocument::Compact);
+}
+
+bool fileHolds(const QString& path, const QByteArray& text)
+{
+    constexpr qint64 slice = 0x100000;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QByteArray window;
+    while (!file.atEnd()) {
+        const QByteArray next = file.read(slice);
+        if (next.isEmpty())
+            return false;
+        // The end of the last slice comes along, since the text may lie across two.
+        window = window.right(text.size() - 1) + next;
+        if (window.contains(text))
+            return true;
+    }
+    return false;
 }
 
 /// One publication on its way through its steps. Each returns whether to go on.
@@ -38,18 +58,34 @@ public:
         const QStringList faults = m_input.read(m_request);
         if (!faults.isEmpty())
             return faults;
+        if (m_request.product.isLauncher)
+            warnOfOtherVersion();
         QString error;
         m_all = m_input.files() + m_input.assets();
         m_hashes = m_store.hashFiles(m_all, &error);
         const bool done = m_hashes.size() == m_all.size() && m_tree.openForWriting(&error) &&
                           readMetadata(&error) && checkHistory(&error) &&
-                          m_store.pack(m_all, m_hashes, &error) && writeVersion(&error) &&
-                          makeCurrent(&error);
+                          m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
+                          writeVersion(&error) && makeCurrent(&error);
         fillReport();
         return done ? QStringList() : QStringList(error);
     }
 
 private:
+    // A launcher that takes itself for another version than the published one replaces itself at
+    // every start. Its version stands in the program as text.
+    void warnOfOtherVersion()
+    {
+        for (const InputFile& file : m_input.files()) {
+            if (file.localfile == m_request.executable &&
+                !fileHolds(file.path, m_request.version.toUtf8()))
+                m_progress.warn(
+                    QStringLiteral("%1 does not hold the text '%2'; a launcher built as another "
+                                   "version would replace itself at every start")
+                        .arg(m_request.executable, m_request.version));
+        }
+    }
+
     bool readMetadata(QString* error)
     {
         auto document = MetadataDocument::read(m_tree.read(addresses::metadata), error);
@@ -73,6 +109,7 @@ private:
         if (old.executable == m_request.executable && old.generation == m_request.generation &&
             isSame(old.files, 0, count) && isSame(oldAssets, count, m_all.size() - count)) {
             m_report.unchanged = true;
+            m_old = old.files + oldAssets;
             return true;
         }
         *error =
@@ -90,6 +127,21 @@ private:
             if (old.at(i).localfile != m_all.at(first + i).localfile ||
                 old.at(i).unpackedhash != m_hashes.at(first + i))
                 return false;
+        }
+        return true;
+    }
+
+    // A packed file of the old version that was damaged has been packed again; that helps only if
+    // the bytes came out as before.
+    bool checkMended(QString* error) const
+    {
+        for (qsizetype i = 0; i < m_old.size(); ++i) {
+            if (m_old.at(i).packedhash != m_store.packed(m_hashes.at(i)).packedhash) {
+                *error = QStringLiteral("%1: its packed file was damaged, and packing at this "
+                                        "--level does not mend it; give a new version")
+                             .arg(m_old.at(i).localfile);
+                return false;
+            }
         }
         return true;
     }
@@ -170,12 +222,14 @@ private:
     Progress& m_progress;
     PublishReport& m_report;
     PublishInput m_input;
-    ContentTree m_tree;
+    ContentFolder m_tree;
     PackStore m_store;
     QString m_folder;
     QList<InputFile> m_all;
     QStringList m_hashes;
     MetadataDocument m_metadata;
+    // The files as the version was published before, when it was.
+    QList<OrlFile> m_old;
 };
 
 } // namespace

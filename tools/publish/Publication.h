@@ -7,7 +7,7 @@
 
 #include <QStringList>
 
-class ContentTree;
+class ContentFolder;
 class Progress;
 
 /// What to publish, and where to.

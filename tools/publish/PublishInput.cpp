@@ -46,6 +46,10 @@ QStringList PublishInput::read(const PublishRequest& request)
         if (!fault.isEmpty())
             m_faults.append(fault);
     }
+    const QString content = QDir::cleanPath(QFileInfo(request.content).absoluteFilePath());
+    const QString folder = QDir::cleanPath(QFileInfo(request.input).absoluteFilePath());
+    if (content == folder || content.startsWith(folder + u'/'))
+        m_faults.append(QStringLiteral("the content folder lies in the input"));
     InputFolder input = readInputFolder(request.input);
     m_files = std::move(input.files);
     m_faults += input.faults;

@@ -1,5 +1,6 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
+#include "shared/BuildValues.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -19,6 +20,9 @@ constexpr std::array commandList{
     Command{"package", "Publishes a version of the client.", commands::package},
     Command{"launcher", "Publishes a version of the launcher itself.", commands::launcher},
     Command{"hints", "Checks and installs the hints and their pictures.", commands::hints},
+    Command{"switch", "Makes an earlier version current again.", commands::switchTo},
+    Command{"verify", "Checks everything that launchers would read.", commands::verify},
+    Command{"prune", "Removes old versions and what only they need.", commands::prune},
 };
 
 QString helpText()
@@ -46,6 +50,10 @@ int main(int argc, char* argv[])
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
         first == QLatin1StringView("help")) {
         QTextStream(stdout) << helpText();
+        return Done;
+    }
+    if (first == QLatin1StringView("--version")) {
+        QTextStream(stdout) << "vornak-publish " << buildvalues::launcherVersion() << '\n';
         return Done;
     }
     for (const Command& command : commandList) {

@@ -1,5 +1,6 @@
-#include "publish/ContentTree.h"
+#include "publish/ContentFolder.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -32,23 +33,35 @@ void flushToDisk([[maybe_unused]] const QFile& file)
 #endif
 }
 
+// Two versions of one size in the same second would pass for the same to a cache that asks.
+void makeYounger(const QString& path, const QString& than)
+{
+    const QFileInfo old(than);
+    if (!old.exists())
+        return;
+    const QDateTime least = old.lastModified().addSecs(1);
+    QFile file(path);
+    if (QFileInfo(path).lastModified() < least && file.open(QIODevice::ReadWrite))
+        file.setFileTime(least, QFileDevice::FileModificationTime);
+}
+
 } // namespace
 
-ContentTree::ContentTree(const QString& root)
+ContentFolder::ContentFolder(const QString& root)
     : m_root(QDir::cleanPath(QDir(root).absolutePath()))
 {}
 
-QString ContentTree::path(const QString& address) const
+QString ContentFolder::path(const QString& address) const
 {
     return m_root + address;
 }
 
-QString ContentTree::ownFile(const QString& name) const
+QString ContentFolder::ownFile(const QString& name) const
 {
     return m_root + QLatin1StringView("/.publisher/") + name;
 }
 
-bool ContentTree::openForWriting(QString* error)
+bool ContentFolder::openForWriting(QString* error)
 {
     if (!QDir().mkpath(ownFile(QString())))
         return fail(error, QStringLiteral("%1: the folder cannot be written").arg(m_root));
@@ -67,24 +80,24 @@ bool ContentTree::openForWriting(QString* error)
            fail(error, QStringLiteral("%1: the folder cannot be written").arg(work.path()));
 }
 
-QByteArray ContentTree::read(const QString& address) const
+QByteArray ContentFolder::read(const QString& address) const
 {
     QFile file(path(address));
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-bool ContentTree::exists(const QString& address) const
+bool ContentFolder::exists(const QString& address) const
 {
     return QFileInfo::exists(path(address));
 }
 
-QString ContentTree::workPath()
+QString ContentFolder::workPath()
 {
     return ownFile(QStringLiteral("work/%1").arg(++m_workNumber));
 }
 
-bool ContentTree::moveIntoPlace(const QString& workPath, const QString& address,
-                                QString* error) const
+bool ContentFolder::moveIntoPlace(const QString& workPath, const QString& address,
+                                  QString* error) const
 {
     const QString target = path(address.endsWith(u'/') ? address.chopped(1) : address);
     QDir().mkpath(QFileInfo(target).path());
@@ -94,13 +107,16 @@ bool ContentTree::moveIntoPlace(const QString& workPath, const QString& address,
                                     .arg(target, QString::fromStdString(code.message())));
 }
 
-bool ContentTree::replace(const QString& address, const QByteArray& bytes, QString* error)
+bool ContentFolder::replace(const QString& address, const QByteArray& bytes, QString* error)
 {
     const QString work = workPath();
-    return writeFile(work, bytes, true, error) && moveIntoPlace(work, address, error);
+    if (!writeFile(work, bytes, true, error))
+        return false;
+    makeYounger(work, path(address));
+    return moveIntoPlace(work, address, error);
 }
 
-void ContentTree::sync() const
+void ContentFolder::sync() const
 {
 #ifdef Q_OS_LINUX
     // One call for the whole file system is many times faster than one for each of many files.

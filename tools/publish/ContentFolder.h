@@ -13,10 +13,10 @@ class QFile;
 /// folder inside, which no server hands out, and then moved into place in one step. Whatever kills
 /// the publisher leaves things in place or not at all. The work folder is emptied by the next
 /// openForWriting(), which also keeps a second publisher out.
-class ContentTree
+class ContentFolder
 {
 public:
-    explicit ContentTree(const QString& root);
+    explicit ContentFolder(const QString& root);
 
     /// Makes the folder if need be, and locks it until the object goes. False with a text when that
     /// fails or another publisher is at work there.
@@ -42,6 +42,8 @@ public:
 
     /// Replaces the file at the address by one with these bytes, which are on the disk, and not
     /// only on their way to it, before they take the old ones' place.
+    /// The new file is at least a second younger: web servers tell versions of a file apart by time
+    /// and size.
     [[nodiscard]] bool replace(const QString& address, const QByteArray& bytes, QString* error);
 
     /// Waits until everything that was moved into place is on the disk.

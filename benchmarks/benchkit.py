@@ -1,0 +1,239 @@
+"""What benchmarks/compare stands on: published packages, nginx, a player's machine, one run of a
+program with its times. Everything is started here and ended here."""
+
+import concurrent.futures
+import hashlib
+import json
+import lzma
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import statistics
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+BIN = pathlib.Path(os.environ.get("VORNAK_BIN", ROOT / "build" / "release" / "bin"))
+FOLDER = pathlib.Path(os.environ.get("VORNAK_BENCH_FOLDER", ROOT / "build" / "benchmarks"))
+SCALE = float(os.environ.get("VORNAK_BENCH_SCALE", "1"))
+RUNS = int(os.environ.get("VORNAK_BENCH_RUNS", "5"))
+NOTHING_NEW_S = 2.2  # a file that is younger is read again, because it may be changing
+
+
+def median(values):
+    return statistics.median(values)
+
+
+def say(text):
+    print(f"==> {text}", file=sys.stderr, flush=True)
+
+
+class Package:
+    """A published package of `count` files of `size` bytes whose program is the measuring client."""
+
+    def __init__(self, name, count, size):
+        self.name, self.count, self.size = name, count, size
+        self.folder = FOLDER / f"{name}-{count}x{size}"
+        self.source = self.folder / "client"
+        self.tree = self.folder / "content"
+        if not (self.folder / "ready").exists():
+            self._make()
+        self.files = self._manifest()["files"]
+
+    def _make(self):
+        say(f"Making the package '{self.name}': {self.count} files of {self.size} bytes")
+        shutil.rmtree(self.folder, ignore_errors=True)
+        (self.source / "bin").mkdir(parents=True)
+        shutil.copy(BIN / "bench-client", self.source / "bin")
+        subprocess.run([BIN / "bench-payload", self.source, str(self.count), str(self.size)],
+                       check=True)
+        publish(self.source, self.tree)
+        (self.folder / "ready").touch()
+
+    def _manifest(self):
+        found = [path for path in self.tree.rglob("package.json")]
+        if len(found) != 1:
+            sys.exit(f"{self.tree}: one package.json expected, not {len(found)}")
+        self.manifest = found[0]
+        return json.loads(self.manifest.read_text())
+
+    def write_bare_list(self, path):
+        """The list for bench-bareloop: what the package document says, without its form."""
+        base = "/" + self.manifest.parent.relative_to(self.tree).as_posix() + "/"
+        with path.open("w") as out:
+            for file in self.files:
+                fields = [base + file["url"], file["localfile"], file["packedhash"],
+                          file["unpackedhash"], str(file["unpackedsize"])]
+                out.write("\t".join(fields) + "\n")
+
+    def write_sums(self, path):
+        with path.open("w") as out:
+            for file in self.files:
+                out.write(f"{file['unpackedhash']}  {file['localfile']}\n")
+
+    def largest(self):
+        """Packed and unpacked size of the file for which their sum is greatest."""
+        return max(int(file["packedsize"]) + int(file["unpackedsize"]) for file in self.files)
+
+
+class Server:
+    """nginx as an ordinary user on a free loopback port."""
+
+    def __init__(self, tree):
+        self.folder = FOLDER / "server"
+        shutil.rmtree(self.folder, ignore_errors=True)
+        self.folder.mkdir(parents=True)
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            self.port = probe.getsockname()[1]
+        temporary = "".join(f"{kind}_temp_path {self.folder}/{kind};\n" for kind in
+                            ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
+        (self.folder / "nginx.conf").write_text(
+            f"daemon off; pid {self.folder}/pid; error_log {self.folder}/error.log;\n"
+            "worker_processes 1; events {}\n"
+            f"http {{ {temporary} access_log off; sendfile on; tcp_nopush on;\n"
+            # A player's connection stays open for the whole installation; so does this one.
+            "keepalive_requests 1000000; types { application/json json; }\n"
+            f"server {{ listen 127.0.0.1:{self.port}; root {tree}; }} }}\n")
+        self.process = subprocess.Popen(["/usr/sbin/nginx", "-p", self.folder,
+                                         "-c", self.folder / "nginx.conf"],
+                                        stderr=subprocess.DEVNULL)
+        for _ in range(250):
+            try:
+                socket.create_connection(("127.0.0.1", self.port), 1).close()
+                break
+            except OSError:
+                time.sleep(0.02)
+        else:
+            sys.exit("nginx did not start")
+        self.address = f"http://127.0.0.1:{self.port}"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.send_signal(signal.SIGTERM)
+        self.process.wait()
+
+
+class Run:
+    """One run of a program: its start (CLOCK_MONOTONIC, ns), seconds to its end, highest memory."""
+
+    def __init__(self, command, environment=None, folder=None, output=subprocess.DEVNULL):
+        self.started = time.monotonic_ns()
+        process = subprocess.Popen(command, env=environment, cwd=folder, stdout=output,
+                                   stderr=subprocess.DEVNULL, text=True)
+        self.output = process.stdout.read() if output == subprocess.PIPE else ""
+        _, status, usage = os.wait4(process.pid, 0)
+        self.seconds = (time.monotonic_ns() - self.started) / 1e9
+        self.memory = usage.ru_maxrss * 1024 / 1e6
+        self.code = process.returncode = os.waitstatus_to_exitcode(status)
+
+
+class Player:
+    """A player's machine: settings and data of its own; the licence is accepted."""
+
+    def __init__(self, name, server=None, platform="offscreen", display=None):
+        self.home = FOLDER / "players" / name
+        self.clear()
+        settings = self.home / "config" / "Vornak"
+        settings.mkdir(parents=True)
+        (settings / "Launcher.conf").write_text("[General]\neulaAccepted=true\n")
+        self.package = self.home / "data" / "Vornak" / "Launcher" / "packages" / "Quelra"
+        kept = {name: os.environ[name] for name in ("PATH", "LANG", "LC_ALL") if name in os.environ}
+        self.environment = {
+            **kept, "HOME": str(self.home), "XDG_DATA_HOME": str(self.home / "data"),
+            "XDG_CONFIG_HOME": str(self.home / "config"), "QT_QPA_PLATFORM": platform,
+            "VORNAK_CDN_URL": server.address if server else "http://127.0.0.1:9",
+            "BENCH_CLIENT_FILE": str(self.home / "client")}
+        if display:
+            self.environment["DISPLAY"] = display
+
+    def clear(self):
+        shutil.rmtree(self.home, ignore_errors=True)
+
+    def patch(self):
+        """Runs the launcher with --patch; adds the seconds until the client started."""
+        mark = self.home / "client"
+        mark.unlink(missing_ok=True)
+        run = Run([BIN / "vornak-launcher", "--patch"], self.environment)
+        if run.code != 0 or not mark.exists():
+            sys.exit(f"the launcher did not start the client (exit code {run.code})")
+        run.until_client = (int(mark.read_text()) - run.started) / 1e9
+        return run
+
+    def installation_seconds(self):
+        """From the making of the package folder to the marker of the finished installation, by the
+        file system's clock."""
+        begin = float(subprocess.check_output(["stat", "-c", "%.9W", self.package]))
+        end = (self.package / "package.json.version").stat().st_mtime_ns / 1e9
+        return end - begin
+
+    def watched(self, command, first_window_only=False):
+        """Runs a Qt program with the watch module and returns what that noted."""
+        notes = self.home / "watch"
+        notes.unlink(missing_ok=True)
+        environment = {**self.environment, "LD_PRELOAD": str(BIN / "bench-watch.so"),
+                       "BENCH_WATCH_FILE": str(notes)}
+        if first_window_only:
+            environment["BENCH_WATCH_FIRST"] = "1"
+        run = Run(command, environment)
+        figures = {}
+        for line in notes.read_text().splitlines():
+            name, value = line.split()
+            figures.setdefault(name, float(value))
+        figures["shown"] = (figures["shown"] - run.started) / 1e9
+        return figures
+
+
+class Display:
+    """A virtual X display."""
+
+    def __enter__(self):
+        read, write = os.pipe()
+        self.process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24", "-nolisten", "tcp"],
+            pass_fds=[write], stderr=subprocess.DEVNULL)
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            self.name = ":" + pipe.readline().strip()
+        return self
+
+    def __exit__(self, *_):
+        self.process.terminate()
+        self.process.wait()
+
+
+def pack(path):
+    data = path.read_bytes()
+    packed = bytearray(lzma.compress(data, format=lzma.FORMAT_ALONE, preset=1))
+    packed[5:13] = len(data).to_bytes(8, "little")
+    return bytes(packed)
+
+
+def publish(source, tree):
+    def entry(path):
+        local = path.relative_to(source).as_posix()
+        packed, data = pack(path), path.read_bytes()
+        target = package / "files" / (local + ".lzma")
+        target.parent.mkdir(parents=True, exist_ok=True)
+        target.write_bytes(packed)
+        return {"url": "files/" + local + ".lzma", "localfile": local,
+                "packedhash": hashlib.sha256(packed).hexdigest(), "packedsize": len(packed),
+                "unpackedhash": hashlib.sha256(data).hexdigest(), "unpackedsize": len(data)}
+
+    package = tree / "launcher" / "quelra"
+    package.mkdir(parents=True)
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        files = list(pool.map(entry, sorted(p for p in source.rglob("*") if p.is_file())))
+    (package / "package.json").write_text(json.dumps(
+        {"version": "1.0.1", "executable": "bin/bench-client", "files": files}))
+    (package / "version.txt").write_text("1.0.1\n")
+    build = {"os": "windows", "architecture": "x86_64", "url": "http://x/launcher/quelra/package.json",
+             "versionurl": "http://x/launcher/quelra/version.txt"}
+    (tree / "launcher" / "quelrametadata.json").write_text(json.dumps(
+        {"packages": [{"name": "Quelra", "directoryname": "Quelra", "builds": [build]}]}))
+    shutil.copy(ROOT / "resources" / "hints.json", tree)

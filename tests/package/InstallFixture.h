@@ -1,0 +1,139 @@
+#pragma once
+
+#include "package/PackageClient.h"
+#include "support/ContentTree.h"
+#include "support/MessageCapture.h"
+#include "support/ScriptedHttpServer.h"
+#include "support/TestFiles.h"
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// Whether an installation runs in the blocking or in the asynchronous form; most tests hold for
+/// both.
+enum class Form { Blocking, Async };
+Q_DECLARE_METATYPE(Form)
+
+struct Progress
+{
+    qint64 bytes = 0;
+    qint64 total = 0;
+    int number = 0;
+    int count = 0;
+
+    bool operator==(const Progress&) const = default;
+};
+
+struct Outcome
+{
+    bool ok = false;
+    QString error;
+};
+
+/// A content server with a tree, and a client with an empty folder to install into.
+class InstallFixture
+{
+public:
+    InstallFixture()
+    {
+        m_client.setBaseUrl(m_server.baseUrl());
+        QObject::connect(&m_client, &PackageClient::progress, &m_client,
+                         [this](qint64 bytes, qint64 total, int number, int count) {
+                             m_progress.append({bytes, total, number, count});
+                         });
+    }
+
+    ScriptedHttpServer& server() { return m_server; }
+    ContentTree& tree() { return m_tree; }
+    PackageClient& client() { return m_client; }
+    QList<Progress>& progress() { return m_progress; }
+
+    /// Exists only once something is installed.
+    [[nodiscard]] QString folder() const { return m_root.filePath(QStringLiteral("Quelra")); }
+    [[nodiscard]] QString path(const QString& name) const { return QDir(folder()).filePath(name); }
+    [[nodiscard]] QByteArray content(const QString& name) const
+    {
+        return testfiles::read(path(name));
+    }
+    /// Everything on disk, beside the folder too.
+    [[nodiscard]] QStringList files() const { return testfiles::list(m_root.path()); }
+
+    Outcome installPackage(Form form)
+    {
+        return run(
+            form,
+            [this](QString* error) {
+                return m_client.installPackage(m_tree.packageUrl(), m_tree.package, folder(),
+                                               error);
+            },
+            [this](const PackageClient::DoneCallback& done) {
+                m_client.installPackageAsync(m_tree.packageUrl(), m_tree.package, folder(), done);
+            });
+    }
+
+    Outcome installAssets(Form form)
+    {
+        return run(
+            form,
+            [this](QString* error) {
+                return m_client.installAssets(m_tree.assetsUrl(), m_tree.assets,
+                                              m_tree.assetsIdentity, folder(), error);
+            },
+            [this](const PackageClient::DoneCallback& done) {
+                m_client.installAssetsAsync(m_tree.assetsUrl(), m_tree.assets,
+                                            m_tree.assetsIdentity, folder(), done);
+            });
+    }
+
+    /// Rows for a test that holds for both forms.
+    static void addForms()
+    {
+        QTest::addColumn<Form>("form");
+        QTest::newRow("blocking") << Form::Blocking;
+        QTest::newRow("asynchronous") << Form::Async;
+    }
+
+private:
+    template <typename Blocking, typename Async>
+    static Outcome run(Form form, Blocking blocking, Async async)
+    {
+        Outcome outcome;
+        if (form == Form::Blocking) {
+            outcome.ok = blocking(&outcome.error);
+            return outcome;
+        }
+        int calls = 0;
+        async([&](bool ok, const QString& error) {
+            ++calls;
+            outcome = {ok, error};
+        });
+        if (!QTest::qWaitFor([&] { return calls > 0; }, 20000))
+            outcome.error = QStringLiteral("the callback was never called");
+        // Nothing may come after it.
+        QTest::qWait(1);
+        if (calls > 1)
+            outcome = {false, QStringLiteral("the callback was called more than once")};
+        return outcome;
+    }
+
+    ScriptedHttpServer m_server;
+    ContentTree m_tree{m_server};
+    QTemporaryDir m_root;
+    PackageClient m_client{nullptr};
+    QList<Progress> m_progress;
+};
+
+#define VERIFY_SUCCESS(expression)                                                                 \
+    do {                                                                                           \
+        const Outcome outcomeOfRun = (expression);                                                 \
+        QVERIFY2(outcomeOfRun.ok, qUtf8Printable(outcomeOfRun.error));                             \
+        QCOMPARE(outcomeOfRun.error, QString());                                                   \
+    } while (false)
+
+#define VERIFY_FAILURE(expression, text)                                                           \
+    do {                                                                                           \
+        const Outcome outcomeOfRun = (expression);                                                 \
+        QCOMPARE(outcomeOfRun.error, QString(text));                                               \
+        QVERIFY(!outcomeOfRun.ok);                                                                 \
+    } while (false)

@@ -1,0 +1,222 @@
+#include "package/InstallFixture.h"
+#include "support/IsolatedHome.h"
+
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// No file can grow beyond the limit while this lives, as on a full disk.
+class FullDisk
+{
+public:
+    explicit FullDisk(rlim_t limit)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit now{limit, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &now);
+    }
+    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
+    Q_DISABLE_COPY_MOVE(FullDisk)
+
+private:
+    rlimit m_before{};
+};
+
+/// A folder that cannot be written while this lives. Permissions do not bind the administrator,
+/// whose rights are therefore dropped for the time.
+class ReadOnlyFolder
+{
+public:
+    explicit ReadOnlyFolder(const QString& path)
+        : m_path(QFile::encodeName(path))
+    {
+        chmod(m_path.constData(), 0555);
+        constexpr uid_t nobody = 65534;
+        if (geteuid() == 0)
+            m_dropped = seteuid(nobody) == 0;
+        m_works = access(m_path.constData(), F_OK) == 0 && geteuid() != 0;
+    }
+    ~ReadOnlyFolder()
+    {
+        if (m_dropped && seteuid(0) != 0)
+            qFatal("Cannot become root again");
+        chmod(m_path.constData(), 0755);
+    }
+    Q_DISABLE_COPY_MOVE(ReadOnlyFolder)
+
+    [[nodiscard]] bool works() const { return m_works; }
+
+private:
+    QByteArray m_path;
+    bool m_dropped = false;
+    bool m_works = false;
+};
+
+QString unwritable(const QString& path)
+{
+    return u"Failed to create folder: '%1'."_s.arg(path);
+}
+
+} // namespace
+
+/// Disks and folders that do not let themselves be written: the old files stay as they are, and
+/// nothing is left lying about.
+class InstallFaultsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void fullDiskKeepsTheOldFile_data() { InstallFixture::addForms(); }
+    void fullDiskKeepsTheOldFile();
+    void fullDiskKeepsTheFilesBefore_data() { InstallFixture::addForms(); }
+    void fullDiskKeepsTheFilesBefore();
+    void fullDiskKeepsTheOldDocument_data() { InstallFixture::addForms(); }
+    void fullDiskKeepsTheOldDocument();
+    void fullDiskFailsTheAssetMarker_data() { InstallFixture::addForms(); }
+    void fullDiskFailsTheAssetMarker();
+    void folderInPlaceOfAFileFails_data() { InstallFixture::addForms(); }
+    void folderInPlaceOfAFileFails();
+    void fileInPlaceOfAFolderFails_data() { InstallFixture::addForms(); }
+    void fileInPlaceOfAFolderFails();
+    void readOnlyFolderFails_data() { InstallFixture::addForms(); }
+    void readOnlyFolderFails();
+    void unreadableFileCountsAsMissing();
+    void fullDiskKeepsTheSavedMetadata();
+};
+
+void InstallFaultsTest::fullDiskKeepsTheOldFile()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a/big"_s, testfiles::textBytes(300'000));
+    testfiles::write(fixture.path(u"a/big"_s), "old");
+    {
+        const FullDisk full(100'000);
+        VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/big"_s)));
+        QCOMPARE(fixture.files(), QStringList{u"Quelra/a/big"_s});
+        QCOMPARE(fixture.content(u"a/big"_s), QByteArray("old"));
+    }
+    VERIFY_SUCCESS(fixture.installAssets(form));
+    QCOMPARE(fixture.content(u"a/big"_s), testfiles::textBytes(300'000));
+}
+
+void InstallFaultsTest::fullDiskKeepsTheFilesBefore()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addFile(u"small"_s, "small");
+    fixture.tree().addFile(u"big"_s, testfiles::textBytes(3'000'000));
+    fixture.tree().addFile(u"after"_s, "after");
+    const FullDisk full(2'000'000);
+    VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(u"big"_s)));
+    QCOMPARE(fixture.files(),
+             (QStringList{u"Quelra/partial.package.json.version"_s, u"Quelra/small"_s}));
+    QCOMPARE(fixture.server().paths().size(), 2);
+}
+
+void InstallFaultsTest::fullDiskKeepsTheOldDocument()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addFile(u"a"_s, "a");
+    VERIFY_SUCCESS(fixture.installPackage(form));
+    const QByteArray old = fixture.content(u"package.json"_s);
+    fixture.tree().package.version = u"2"_s;
+    const FullDisk full(10);
+    VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.folder()));
+    QCOMPARE(fixture.content(u"package.json"_s), old);
+    QCOMPARE(fixture.content(u"package.json.version"_s), QByteArray("1.0.0"));
+    QCOMPARE(fixture.content(u"partial.package.json.version"_s), QByteArray("2"));
+    QCOMPARE(fixture.files().size(), 4);
+}
+
+void InstallFaultsTest::fullDiskFailsTheAssetMarker()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    testfiles::write(fixture.path(u"other"_s), "x");
+    const FullDisk full(0);
+    VERIFY_FAILURE(fixture.installAssets(form),
+                   u"The installation of %1 failed."_s.arg(fixture.folder()));
+}
+
+void InstallFaultsTest::folderInPlaceOfAFileFails()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a"_s, "content");
+    testfiles::write(fixture.path(u"a/kept"_s), "kept");
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(fixture.files(), QStringList{u"Quelra/a/kept"_s});
+}
+
+void InstallFaultsTest::fileInPlaceOfAFolderFails()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a/b/c"_s, "content");
+    testfiles::write(fixture.path(u"a"_s), "kept");
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/b/c"_s)));
+    QCOMPARE(fixture.files(), QStringList{u"Quelra/a"_s});
+    QCOMPARE(fixture.content(u"a"_s), QByteArray("kept"));
+}
+
+void InstallFaultsTest::readOnlyFolderFails()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a/b"_s, "new");
+    fixture.tree().addFile(u"a/new/c"_s, "new");
+    testfiles::write(fixture.path(u"a/b"_s), "old");
+    // Whoever the rights are dropped to must get as far as the folder.
+    const QString root = QFileInfo(fixture.folder()).path();
+    chmod(QFile::encodeName(root).constData(), 0755);
+    const ReadOnlyFolder folder(fixture.path(u"a"_s));
+    if (!folder.works())
+        QSKIP("Permissions do not bind here: run the tests as an ordinary user");
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/b"_s)));
+    VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(u"a/new/c"_s)));
+    QCOMPARE(fixture.content(u"a/b"_s), QByteArray("old"));
+    QStringList files = fixture.files();
+    files.removeOne(u"Quelra/partial.package.json.version"_s);
+    QCOMPARE(files, QStringList{u"Quelra/a/b"_s});
+}
+
+void InstallFaultsTest::unreadableFileCountsAsMissing()
+{
+    InstallFixture fixture;
+    const OrlFile file = fixture.tree().addAsset(u"a/b"_s, "content");
+    testfiles::write(fixture.path(u"a/b"_s), "content");
+    const QString root = QFileInfo(fixture.folder()).path();
+    chmod(QFile::encodeName(root).constData(), 0755);
+    chmod(QFile::encodeName(fixture.path(u"a/b"_s)).constData(), 0);
+    const ReadOnlyFolder folder(fixture.path(u"a"_s));
+    if (!folder.works())
+        QSKIP("Permissions do not bind here: run the tests as an ordinary user");
+    const MessageCapture log;
+    QVERIFY(!fixture.client().isFileInstalled(file, fixture.folder()));
+    QVERIFY(log.lines().isEmpty());
+}
+
+void InstallFaultsTest::fullDiskKeepsTheSavedMetadata()
+{
+    QTemporaryDir folder;
+    PackageClient client(nullptr);
+    client.setDataFolder(folder.path());
+    client.parseLauncherMetadata("{}", nullptr);
+    const FullDisk full(5);
+    QString error;
+    client.parseLauncherMetadata(R"({"packages":[]})", &error);
+    QVERIFY(error.isNull());
+    QCOMPARE(testfiles::list(folder.path()), QStringList{u"launchermetadata.json"_s});
+    QCOMPARE(testfiles::read(folder.filePath(u"launchermetadata.json"_s)), QByteArray("{}"));
+}
+
+VORNAK_TEST_MAIN(InstallFaultsTest)
+#include "tst_installfaults.moc"

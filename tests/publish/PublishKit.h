@@ -1,0 +1,56 @@
+#pragma once
+
+#include "publish/Progress.h"
+#include "publish/Publication.h"
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+/// Progress that only keeps what it was told.
+class RecordedProgress : public Progress
+{
+public:
+    void begin(const QString& what, qint64 bytes, qint64 files) override;
+    void advance(qint64 bytes, qint64 files) override;
+    void end() override {}
+    void warn(const QString& text) override { warnings.append(text); }
+
+    QStringList stretches;
+    QStringList warnings;
+};
+
+/// Paths and contents of the files of a folder.
+using Files = QMap<QString, QByteArray>;
+
+/// A folder with an input and a content below it, and the publishing of one into the other.
+class PublishFixture
+{
+public:
+    PublishFixture();
+
+    /// Makes the input hold exactly these files.
+    void setInput(const Files& files) const;
+    /// A request for the input with "client" as executable, packed fast.
+    [[nodiscard]] PublishRequest request(const QString& version) const;
+    /// Publishes these files; the faults.
+    QStringList publishFiles(const QString& version, const Files& files);
+    QStringList run(const PublishRequest& request);
+
+    [[nodiscard]] QString input() const { return m_folder.filePath(QStringLiteral("input")); }
+    [[nodiscard]] QString content() const { return m_folder.filePath(QStringLiteral("content")); }
+    [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
+    /// What the content serves: everything but the publisher's own files.
+    [[nodiscard]] Files served() const;
+
+    RecordedProgress progress;
+    PublishReport report;
+
+private:
+    QTemporaryDir m_folder;
+};
+
+/// Writes the files below the folder, beside what is there.
+void writeFiles(const QString& folder, const Files& files);

@@ -1,0 +1,298 @@
+#include "package/LauncherMetadata.h"
+#include "publish/ContentFolder.h"
+#include "publish/Maintenance.h"
+#include "publish/PublishKit.h"
+#include "publish/Verification.h"
+#include "support/IsolatedHome.h"
+#include "support/TestFiles.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Every version has a file of its own and shares one with its neighbour.
+Files filesOf(int version)
+{
+    return {{u"client"_s, "program"},
+            {u"own"_s, "own " + QByteArray::number(version)},
+            {u"old"_s, "shared " + QByteArray::number(version)},
+            {u"next"_s, "shared " + QByteArray::number(version + 1)}};
+}
+
+QString versionOf(const PublishFixture& fixture)
+{
+    const Files served = fixture.served();
+    const LauncherMetadata metadata =
+        readLauncherMetadata(served.value(addresses::metadata), nullptr);
+    return QString::fromUtf8(
+        served.value(metadata.packages.first().builds.first().versionurl.path()));
+}
+
+QStringList verifyFixture(PublishFixture& fixture)
+{
+    const auto source = folderSource(fixture.content());
+    VerifyReport report;
+    return verify(*source, {2, qint64(1) << 30}, fixture.progress, report);
+}
+
+QStringList pruneFixture(PublishFixture& fixture, int keep, PruneReport& report)
+{
+    return prune(fixture.content(), keep, false, fixture.progress, report);
+}
+
+} // namespace
+
+class MaintenanceTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void switchesBackAndForth();
+    void switchKeepsThePublicAddress();
+    void switchDropsAssetsThatTheVersionLacks();
+    void switchRefusesWhatIsNotThere();
+    void switchRefusesAVersionThatWasNeverCurrent();
+    void switchAsksWhichOfSeveralPackages();
+    void switchesTheLauncherAlone();
+    void switchesAllBuildsOrNone();
+    void prunesDownToTheCurrentVersion();
+    void keepsLatestBesidesTheCurrentOne();
+    void keepsACurrentVersionThatIsOld();
+    void dryRunRemovesNothing();
+    void pruneRemovesWhatNobodyNames();
+    void pruneRemovesNothingWhenADocumentIsDamaged();
+    void prunedFilesArePackedAgain();
+    void pruneCountsEachProductForItself();
+
+private:
+    std::unique_ptr<PublishFixture> m_fixture;
+};
+
+void MaintenanceTest::init()
+{
+    m_fixture = std::make_unique<PublishFixture>();
+    for (int version = 1; version <= 4; ++version)
+        QCOMPARE(m_fixture->publishFiles(QString::number(version), filesOf(version)),
+                 QStringList());
+}
+
+void MaintenanceTest::switchesBackAndForth()
+{
+    const Files before = m_fixture->served();
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}), QStringList());
+    QCOMPARE(versionOf(*m_fixture), u"2"_s);
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
+    QCOMPARE(m_fixture->served(), before);
+}
+
+void MaintenanceTest::switchKeepsThePublicAddress()
+{
+    PublishRequest request = m_fixture->request(u"5"_s);
+    m_fixture->setInput(filesOf(5));
+    request.publicUrl = u"https://cdn.example/game"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}), QStringList());
+    const LauncherMetadata metadata =
+        readLauncherMetadata(m_fixture->served().value(addresses::metadata), nullptr);
+    QCOMPARE(metadata.packages.first().builds.first().url.toString(),
+             u"https://cdn.example/game/launcher/packages/Quelra/1/windows-x86_64/package.json"_s);
+}
+
+void MaintenanceTest::switchDropsAssetsThatTheVersionLacks()
+{
+    PublishRequest request = m_fixture->request(u"5"_s);
+    m_fixture->setInput({{u"client"_s, "x"}, {u"assets/a"_s, "a"}});
+    request.assets = u"assets"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    const auto build = [this] {
+        return readLauncherMetadata(m_fixture->served().value(addresses::metadata), nullptr)
+            .packages.first()
+            .builds.first();
+    };
+    QVERIFY(!build().assetsurl.isEmpty());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
+    QVERIFY(build().assetsurl.isEmpty());
+    QVERIFY(build().assetsversionurl.isEmpty());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"5"_s}), QStringList());
+    QVERIFY(!build().assetsurl.isEmpty());
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+void MaintenanceTest::switchRefusesWhatIsNotThere()
+{
+    const Files before = m_fixture->served();
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"5"_s}).size(), 1);
+    QCOMPARE(switchVersion({m_fixture->content(), Product{true, {}}, {}, u"1"_s}).size(), 1);
+    QCOMPARE(switchVersion({m_fixture->content(), Product{false, u"Other"_s}, {}, u"1"_s}).size(),
+             1);
+    QCOMPARE(
+        switchVersion({m_fixture->content(), {}, Platform{u"linux"_s, u"x86_64"_s}, u"1"_s}).size(),
+        1);
+    QCOMPARE(switchVersion({m_fixture->path(u"nowhere"_s), {}, {}, u"1"_s}).size(), 1);
+    QCOMPARE(m_fixture->served(), before);
+}
+
+void MaintenanceTest::switchRefusesAVersionThatWasNeverCurrent()
+{
+    writeFiles(m_fixture->content(),
+               {{u"launcher/packages/Quelra/9/windows-x86_64/package.json"_s, "{}"}});
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"9"_s}).size(), 1);
+    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+}
+
+void MaintenanceTest::switchAsksWhichOfSeveralPackages()
+{
+    PublishRequest request = m_fixture->request(u"1"_s);
+    request.product.directory = u"Other"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}).size(), 1);
+    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+    QCOMPARE(switchVersion({m_fixture->content(), Product{false, u"Quelra"_s}, {}, u"1"_s}),
+             QStringList());
+    QCOMPARE(versionOf(*m_fixture), u"1"_s);
+}
+
+void MaintenanceTest::switchesTheLauncherAlone()
+{
+    PublishRequest request = m_fixture->request(u"1"_s);
+    request.product = {true, {}};
+    QCOMPARE(m_fixture->run(request), QStringList());
+    request.version = u"2"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), Product{true, {}}, {}, u"1"_s}), QStringList());
+    const LauncherMetadata metadata =
+        readLauncherMetadata(m_fixture->served().value(addresses::metadata), nullptr);
+    QVERIFY(metadata.launcherBuilds.first().url.path().startsWith(u"/launcher/self/1/"_s));
+    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+}
+
+void MaintenanceTest::switchesAllBuildsOrNone()
+{
+    PublishRequest request = m_fixture->request(u"4"_s);
+    const Platform other{u"windows"_s, u"arm64"_s};
+    request.platform = other;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    const Files before = m_fixture->served();
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}).size(), 1);
+    QCOMPARE(m_fixture->served(), before);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, Platform{u"windows"_s, u"x86_64"_s}, u"3"_s}),
+             QStringList());
+    QCOMPARE(versionOf(*m_fixture), u"3"_s);
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+void MaintenanceTest::prunesDownToTheCurrentVersion()
+{
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
+    QCOMPARE(report.keptVersions, QStringList(u"Quelra 4"_s));
+    QCOMPARE(report.removedVersions, (QStringList{u"Quelra 1"_s, u"Quelra 2"_s, u"Quelra 3"_s}));
+    // Three own files, and the shared ones 1 to 3.
+    QCOMPARE(report.removedFiles, 6);
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    PublishFixture fresh;
+    QCOMPARE(fresh.publishFiles(u"4"_s, filesOf(4)), QStringList());
+    QCOMPARE(m_fixture->served(), fresh.served());
+    // A second run finds nothing more.
+    report = {};
+    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
+    QCOMPARE(report.removedFiles, 0);
+    QCOMPARE(report.removedVersions, QStringList());
+}
+
+void MaintenanceTest::keepsLatestBesidesTheCurrentOne()
+{
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
+    QCOMPARE(report.keptVersions, (QStringList{u"Quelra 3"_s, u"Quelra 4"_s}));
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}).size(), 1);
+}
+
+void MaintenanceTest::keepsACurrentVersionThatIsOld()
+{
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}), QStringList());
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
+    QCOMPARE(report.keptVersions, (QStringList{u"Quelra 1"_s, u"Quelra 4"_s}));
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+void MaintenanceTest::dryRunRemovesNothing()
+{
+    const Files before = m_fixture->served();
+    PruneReport report;
+    QCOMPARE(prune(m_fixture->content(), 0, true, m_fixture->progress, report), QStringList());
+    QCOMPARE(report.removedFiles, 6);
+    QCOMPARE(m_fixture->served(), before);
+}
+
+void MaintenanceTest::pruneRemovesWhatNobodyNames()
+{
+    const Files before = m_fixture->served();
+    writeFiles(m_fixture->content(),
+               {{u"launcher/files/ab/abandoned.lzma"_s, "x"},
+                {u"launcher/packages/Quelra/unfinished/windows-x86_64/package.json"_s, "{}"},
+                {u"launcher/packages/Gone/1/windows-x86_64/package.json"_s, "{}"}});
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 9, report), QStringList());
+    QCOMPARE(m_fixture->served(), before);
+}
+
+void MaintenanceTest::pruneRemovesNothingWhenADocumentIsDamaged()
+{
+    for (const char* version : {"4", "3"}) {
+        const QString path = u"launcher/packages/Quelra/%1/windows-x86_64/package.json"_s.arg(
+            QLatin1StringView(version));
+        const QByteArray good = testfiles::read(m_fixture->content() + u'/' + path);
+        for (const QByteArray& bad : {QByteArray(), QByteArray("{"), good.chopped(1)}) {
+            writeFiles(m_fixture->content(), {{path, bad}});
+            const Files before = m_fixture->served();
+            PruneReport report;
+            QCOMPARE(pruneFixture(*m_fixture, 1, report).size(), 1);
+            QCOMPARE(m_fixture->served(), before);
+        }
+        writeFiles(m_fixture->content(), {{path, good}});
+    }
+    QFile::remove(m_fixture->content() +
+                  u"/launcher/packages/Quelra/4/windows-x86_64/package.json"_s);
+    const Files before = m_fixture->served();
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 1, report).size(), 1);
+    QCOMPARE(m_fixture->served(), before);
+}
+
+void MaintenanceTest::prunedFilesArePackedAgain()
+{
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
+    QCOMPARE(m_fixture->publishFiles(u"5"_s, filesOf(1)), QStringList());
+    QCOMPARE(m_fixture->report.packed, 3);
+    QCOMPARE(m_fixture->report.reused, 1);
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+void MaintenanceTest::pruneCountsEachProductForItself()
+{
+    PublishRequest request = m_fixture->request(u"1"_s);
+    request.product = {true, {}};
+    for (const QString& version : {u"1"_s, u"2"_s}) {
+        request.version = version;
+        QCOMPARE(m_fixture->run(request), QStringList());
+    }
+    PruneReport report;
+    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
+    QCOMPARE(report.keptVersions,
+             (QStringList{u"Quelra 3"_s, u"Quelra 4"_s, u"the launcher 1"_s, u"the launcher 2"_s}));
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+VORNAK_TEST_MAIN(MaintenanceTest)
+#include "tst_maintenance.moc"

@@ -1,0 +1,287 @@
+#include "package/OrlPackageDoc.h"
+#include "package/Unpack.h"
+#include "publish/ContentFolder.h"
+#include "publish/HintsPublication.h"
+#include "publish/PublishKit.h"
+#include "publish/Verification.h"
+#include "support/IsolatedHome.h"
+#include "support/PackLzma.h"
+#include "support/ScriptedHttpServer.h"
+#include "support/TestFiles.h"
+
+#include <QDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString folder = u"/launcher/packages/Quelra/1.0/windows-x86_64/"_s;
+
+Files someFiles()
+{
+    return {{u"client"_s, testfiles::textBytes(3000, 1)},
+            {u"data/map"_s, testfiles::randomBytes(2000, 2)},
+            {u"empty"_s, {}},
+            {u"assets/sky"_s, testfiles::textBytes(500, 3)}};
+}
+
+} // namespace
+
+class VerificationTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void findsNoFaultInWhatWasPublished();
+    void findsEveryDamagedFile_data();
+    void findsEveryDamagedFile();
+    void readsADamagedFileThatTwoDocumentsNameOnce();
+    void findsFaultsOfDocuments_data();
+    void findsFaultsOfDocuments();
+    void findsFaultsOfPackedFiles_data();
+    void findsFaultsOfPackedFiles();
+    void listsEveryFault();
+    void readsAServerAsALauncherDoes();
+    void tellsAServersFaults();
+
+private:
+    QStringList run(const QString& content);
+    QStringList run() { return run(m_fixture->content()); }
+    void replaceIn(const QString& address, const QByteArray& before, const QByteArray& after);
+    void serve(ScriptedHttpServer& server);
+
+    std::unique_ptr<PublishFixture> m_fixture;
+    VerifyReport m_report;
+};
+
+void VerificationTest::init()
+{
+    m_fixture = std::make_unique<PublishFixture>();
+    m_fixture->setInput(someFiles());
+    PublishRequest request = m_fixture->request(u"1.0"_s);
+    request.assets = u"assets"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    request.product = {true, {}};
+    request.version = u"7"_s;
+    QCOMPARE(m_fixture->run(request), QStringList());
+    writeFiles(m_fixture->path({}),
+               {{u"hints.json"_s, "[\"<img src=\\\"/images/news/a.png\\\">\"]"},
+                {u"pictures/news/a.png"_s, "\x89PNG\r\n\x1a\n"}});
+    HintsReport report;
+    QCOMPARE(publishHints(m_fixture->path(u"hints.json"_s), m_fixture->content(),
+                          m_fixture->path(u"pictures"_s), {}, report),
+             QStringList());
+}
+
+QStringList VerificationTest::run(const QString& content)
+{
+    m_report = {};
+    const auto source = folderSource(content);
+    return verify(*source, {2, qint64(1) << 30}, m_fixture->progress, m_report);
+}
+
+void VerificationTest::replaceIn(const QString& address, const QByteArray& before,
+                                 const QByteArray& after)
+{
+    const QString path = m_fixture->content() + address;
+    QByteArray bytes = testfiles::read(path);
+    QVERIFY2(bytes.contains(before), before.constData());
+    testfiles::write(path, bytes.replace(before, after));
+}
+
+void VerificationTest::findsNoFaultInWhatWasPublished()
+{
+    QCOMPARE(run(), QStringList());
+    QCOMPARE(m_report.builds, 2);
+    QCOMPARE(m_report.files, 4);
+    QCOMPARE(m_report.unpackedBytes, 5500);
+}
+
+void VerificationTest::findsEveryDamagedFile_data()
+{
+    QTest::addColumn<int>("way");
+    QTest::newRow("changed") << 0;
+    QTest::newRow("cut") << 1;
+    QTest::newRow("empty") << 2;
+    QTest::newRow("missing") << 3;
+}
+
+// Whatever is served and damaged, on its own, must show.
+void VerificationTest::findsEveryDamagedFile()
+{
+    QFETCH(int, way);
+    const Files served = m_fixture->served();
+    QVERIFY(served.size() >= 12);
+    for (auto file = served.begin(); file != served.end(); ++file) {
+        const QString path = m_fixture->content() + file.key();
+        QByteArray damaged = *file;
+        damaged[0] = static_cast<char>(damaged.at(0) ^ 4);
+        if (way == 3)
+            QVERIFY(QFile::remove(path));
+        else
+            testfiles::write(path, way == 0 ? damaged : way == 1 ? file->chopped(1) : QByteArray());
+        const bool last = file.key().endsWith(u"a.png"_s) && way == 1;
+        // A line end behind a document is no part of it, nor does the head of a picture tell its
+        // end.
+        if (!last && !(way == 1 && file->endsWith('\n')))
+            QVERIFY2(!run().isEmpty(), qPrintable(file.key()));
+        testfiles::write(path, *file);
+    }
+    QCOMPARE(run(), QStringList());
+}
+
+void VerificationTest::readsADamagedFileThatTwoDocumentsNameOnce()
+{
+    const QString packed = addresses::packedFile(
+        m_fixture->served().keys().filter(u".lzma"_s).first().section(u'/', -1).chopped(5));
+    QVERIFY(QFile::remove(m_fixture->content() + packed));
+    QCOMPARE(run().filter(packed).size(), 1);
+}
+
+void VerificationTest::findsFaultsOfDocuments_data()
+{
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::addColumn<QString>("hint");
+    const auto row = [](const char* name, const QString& address, const char* before,
+                        const char* after, const char* hint) {
+        QTest::newRow(name) << address << QByteArray(before) << QByteArray(after)
+                            << QString::fromLatin1(hint);
+    };
+    const QString metadata = addresses::metadata;
+    const QString document = folder + u"package.json"_s;
+    row("no packages", metadata, "\"packages\"", "\"package\"", "no package");
+    row("other system", metadata, "\"windows\"", "\"macos\"", "players' system");
+    row("folder", metadata, "\"directoryname\": \"Quelra\"", "\"directoryname\": \"..\"",
+        "cannot be a folder's name");
+    row("percent", metadata, "windows-x86_64/version.txt", "windows-x86_64/version%20.txt",
+        "not plain");
+    row("elsewhere", metadata, "\"/launcher/packages/Quelra/1.0/windows-x86_64/version.txt",
+        "\"https://other.example/version.txt", "leads elsewhere");
+    row("version", folder + u"version.txt"_s, "1.0", "1.1", "of '1.0'");
+    row("executable", document, "\"executable\":\"client\"", "\"executable\":\"Client\"",
+        "not among the files");
+    row("no files", document, "\"files\"", "\"file\"", "no package document with files");
+    row("path", document, "\"data/map\"", "\"../map\"", "../map");
+    row("reserved", document, "\"data/map\"", "\"data/nul\"", "reserved");
+    row("twice", document, "\"data/map\"", "\"client\"", "two files");
+    row("case", document, "\"data/map\"", "\"CLIENT\"", "case");
+    row("asset and file", folder + u"assets.json"_s, "\"assets/sky\"", "\"empty\"", "two files");
+    row("upper case hash", document, "\"packedhash\":\"", "\"packedhash\":\"A", "hexadecimal");
+    row("size", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"3001\"", "another size");
+    row("negative size", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"-1\"",
+        "make no sense");
+    row("too large", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"2147483648\"",
+        "2 GiB");
+    row("no packed size", document, "\"packedsize\":\"", "\"packedsiz\":\"", "make no sense");
+    row("another list's identity", folder + u"assets.txt"_s, "", "", "another asset list");
+    row("hints", u"/hints.json"_s, "<img", "<b", "none of them");
+    row("launcher", u"/launcher/self/7/windows-x86_64/version.txt"_s, "7", "8", "launcher (");
+}
+
+void VerificationTest::findsFaultsOfDocuments()
+{
+    QFETCH(QString, address);
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    QFETCH(QString, hint);
+    if (before.isEmpty())
+        testfiles::write(m_fixture->content() + address, hashBytes("other").toLatin1());
+    else
+        replaceIn(address, before, after);
+    const QStringList faults = run();
+    QVERIFY(!faults.isEmpty());
+    QVERIFY2(!faults.filter(hint).isEmpty(), qPrintable(faults.join(u'\n')));
+}
+
+void VerificationTest::findsFaultsOfPackedFiles_data()
+{
+    QTest::addColumn<QByteArray>("packed");
+    QTest::addColumn<QString>("hint");
+    const QByteArray content = someFiles().value(u"client"_s);
+    const QByteArray good = packLzma(content);
+    QTest::newRow("good") << good << QString();
+    QTest::newRow("other content")
+        << packLzma(QByteArray(content).replace(0, 1, "#")) << u"another content"_s;
+    QTest::newRow("other size") << packLzma(content + "x") << u"declares another size"_s;
+    QTest::newRow("unknown size") << packLzma(content, {PackOptions::Size::Unknown})
+                                  << u"declares another size"_s;
+    QTest::newRow("odd dictionary")
+        << packLzma(content, {PackOptions::Size::Known, 3, 0, 2, 5000}) << u"power of two"_s;
+    QTest::newRow("no stream") << good.first(12) << u"ends in its header"_s;
+    QTest::newRow("short stream") << good.chopped(40) << u"cannot be unpacked"_s;
+}
+
+// The entry tells the truth about the packed bytes, which are wrong by themselves.
+void VerificationTest::findsFaultsOfPackedFiles()
+{
+    QFETCH(QByteArray, packed);
+    QFETCH(QString, hint);
+    const QString document = m_fixture->content() + folder + u"package.json"_s;
+    OrlPackageDoc doc = parsePackageDoc(testfiles::read(document), nullptr);
+    OrlFile& entry = doc.files.first();
+    QCOMPARE(entry.localfile, u"client"_s);
+    entry.packedhash = hashBytes(packed);
+    entry.packedsize = packed.size();
+    entry.url = u"own.lzma"_s;
+    testfiles::write(document, serializePackageDoc(doc));
+    testfiles::write(m_fixture->content() + folder + u"own.lzma"_s, packed);
+    const QStringList faults = run();
+    QCOMPARE(faults.size(), hint.isEmpty() ? 0 : 1);
+    if (!faults.isEmpty()) {
+        QVERIFY2(faults.first().contains(hint), qPrintable(faults.first()));
+        QVERIFY2(faults.first().contains(u"client"_s), qPrintable(faults.first()));
+    }
+}
+
+void VerificationTest::listsEveryFault()
+{
+    QDir(m_fixture->content() + u"/launcher/files"_s).removeRecursively();
+    QFile::remove(m_fixture->content() + u"/images/news/a.png"_s);
+    QFile::remove(m_fixture->content() + folder + u"version.txt"_s);
+    QCOMPARE(run().size(), 4 + 1 + 1);
+    QCOMPARE(run(m_fixture->path(u"nowhere"_s)).size(), 1);
+}
+
+void VerificationTest::serve(ScriptedHttpServer& server)
+{
+    const Files served = m_fixture->served();
+    for (auto file = served.begin(); file != served.end(); ++file)
+        server.route(file.key(), HttpAnswer::ok(*file));
+}
+
+void VerificationTest::readsAServerAsALauncherDoes()
+{
+    ScriptedHttpServer server;
+    serve(server);
+    const auto source = webSource(server.baseUrl() + u'/');
+    QCOMPARE(verify(*source, {4, qint64(1) << 30}, m_fixture->progress, m_report), QStringList());
+    QCOMPARE(m_report.files, 4);
+
+    // Absolute addresses of another host are asked of this one.
+    replaceIn(addresses::metadata, "\"/launcher/", "\"https://cdn.example/game/launcher/");
+    serve(server);
+    QCOMPARE(verify(*source, {4, qint64(1) << 30}, m_fixture->progress, m_report), QStringList());
+    QCOMPARE(run(), QStringList());
+}
+
+void VerificationTest::tellsAServersFaults()
+{
+    ScriptedHttpServer server;
+    serve(server);
+    const QString packed = m_fixture->served().keys().filter(u".lzma"_s).first();
+    const QByteArray body = m_fixture->served().value(packed);
+    const auto source = webSource(server.baseUrl());
+    for (const HttpAnswer& answer :
+         {HttpAnswer::error(404), HttpAnswer::error(503), HttpAnswer::truncated(body, 5),
+          HttpAnswer::ok("<html>welcome</html>"), HttpAnswer::ok({})}) {
+        server.route(packed, answer);
+        QCOMPARE(verify(*source, {1, qint64(1) << 30}, m_fixture->progress, m_report).size(), 1);
+    }
+}
+
+VORNAK_TEST_MAIN(VerificationTest)
+#include "tst_verification.moc"

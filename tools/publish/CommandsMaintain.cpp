@@ -1,0 +1,142 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/Maintenance.h"
+#include "publish/Verification.h"
+
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QLoggingCategory>
+#include <QUrl>
+
+namespace {
+
+int failWith(Console& console, const QStringList& faults, const QJsonObject& result = {})
+{
+    console.fail(faults, result);
+    return Failed;
+}
+
+QJsonObject verifyObject(const VerifyReport& report)
+{
+    return {
+        {QStringLiteral("builds"), report.builds},
+        {QStringLiteral("files"), report.files},
+        {QStringLiteral("packedbytes"), report.packedBytes},
+        {QStringLiteral("unpackedbytes"), report.unpackedBytes},
+    };
+}
+
+QString pruneLine(const PruneReport& report, bool dryRun)
+{
+    return QStringLiteral("%1 %2 versions and %3 packed files of %4; %5 versions stay")
+        .arg(dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"))
+        .arg(report.removedVersions.size())
+        .arg(report.removedFiles)
+        .arg(sizeText(report.removedBytes))
+        .arg(report.keptVersions.size());
+}
+
+} // namespace
+
+int commands::switchTo(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("switch"),
+                     QStringLiteral("Makes a version current that was published before: a rollback "
+                                    "in one step."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("version", "The version.", "VERSION");
+    line.addOption("directory", "Folder of the package; needed when there are several.", "NAME");
+    line.addOption("launcher", "Switches the launcher itself instead of a package.");
+    line.addPlatformOptions("", "");
+    line.require("version");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    if (line.isSet("directory") && line.isSet("launcher"))
+        return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
+    if (line.isSet("os") != line.isSet("architecture"))
+        return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
+    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version")};
+    if (line.isSet("launcher"))
+        request.product = Product{true, QString()};
+    else if (line.isSet("directory"))
+        request.product = Product{false, line.value("directory")};
+    if (line.isSet("os"))
+        request.platform = Platform{line.value("os"), line.value("architecture")};
+    Console console(line.outputMode());
+    const QStringList faults = switchVersion(request);
+    if (!faults.isEmpty())
+        return failWith(console, faults);
+    console.succeed(QStringLiteral("version %1 is current").arg(request.version),
+                    {{QStringLiteral("version"), request.version}});
+    return Done;
+}
+
+int commands::verify(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("verify"),
+                     QStringLiteral("Reads everything that the launcher metadata reaches and lists "
+                                    "every fault. Exits with 1 when there is one."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("url",
+                   "Reads from the web server with this base address, as launchers do, instead of "
+                   "from a folder.",
+                   "BASE");
+    line.addThreadOptions();
+    line.replaceFirstArgumentBy("url");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    const QString url = line.value("url");
+    if (line.isSet("url") && !QUrl(url).scheme().startsWith(QLatin1StringView("http")))
+        return line.wrongUsage(QStringLiteral("'%1' is not an http or https address").arg(url));
+    Console console(line.outputMode());
+    if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
+        return failWith(console, {QStringLiteral("%1: no such folder").arg(line.argument(0))});
+    // Failed downloads are listed as faults; the client's own log would tell them twice.
+    QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
+    const auto source = line.isSet("url") ? webSource(url) : folderSource(line.argument(0));
+    VerifyReport report;
+    const QStringList faults = ::verify(*source, line.packSettings().limits, console, report);
+    if (!faults.isEmpty())
+        return failWith(console, faults, verifyObject(report));
+    console.succeed(QStringLiteral("no fault in %1 builds, %2 packed files of %3, %4 unpacked")
+                        .arg(report.builds)
+                        .arg(report.files)
+                        .arg(sizeText(report.packedBytes), sizeText(report.unpackedBytes)),
+                    verifyObject(report));
+    return Done;
+}
+
+int commands::prune(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("prune"),
+                     QStringLiteral("Removes old versions, and packed files that no version needs "
+                                    "any more. Players who are installing an old version at this "
+                                    "moment fail and begin anew, so keep what was current lately."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("keep",
+                   "How many of the latest versions to keep besides the current one; the versions "
+                   "of each package and of the launcher count for themselves.",
+                   "N");
+    line.addOption("dry-run", "Only tells what would be removed.");
+    line.require("keep");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    bool isNumber = false;
+    const int keep = line.value("keep").toInt(&isNumber);
+    if (!isNumber || keep < 0)
+        return line.wrongUsage(
+            QStringLiteral("'%1' is not a number of versions").arg(line.value("keep")));
+    Console console(line.outputMode());
+    PruneReport report;
+    const bool dryRun = line.isSet("dry-run");
+    const QStringList faults = ::prune(line.argument(0), keep, dryRun, console, report);
+    if (!faults.isEmpty())
+        return failWith(console, faults);
+    console.succeed(
+        pruneLine(report, dryRun),
+        {{QStringLiteral("kept"), QJsonArray::fromStringList(report.keptVersions)},
+         {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedVersions)},
+         {QStringLiteral("removedfiles"), report.removedFiles},
+         {QStringLiteral("removedbytes"), report.removedBytes}});
+    return Done;
+}

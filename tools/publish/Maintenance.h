@@ -1,0 +1,42 @@
+#pragma once
+
+#include "publish/Addresses.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class Progress;
+
+/// Which version to make current, of what.
+struct SwitchRequest
+{
+    QString content;
+    /// Nothing: the only package that there is.
+    std::optional<Product> product;
+    /// Nothing: every build of the product.
+    std::optional<Platform> platform;
+    QString version;
+};
+
+/// Points the metadata at a version that was published before and is still there, in one step.
+/// Other things in the metadata stay, and so does the version's place in the order of publication.
+/// Returns the faults.
+[[nodiscard]] QStringList switchVersion(const SwitchRequest& request);
+
+/// What pruning removed.
+struct PruneReport
+{
+    QStringList keptVersions;
+    QStringList removedVersions;
+    int removedFiles = 0;
+    qint64 removedBytes = 0;
+};
+
+/// Removes the versions of every product but the current ones and the `keep` latest besides, and
+/// then the packed files that no version left names. When a document of those that stay cannot be
+/// read, nothing is removed. With `dryRun` nothing is removed either, and the report tells what
+/// would be. Returns the faults.
+[[nodiscard]] QStringList prune(const QString& content, int keep, bool dryRun, Progress& progress,
+                                PruneReport& report);
