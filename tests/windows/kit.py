@@ -2,9 +2,7 @@
 that nobody sees (packaging/windows/wine-session makes both), published content, a web server and real
 releases of the launcher. Only processes that were started from here are ended here."""
 
-import hashlib
 import json
-import lzma
 import os
 import pathlib
 import shutil
@@ -20,6 +18,7 @@ PREFIX = pathlib.Path(os.environ["WINEPREFIX"])
 RELEASES = pathlib.Path(os.environ["VORNAK_WINDOWS_RELEASES"])
 WINDOWS_BIN = pathlib.Path(os.environ["VORNAK_WINDOWS_BIN"])
 PUBLISHER = pathlib.Path(os.environ["VORNAK_PUBLISHER"])
+HINT_PICTURES = ROOT / "tools/democlient/images"
 PICTURES = pathlib.Path(os.environ.get("VORNAK_WINDOWS_PICTURES", RELEASES / "pictures"))
 DEMO_CLIENT = WINDOWS_BIN / "quelra-demo-client.exe"
 LAUNCHER = "vornak-launcher.exe"
@@ -71,34 +70,17 @@ class Site:
             target.parent.mkdir(parents=True, exist_ok=True)
             target.write_bytes(data)
         subprocess.run([PUBLISHER, "package", source, self.content, "--version", version,
-                        "--executable", "bin/quelra demo.exe", "--quiet"], check=True)
+                        "--executable", "bin/quelra demo.exe", "--level", "1", "--quiet"],
+                       check=True)
 
     def publish_launcher(self, version):
         """Offers a release of the launcher."""
-        source, target = release(version), self.content / "launcher/self" / version
-        target.mkdir(parents=True)
-        files = []
-        for number, path in enumerate(sorted(f for f in source.rglob("*") if f.is_file())):
-            data = path.read_bytes()
-            packed = lzma.compress(data, lzma.FORMAT_ALONE, preset=0)
-            (target / f"{number}.lzma").write_bytes(packed)
-            files.append({"url": f"{number}.lzma", "localfile": str(path.relative_to(source)),
-                          "packedhash": hashlib.sha256(packed).hexdigest(),
-                          "packedsize": len(packed),
-                          "unpackedhash": hashlib.sha256(data).hexdigest(),
-                          "unpackedsize": len(data)})
-        (target / "package.json").write_text(json.dumps(
-            {"version": version, "executable": LAUNCHER, "files": files}))
-        (target / "version").write_text(version)
-        document = self.content / "launcher/quelrametadata.json"
-        metadata = json.loads(document.read_text())
-        base = f"https://static.quelra.example/launcher/self/{version}"
-        metadata["launcher"] = {"builds": [{"os": "windows", "architecture": "x86_64",
-                                            "url": f"{base}/package.json",
-                                            "versionurl": f"{base}/version"}]}
-        document.write_text(json.dumps(metadata))
-        for stale in document.parent.glob(document.name + ".*"):
-            stale.unlink()
+        subprocess.run([PUBLISHER, "launcher", release(version), self.content, "--version", version,
+                        "--executable", LAUNCHER, "--level", "1", "--quiet"], check=True)
+
+    def publish_hints(self):
+        subprocess.run([PUBLISHER, "hints", ROOT / "resources/hints.json", self.content,
+                        "--images", HINT_PICTURES, "--quiet"], check=True)
 
     def start(self):
         done = subprocess.run([ROOT / "packaging/server/serve", self.content, self.server],
@@ -236,10 +218,8 @@ class Player:
         subprocess.run(["xdotool", "mousemove", "--window", window, str(x), str(y), "click", "1"],
                        check=True)
 
-    def press_return(self, window):
-        """Return is the main button's key; the hint's frame takes the click and does nothing."""
-        self.click(window, 5, 5)
-        subprocess.run(["xdotool", "key", "Return"], check=True)
+    def click_main_button(self, window):
+        self.click(window, 400, 148)
 
     def picture(self, name):
         PICTURES.mkdir(parents=True, exist_ok=True)
