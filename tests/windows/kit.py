@@ -175,6 +175,13 @@ class Player:
                 found.append(int(folder.name))
         return found
 
+    def uninstall(self):
+        """Runs the uninstaller as "Installed apps" does, to its end: it goes on as a copy of itself,
+        so that it can delete itself."""
+        self.run(self.programs / "uninstall.exe", "/S")
+        wait_for(lambda: not self.processes("Un_A.exe") and not self.processes("Au_.exe"),
+                 "the uninstaller to end")
+
     def launchers(self):
         return self.processes(LAUNCHER)
 
