@@ -1,8 +1,10 @@
 #include "publish/PublishKit.h"
 
+#include "package/Unpack.h"
 #include "support/TestFiles.h"
 
 #include <QDir>
+#include <QUrl>
 
 void RecordedProgress::begin(const QString& what, qint64 bytes, qint64 files)
 {
@@ -65,4 +67,28 @@ void writeFiles(const QString& folder, const Files& files)
 {
     for (auto file = files.begin(); file != files.end(); ++file)
         testfiles::write(folder + u'/' + file.key(), *file);
+}
+
+Files smallClient()
+{
+    return {{QStringLiteral("client"), testfiles::textBytes(200'000, 1)},
+            {QStringLiteral("data/map"), testfiles::randomBytes(50'000, 2)},
+            {QStringLiteral("data/map copy"), testfiles::randomBytes(50'000, 2)},
+            {QStringLiteral("empty"), {}},
+            {QStringLiteral("größe/λ"), "x"}};
+}
+
+Files unpackedFiles(const Files& served, const QList<OrlFile>& files, const QString& folder)
+{
+    Files contents;
+    for (const OrlFile& file : files) {
+        const QByteArray packed = served.value(QUrl(folder).resolved(QUrl(file.url)).path());
+        QByteArray content;
+        if (hashBytes(packed) != file.packedhash || packed.size() != file.packedsize ||
+            !unpackLzma(packed, content, nullptr) || hashBytes(content) != file.unpackedhash ||
+            content.size() != file.unpackedsize)
+            content = "broken";
+        contents.insert(file.localfile, content);
+    }
+    return contents;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "package/OrlPackageDoc.h"
 #include "publish/Progress.h"
 #include "publish/Publication.h"
 
@@ -54,3 +55,12 @@ private:
 
 /// Writes the files below the folder, beside what is there.
 void writeFiles(const QString& folder, const Files& files);
+
+/// A small client: a program, data (two files of the same content), an empty file, and a name
+/// beyond ASCII.
+[[nodiscard]] Files smallClient();
+
+/// The contents that a document in `folder` promises, from the served bytes alone; "broken" where a
+/// size or hash is wrong.
+[[nodiscard]] Files unpackedFiles(const Files& served, const QList<OrlFile>& files,
+                                  const QString& folder);

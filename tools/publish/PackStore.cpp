@@ -132,11 +132,14 @@ bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& h
         seen.insert(hashes.at(i));
         (m_known.contains(hashes.at(i)) ? known : toPack).append(i);
     }
+    qint64 bytes = 0;
     std::vector<Job> jobs;
     for (const qsizetype index : known) {
         const PackedFile file = m_known.value(hashes.at(index));
+        bytes += file.packedsize;
         jobs.push_back({readingMemory, [this, file, index, &toPack](QString*) {
                             const bool intact = isIntact(file);
+                            m_progress.advance(file.packedsize, 1);
                             const std::lock_guard lock(m_mutex);
                             if (intact)
                                 ++m_reusedCount;
@@ -145,7 +148,9 @@ bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& h
                             return true;
                         }});
     }
+    m_progress.begin(QStringLiteral("Checking what was packed before"), bytes, known.size());
     const bool ok = runJobs(jobs, m_settings.limits, error);
+    m_progress.end();
     std::sort(toPack.begin(), toPack.end());
     return ok;
 }

@@ -1,0 +1,216 @@
+#include "publish/ContentFolder.h"
+#include "publish/PublishKit.h"
+#include "support/IsolatedHome.h"
+#include "support/TestFiles.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString folder11 = u"/launcher/packages/Quelra/1.1/windows-x86_64/"_s;
+
+} // namespace
+
+/// What is refused, and what happens to a content that is there already, whole or not.
+class RepublicationTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void refusesAndWritesNothing_data();
+    void refusesAndWritesNothing();
+    void refusesANewContentUnderAnOldVersion();
+    void sameVersionAgainChangesNothing();
+    void damagedPackedFileIsMended();
+    void rememberedFilesNeedNoPackingAfterAnInterruption();
+    void unfinishedVersionIsWrittenAnew();
+    void secondPublisherIsRefused();
+    void damagedMetadataIsLeftAlone();
+    void metadataGetsYoungerEachTime();
+    void workFolderIsEmptyAfterwards();
+};
+
+void RepublicationTest::refusesAndWritesNothing_data()
+{
+    QTest::addColumn<QString>("extraFile");
+    QTest::addColumn<QString>("version");
+    QTest::addColumn<QString>("executable");
+    QTest::addColumn<QString>("directory");
+    QTest::addColumn<QString>("assets");
+    QTest::addColumn<QString>("publicUrl");
+    const auto row = [](const char* name) -> QTestData& { return QTest::newRow(name); };
+    row("reserved name") << u"aux.txt"_s << u"1"_s << u"client"_s << u"Q"_s << u""_s << u""_s;
+    row("case") << u"CLIENT"_s << u"1"_s << u"client"_s << u"Q"_s << u""_s << u""_s;
+    row("long") << QString(239, u'x') << u"1"_s << u"client"_s << u"Q"_s << u""_s << u""_s;
+    row("version") << u"x"_s << u""_s << u"client"_s << u"Q"_s << u""_s << u""_s;
+    row("executable") << u"x"_s << u"1"_s << u"Client"_s << u"Q"_s << u""_s << u""_s;
+    row("no executable") << u"x"_s << u"1"_s << u""_s << u"Q"_s << u""_s << u""_s;
+    row("directory") << u"x"_s << u"1"_s << u"client"_s << u"../Q"_s << u""_s << u""_s;
+    row("no assets") << u"x"_s << u"1"_s << u"client"_s << u"Q"_s << u"none"_s << u""_s;
+    row("executable in assets") << u"x"_s << u"1"_s << u"data/map"_s << u"Q"_s << u"data"_s
+                                << u""_s;
+    row("public address") << u"x"_s << u"1"_s << u"client"_s << u"Q"_s << u""_s << u"cdn.example"_s;
+}
+
+void RepublicationTest::refusesAndWritesNothing()
+{
+    QFETCH(QString, extraFile);
+    PublishFixture fixture;
+    Files files = smallClient();
+    files.insert(extraFile, "x");
+    fixture.setInput(files);
+    QFETCH(QString, version);
+    PublishRequest request = fixture.request(version);
+    QFETCH(QString, executable);
+    request.executable = executable;
+    QFETCH(QString, directory);
+    request.product.directory = directory;
+    QFETCH(QString, assets);
+    request.assets = assets;
+    QFETCH(QString, publicUrl);
+    request.publicUrl = publicUrl;
+    const QStringList faults = fixture.run(request);
+    QCOMPARE(faults.size(), 1);
+    QVERIFY(!faults.first().contains(u'\n'));
+    QVERIFY(!QFileInfo::exists(fixture.content()));
+}
+
+void RepublicationTest::refusesANewContentUnderAnOldVersion()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(fixture.publishFiles(u"1.1"_s, smallClient()), QStringList());
+    const Files before = fixture.served();
+    Files files = smallClient();
+    files[u"client"_s] += "changed";
+    const QStringList faults = fixture.publishFiles(u"1.0"_s, files);
+    QCOMPARE(faults.size(), 1);
+    QVERIFY(faults.first().contains(u"published before"_s));
+    QCOMPARE(fixture.served(), before);
+    // Not even one file less passes.
+    files = smallClient();
+    files.remove(u"empty"_s);
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, files).size(), 1);
+    QCOMPARE(fixture.served(), before);
+}
+
+void RepublicationTest::sameVersionAgainChangesNothing()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    const Files before = fixture.served();
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QVERIFY(fixture.report.unchanged);
+    QCOMPARE(fixture.report.packed, 0);
+    QCOMPARE(fixture.served(), before);
+}
+
+void RepublicationTest::damagedPackedFileIsMended()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    const Files before = fixture.served();
+    for (auto file = before.begin(); file != before.end(); ++file) {
+        if (!file.key().endsWith(u".lzma"_s))
+            continue;
+        QByteArray damaged = *file;
+        damaged[damaged.size() / 2] = static_cast<char>(damaged.at(damaged.size() / 2) ^ 1);
+        testfiles::write(fixture.content() + file.key(), damaged);
+    }
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(fixture.report.packed, 4);
+    QCOMPARE(fixture.served(), before);
+
+    // At another level other bytes come out, which the old documents do not name.
+    QDir(fixture.content() + u"/launcher/files"_s).removeRecursively();
+    PublishRequest request = fixture.request(u"1.0"_s);
+    request.packing.level = {8, true};
+    const QStringList faults = fixture.run(request);
+    QCOMPARE(faults.size(), 1);
+    QVERIFY2(faults.first().contains(u"--level"_s), qPrintable(faults.first()));
+}
+
+void RepublicationTest::rememberedFilesNeedNoPackingAfterAnInterruption()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    const Files before = fixture.served();
+    // As if the publisher had been killed before any document was written, and while it noted the
+    // last packed file.
+    QDir(fixture.content() + u"/launcher/packages"_s).removeRecursively();
+    QFile::remove(fixture.content() + addresses::metadata);
+    QFile index(fixture.content() + u"/.publisher/packed.index"_s);
+    QVERIFY(index.resize(index.size() - 30));
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(fixture.report.packed, 1);
+    QCOMPARE(fixture.report.reused, 3);
+    QCOMPARE(fixture.served(), before);
+    // The half line has not spoilt what was noted after it.
+    QDir(fixture.content() + u"/launcher/packages"_s).removeRecursively();
+    QFile::remove(fixture.content() + addresses::metadata);
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(fixture.report.reused, 4);
+}
+
+void RepublicationTest::unfinishedVersionIsWrittenAnew()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    // A version whose folder is there but which the metadata never named.
+    testfiles::write(fixture.content() + folder11 + u"package.json"_s, "{}");
+    testfiles::write(fixture.content() + folder11 + u"assets.json"_s, "{}");
+    testfiles::write(fixture.content() + u"/.publisher/work/17"_s, "left behind");
+    QCOMPARE(fixture.publishFiles(u"1.1"_s, smallClient()), QStringList());
+    const Files served = fixture.served();
+    QVERIFY(!served.contains(folder11 + u"assets.json"_s));
+    const OrlPackageDoc doc = parsePackageDoc(served.value(folder11 + u"package.json"_s), nullptr);
+    QCOMPARE(unpackedFiles(served, doc.files, folder11), smallClient());
+    QVERIFY(!QFileInfo::exists(fixture.content() + u"/.publisher/work/17"_s));
+}
+
+void RepublicationTest::secondPublisherIsRefused()
+{
+    PublishFixture fixture;
+    ContentFolder other(fixture.content());
+    QVERIFY(other.openForWriting(nullptr));
+    const QStringList faults = fixture.publishFiles(u"1.0"_s, smallClient());
+    QCOMPARE(faults.size(), 1);
+    QVERIFY2(faults.first().contains(u"another publisher"_s), qPrintable(faults.first()));
+    QVERIFY(fixture.served().isEmpty());
+}
+
+void RepublicationTest::damagedMetadataIsLeftAlone()
+{
+    PublishFixture fixture;
+    testfiles::write(fixture.content() + addresses::metadata, "{\"packages\": [");
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()).size(), 1);
+    QCOMPARE(fixture.served(), (Files{{addresses::metadata, "{\"packages\": ["}}));
+}
+
+void RepublicationTest::metadataGetsYoungerEachTime()
+{
+    PublishFixture fixture;
+    qint64 before = 0;
+    for (const QString& version : {u"1.0"_s, u"1.1"_s, u"1.2"_s}) {
+        QCOMPARE(fixture.publishFiles(version, smallClient()), QStringList());
+        const qint64 time =
+            QFileInfo(fixture.content() + addresses::metadata).lastModified().toSecsSinceEpoch();
+        QVERIFY(time > before);
+        before = time;
+    }
+}
+
+void RepublicationTest::workFolderIsEmptyAfterwards()
+{
+    PublishFixture fixture;
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(testfiles::list(fixture.content() + u"/.publisher/work"_s), QStringList());
+}
+
+VORNAK_TEST_MAIN(RepublicationTest)
+#include "tst_republication.moc"
