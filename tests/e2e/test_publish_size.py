@@ -76,9 +76,11 @@ class Size(publishkit.PublishTest):
 
     @staticmethod
     def fill(path, seed, size):
+        # What repeats itself packs many times faster than noise, and takes the same memory.
+        piece = kit.noise(seed, 50_000) * 200
         with open(path, "wb") as file:
-            for piece in range(0, size, 10_000_000):
-                file.write(kit.noise(seed * 1_000_003 + piece, min(10_000_000, size - piece)))
+            for place in range(0, size, len(piece)):
+                file.write(piece[:size - place])
 
 
 if __name__ == "__main__":

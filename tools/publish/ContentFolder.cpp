@@ -23,7 +23,7 @@ bool fail(QString* error, const QString& text)
 
 std::filesystem::path nativePath(const QString& path)
 {
-    return std::filesystem::path(path.toStdU16String());
+    return {path.toStdU16String()};
 }
 
 void flushToDisk([[maybe_unused]] const QFile& file)

@@ -15,6 +15,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -93,9 +94,9 @@ std::optional<QByteArray> readFile(const QString& path)
 class PictureSet
 {
 public:
-    PictureSet(const ContentFolder& tree, const QString& images)
+    PictureSet(const ContentFolder& tree, QString images)
         : m_tree(tree)
-        , m_images(images)
+        , m_images(std::move(images))
     {}
 
     // Pictures keep their bytes under their name: clients and caches may hold them for long.

@@ -142,7 +142,7 @@ bool MetadataDocument::hasProduct(const Product& product) const
 QList<Product> MetadataDocument::products() const
 {
     QList<Product> found;
-    for (const QJsonValue& package : m_root.value(packagesKey).toArray()) {
+    for (const auto& package : m_root.value(packagesKey).toArray()) {
         if (package.isObject())
             found.append({false, readJsonString(package.toObject(), "directoryname")});
     }
@@ -154,7 +154,7 @@ QList<Product> MetadataDocument::products() const
 QList<Platform> MetadataDocument::platforms(const Product& product) const
 {
     QList<Platform> found;
-    for (const QJsonValue& build : productObject(product).value(buildsKey).toArray()) {
+    for (const auto& build : productObject(product).value(buildsKey).toArray()) {
         if (build.isObject())
             found.append(platformOf(build.toObject()));
     }
@@ -175,7 +175,7 @@ BuildAddresses MetadataDocument::build(const Product& product, const Platform& p
 QStringList MetadataDocument::history(const Product& product) const
 {
     QStringList versions;
-    for (const QJsonValue& version : productObject(product).value(historyKey).toArray())
+    for (const auto& version : productObject(product).value(historyKey).toArray())
         versions.append(version.toString());
     return versions;
 }
