@@ -141,10 +141,10 @@ class Player:
         return subprocess.run(["wine64", *map(str, words)], capture_output=True, text=True,
                               errors="replace", timeout=120, **options)
 
-    def start(self, program, *arguments, actions="exit:0"):
+    def start(self, program, *arguments, actions="exit:0", base=None):
         """Starts a Windows program; the game, when it comes to that, does the actions."""
         self.record_file.unlink(missing_ok=True)
-        environment = {**os.environ, "VORNAK_CDN_URL": self.site.address,
+        environment = {**os.environ, "VORNAK_CDN_URL": base or self.site.address,
                        "QUELRA_DEMO_ACTIONS": actions,
                        "QUELRA_DEMO_RECORD": windows_path(self.record_file)}
         process = subprocess.Popen(["wine64", str(program), *arguments], env=environment,
@@ -152,9 +152,9 @@ class Player:
         self.started.append(process)
         return process
 
-    def launch(self, *arguments, actions="exit:0"):
+    def launch(self, *arguments, actions="exit:0", base=None):
         """Starts the launcher as its entry in the start menu does."""
-        return self.start(self.programs / STARTER, *arguments, actions=actions)
+        return self.start(self.programs / STARTER, *arguments, actions=actions, base=base)
 
     def processes(self, name):
         """Numbers of this Windows' processes of that program. Each process of Wine carries its

@@ -5,6 +5,7 @@ import hashlib
 import os
 import pathlib
 import shutil
+import struct
 import tempfile
 import time
 import unittest
@@ -215,6 +216,26 @@ class TestPlayer(unittest.TestCase):
         wait_for(lambda: (player.package / "package.json.version").read_text() == "1.0.3",
                  "the update")
         self.assertNotEqual(sha256(player.client), old)
+
+    # The system's settings.
+
+    def test_12_follows_the_systems_proxy(self):
+        player = self.player
+        key = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections"
+        proxy = self.site.address.removeprefix("http://").encode("ascii")
+        by_hand = 2
+        settings = struct.pack("<IIII", 0x46, 1, by_hand, len(proxy)) + proxy + bytes(44)
+        player.run("reg", "add", key, "/v", "DefaultConnectionSettings", "/t", "REG_BINARY", "/d",
+                   settings.hex(), "/f")
+        try:
+            # A host that is nowhere: only a proxy can answer for it. nginx answers for every host.
+            player.launch("--patch", base="http://content.quelra.example")
+            wait_for(player.records, "the game to start")
+            player.wait_for_end()
+            self.assertEqual(player.records()[0]["VORNAK_ASSET_BASE"],
+                             "http://content.quelra.example")
+        finally:
+            player.run("reg", "delete", key, "/v", "DefaultConnectionSettings", "/f")
 
     # The launcher replaces itself.
 
