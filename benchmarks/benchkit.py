@@ -1,10 +1,8 @@
 """What benchmarks/compare stands on: published packages, nginx, a player's machine, one run of a
 program with its times. Everything is started here and ended here."""
 
-import concurrent.futures
-import hashlib
+import itertools
 import json
-import lzma
 import os
 import pathlib
 import shutil
@@ -14,6 +12,7 @@ import statistics
 import subprocess
 import sys
 import time
+import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 BIN = pathlib.Path(os.environ.get("VORNAK_BIN", ROOT / "build" / "release" / "bin"))
@@ -41,7 +40,7 @@ class Package:
         self.tree = self.folder / "content"
         if not (self.folder / "ready").exists():
             self._make()
-        self.files = self._manifest()["files"]
+        self._read_documents()
 
     def _make(self):
         say(f"Making the package '{self.name}': {self.count} files of {self.size} bytes")
@@ -53,19 +52,23 @@ class Package:
         publish(self.source, self.tree)
         (self.folder / "ready").touch()
 
-    def _manifest(self):
-        found = [path for path in self.tree.rglob("package.json")]
-        if len(found) != 1:
-            sys.exit(f"{self.tree}: one package.json expected, not {len(found)}")
-        self.manifest = found[0]
-        return json.loads(self.manifest.read_text())
+    def _read(self, address):
+        """A document of the tree by the address that the launcher's documents give it."""
+        path = urllib.parse.urlsplit(address).path
+        return json.loads((self.tree / path.lstrip("/")).read_text())
+
+    def _read_documents(self):
+        launcher = "/launcher/quelrametadata.json"
+        build = self._read(launcher)["packages"][0]["builds"][0]
+        self.address = urllib.parse.urljoin(launcher, build["url"])
+        self.files = self._read(self.address)["files"]
 
     def write_bare_list(self, path):
         """The list for bench-bareloop: what the package document says, without its form."""
-        base = "/" + self.manifest.parent.relative_to(self.tree).as_posix() + "/"
         with path.open("w") as out:
             for file in self.files:
-                fields = [base + file["url"], file["localfile"], file["packedhash"],
+                address = urllib.parse.urljoin(self.address, file["url"])
+                fields = [urllib.parse.urlsplit(address).path, file["localfile"], file["packedhash"],
                           file["unpackedhash"], str(file["unpackedsize"])]
                 out.write("\t".join(fields) + "\n")
 
@@ -134,11 +137,13 @@ class Run:
 
 
 class Player:
-    """A player's machine: settings and data of its own; the licence is accepted."""
+    """A player's machine: settings and data of its own; the licence is accepted. It stays on disk
+    until clear_players(): a file system that has just deleted thousands of files is slower."""
 
-    def __init__(self, name, server=None, platform="offscreen", display=None):
-        self.home = FOLDER / "players" / name
-        self.clear()
+    numbers = itertools.count()
+
+    def __init__(self, server=None, platform="offscreen", display=None):
+        self.home = FOLDER / "players" / str(next(self.numbers))
         settings = self.home / "config" / "Vornak"
         settings.mkdir(parents=True)
         (settings / "Launcher.conf").write_text("[General]\neulaAccepted=true\n")
@@ -151,9 +156,6 @@ class Player:
             "BENCH_CLIENT_FILE": str(self.home / "client")}
         if display:
             self.environment["DISPLAY"] = display
-
-    def clear(self):
-        shutil.rmtree(self.home, ignore_errors=True)
 
     def patch(self):
         """Runs the launcher with --patch; adds the seconds until the client started."""
@@ -189,6 +191,10 @@ class Player:
         return figures
 
 
+def clear_players():
+    shutil.rmtree(FOLDER / "players", ignore_errors=True)
+
+
 class Display:
     """A virtual X display."""
 
@@ -207,33 +213,11 @@ class Display:
         self.process.wait()
 
 
-def pack(path):
-    data = path.read_bytes()
-    packed = bytearray(lzma.compress(data, format=lzma.FORMAT_ALONE, preset=1))
-    packed[5:13] = len(data).to_bytes(8, "little")
-    return bytes(packed)
-
-
 def publish(source, tree):
-    def entry(path):
-        local = path.relative_to(source).as_posix()
-        packed, data = pack(path), path.read_bytes()
-        target = package / "files" / (local + ".lzma")
-        target.parent.mkdir(parents=True, exist_ok=True)
-        target.write_bytes(packed)
-        return {"url": "files/" + local + ".lzma", "localfile": local,
-                "packedhash": hashlib.sha256(packed).hexdigest(), "packedsize": len(packed),
-                "unpackedhash": hashlib.sha256(data).hexdigest(), "unpackedsize": len(data)}
-
-    package = tree / "launcher" / "quelra"
-    package.mkdir(parents=True)
-    with concurrent.futures.ThreadPoolExecutor(2) as pool:
-        files = list(pool.map(entry, sorted(p for p in source.rglob("*") if p.is_file())))
-    (package / "package.json").write_text(json.dumps(
-        {"version": "1.0.1", "executable": "bin/bench-client", "files": files}))
-    (package / "version.txt").write_text("1.0.1\n")
-    build = {"os": "windows", "architecture": "x86_64", "url": "http://x/launcher/quelra/package.json",
-             "versionurl": "http://x/launcher/quelra/version.txt"}
-    (tree / "launcher" / "quelrametadata.json").write_text(json.dumps(
-        {"packages": [{"name": "Quelra", "directoryname": "Quelra", "builds": [build]}]}))
-    shutil.copy(ROOT / "resources" / "hints.json", tree)
+    """The content that players get, made by the project's publisher; packed quickly, since how hard
+    hardly matters to the time that unpacking takes."""
+    publisher = BIN / "vornak-publish"
+    subprocess.run([publisher, "package", source, tree, "--version", "1.0.1", "--executable",
+                    "bin/bench-client", "--name", "Quelra", "--level", "1", "--quiet"], check=True)
+    subprocess.run([publisher, "hints", ROOT / "resources" / "hints.json", tree,
+                    "--images", ROOT / "tools" / "democlient" / "images", "--quiet"], check=True)

@@ -28,7 +28,11 @@ void report(const char* name, double value)
 class FirstWindow : public QObject
 {
 public:
-    using QObject::QObject;
+    // Pauses count from the first window on: before that nobody waits for one to answer.
+    FirstWindow(QObject* parent, LoopWatch& watch)
+        : QObject(parent)
+        , m_watch(watch)
+    {}
 
 protected:
     // The event is delivered from here, so that the window has been painted when it returns.
@@ -42,8 +46,12 @@ protected:
         report("shown", static_cast<double>(monotonicNs()));
         if (qEnvironmentVariableIntValue("BENCH_WATCH_FIRST") == 1)
             _exit(0);
+        m_watch.start();
         return true;
     }
+
+private:
+    LoopWatch& m_watch;
 };
 
 void reportEnd(const LoopWatch& watch)
@@ -59,9 +67,8 @@ void begin()
     if (!std::getenv("BENCH_WATCH_FILE"))
         return;
     auto* application = QCoreApplication::instance();
-    application->installEventFilter(new FirstWindow(application));
     auto* watch = new LoopWatch(application);
-    watch->start();
+    application->installEventFilter(new FirstWindow(application, *watch));
     QObject::connect(application, &QCoreApplication::aboutToQuit, watch,
                      [watch] { reportEnd(*watch); });
 }

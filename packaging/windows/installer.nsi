@@ -83,8 +83,9 @@ FunctionEnd
 !insertmacro WaitUntilClosed ""
 !insertmacro WaitUntilClosed "un."
 
-; What replacing itself may have left beside the program.
+; What the launcher leaves beside the program when it replaces itself.
 !macro RemoveLeftovers
+    Delete "$INSTDIR\package.json.version"
     Delete "$INSTDIR\*.vornak-old*"
     Delete "$INSTDIR\*.vornak-new"
 !macroend

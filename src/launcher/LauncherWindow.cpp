@@ -34,7 +34,13 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
 }
 
-LauncherWindow::~LauncherWindow() = default;
+LauncherWindow::~LauncherWindow()
+{
+    // A client that still runs ends with its process object, after the window's own members: there
+    // is nothing left then that could react.
+    if (clientProcess)
+        clientProcess->disconnect(this);
+}
 
 void LauncherWindow::acceptLicence()
 {

@@ -61,6 +61,9 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
         return;
     const QString reason = process->errorString();
     clientProcess.clear();
+    // A start that comes too late must not hide the window; the process object ends it when it
+    // goes.
+    process->disconnect(this);
     process->deleteLater();
     setLogo(Classic);
     refreshState();

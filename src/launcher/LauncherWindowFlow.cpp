@@ -163,8 +163,10 @@ bool LauncherWindow::updatePackage(QString* error)
     OrlPackageDoc wanted = document;
     if (wanted.files.isEmpty() || wanted.version != remoteVersion)
         wanted = packageClient->fetchPackageDoc(build.url, error);
-    if (!wanted.version.isEmpty() &&
-        packageClient->installPackage(build.url, wanted, packagePath(), error)) {
+    // Without a folder the records would land wherever the launcher was started.
+    const QString folder = packagePath();
+    if (!wanted.version.isEmpty() && !folder.isEmpty() &&
+        packageClient->installPackage(build.url, wanted, folder, error)) {
         document = wanted;
         return true;
     }

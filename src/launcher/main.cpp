@@ -54,6 +54,8 @@ int main(int argc, char* argv[])
     // object would kill it.
     auto* window = new LauncherWindow(client);
     window->show();
+    // The window is painted before the first request, which loads what encrypted ones would need.
+    QGuiApplication::sync();
     QTimer::singleShot(0, window, &LauncherWindow::loadConfiguration);
     return QApplication::exec();
 }

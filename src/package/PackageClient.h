@@ -39,7 +39,7 @@ public:
     /// Body and error text (empty on success). The body of a failed transfer is not to be trusted.
     using DownloadCallback = std::function<void(const QByteArray&, const QString&)>;
 
-    explicit PackageClient(QObject* parent);
+    explicit PackageClient(QObject* parent = nullptr);
     ~PackageClient() override;
 
     /// Sets the content server's base address; trailing "/" are stripped.

@@ -142,8 +142,10 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
         return false;
     }
     const StoreResult result = storeFile(file, body, path, [this] { return m_pacer.turnIfDue(); });
-    if (result == StoreResult::Cancelled)
-        return !failWhenQuitting(error);
+    if (result == StoreResult::Cancelled) {
+        failWhenQuitting(error);
+        return false;
+    }
     if (result != StoreResult::Stored) {
         setText(error, storeFailureText(result, file, body, path));
         return false;

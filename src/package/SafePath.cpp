@@ -1,6 +1,7 @@
 #include "package/SafePath.h"
 
 #include <QDir>
+#include <QStringTokenizer>
 #include <QStringView>
 
 #include <algorithm>
@@ -47,7 +48,7 @@ bool staysBelowFolder(const QString& relative, PathRules rules)
     if (relative.startsWith(u'/') || relative.contains(QChar(u'\0')))
         return false;
     bool named = false;
-    for (const QStringView segment : QStringView(relative).split(u'/')) {
+    for (const QStringView segment : qTokenize(QStringView(relative), u'/')) {
         if (segment == QLatin1StringView(".."))
             return false;
         if (segment.isEmpty() || segment == QLatin1StringView("."))

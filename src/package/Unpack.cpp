@@ -202,7 +202,10 @@ QString hashBytes(const QByteArray& data, const SliceFunction& onSlice)
 QString hashDevice(QIODevice* device, const SliceFunction& onSlice)
 {
     Sha256 hash;
-    QByteArray buffer(hashSlice, Qt::Uninitialized);
+    // No larger than what there is to read: most files are small, and fresh memory is dear.
+    const qint64 expected = device->isSequential() ? hashSlice : device->size() - device->pos();
+    QByteArray buffer(static_cast<qsizetype>(std::clamp<qint64>(expected, 1, hashSlice)),
+                      Qt::Uninitialized);
     qint64 offset = 0;
     while (!device->atEnd()) {
         const qint64 read = device->read(buffer.data(), buffer.size());

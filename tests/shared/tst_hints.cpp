@@ -1,0 +1,233 @@
+#include "shared/BuildValues.h"
+#include "shared/Hints.h"
+#include "support/IsolatedHome.h"
+#include "support/TestFiles.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QUrl>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+HintEntry plain(const QString& text)
+{
+    return {QString(), text};
+}
+
+QString contentHost()
+{
+    return QUrl(buildvalues::defaultCdnUrl()).authority();
+}
+
+} // namespace
+
+class HintsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parsesElements_data();
+    void parsesElements();
+    void keepsOrderAndDuplicates();
+    void takesTextAsItStands();
+    void readsAnythingElseAsNoHints_data();
+    void readsAnythingElseAsNoHints();
+    void findsRichContent_data();
+    void findsRichContent();
+    void embeddedHintsAreRich();
+    void picksNothingFromNothing();
+    void picksTheOnlyOne();
+    void picksEveryHintEquallyOften_data();
+    void picksEveryHintEquallyOften();
+    void pointsPicturesAtTheServer_data();
+    void pointsPicturesAtTheServer();
+};
+
+void HintsTest::parsesElements_data()
+{
+    QTest::addColumn<QByteArray>("element");
+    QTest::addColumn<QString>("title");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char* element, const char* title, const char* text) {
+        QTest::newRow(element) << QByteArray(element) << QString::fromUtf8(title)
+                               << QString::fromUtf8(text);
+    };
+    row(R"("plain")", "", "plain");
+    row(R"({"title":"T","richText":"R"})", "T", "R");
+    row(R"({"richText":"R"})", "", "R");
+    row(R"({"title":5,"richText":"R"})", "", "R");
+    row(R"({"richText":"R","text":"A","hint":"B"})", "", "R");
+    row(R"({"title":"T","richText":"","text":"A"})", "T", "A");
+    row(R"({"richText":7,"text":"A","hint":"B"})", "", "A");
+    row(R"({"text":4,"hint":"B"})", "", "B");
+    row(R"({"hint":"B"})", "", "B");
+    // Skipped, which the empty text stands for here.
+    row(R"({"text":"","hint":"B"})", "", "");
+    row(R"({"title":"T"})", "", "");
+    row(R"({"richText":""})", "", "");
+    row(R"("")", "", "");
+    row("5", "", "");
+    row("true", "", "");
+    row("null", "", "");
+    row(R"(["nested"])", "", "");
+}
+
+void HintsTest::parsesElements()
+{
+    QFETCH(QByteArray, element);
+    QFETCH(QString, title);
+    QFETCH(QString, text);
+    const QList<HintEntry> expected =
+        text.isEmpty() ? QList<HintEntry>() : QList<HintEntry>{{title, text}};
+    QCOMPARE(parseHints("[" + element + "]"), expected);
+    QCOMPARE(parseHints("{\"other\":1,\"hints\":[" + element + "]}"), expected);
+}
+
+void HintsTest::keepsOrderAndDuplicates()
+{
+    QCOMPARE(parseHints(R"(["b","a",7,"b"])"),
+             (QList<HintEntry>{plain(u"b"_s), plain(u"a"_s), plain(u"b"_s)}));
+}
+
+void HintsTest::takesTextAsItStands()
+{
+    QCOMPARE(parseHints(R"([" <b>&amp;\n\u00f6 "])"), QList<HintEntry>{plain(u" <b>&amp;\nö "_s)});
+    QCOMPARE(parseHints(R"([" "])"), QList<HintEntry>{plain(u" "_s)});
+}
+
+void HintsTest::readsAnythingElseAsNoHints_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    for (const char* bytes : {"", "{}", "[]", R"({"hints":5})", R"({"hints":"a"})",
+                              R"({"hints":{"a":"b"}})", "\"text\"", "5", "<html>", R"(["cut)"})
+        QTest::newRow(bytes) << QByteArray(bytes);
+}
+
+void HintsTest::readsAnythingElseAsNoHints()
+{
+    QFETCH(QByteArray, bytes);
+    QVERIFY(parseHints(bytes).isEmpty());
+}
+
+void HintsTest::findsRichContent_data()
+{
+    QTest::addColumn<QStringList>("texts");
+    QTest::addColumn<bool>("rich");
+    QTest::newRow("none") << QStringList() << false;
+    QTest::newRow("plain") << QStringList{u"plain"_s, u"<b>bold</b>"_s} << false;
+    QTest::newRow("table") << QStringList{u"a<table>"_s} << true;
+    QTest::newRow("table in capitals") << QStringList{u"<TABLE border>"_s} << true;
+    QTest::newRow("picture") << QStringList{u"<img src='x'>"_s} << true;
+    QTest::newRow("picture in mixed case") << QStringList{u"<Img>"_s} << true;
+    QTest::newRow("last of several") << QStringList{u"a"_s, u"b"_s, u"<img>"_s} << true;
+    QTest::newRow("only spoken of") << QStringList{u"img table < img"_s} << false;
+}
+
+void HintsTest::findsRichContent()
+{
+    QFETCH(QStringList, texts);
+    QList<HintEntry> hints;
+    for (const QString& text : texts)
+        hints.append(plain(text));
+    QTEST(hintsHaveRichContent(hints), "rich");
+    // A title does not make a hint rich.
+    QVERIFY(!hintsHaveRichContent({{u"<table>"_s, u"plain"_s}}));
+}
+
+void HintsTest::embeddedHintsAreRich()
+{
+    const QList<HintEntry> hints = loadEmbeddedHints();
+    QVERIFY(!hints.isEmpty());
+    QCOMPARE(hints, parseHints(testfiles::read(u":/hints.json"_s)));
+    for (const HintEntry& hint : hints) {
+        QVERIFY(!hint.title.isEmpty());
+        QVERIFY2(hintsHaveRichContent({hint}), qUtf8Printable(hint.richText));
+    }
+}
+
+void HintsTest::picksNothingFromNothing()
+{
+    QCOMPARE(pickRandomHint({}), HintEntry());
+}
+
+void HintsTest::picksTheOnlyOne()
+{
+    const HintEntry only{u"T"_s, u"R"_s};
+    for (int i = 0; i < 50; ++i)
+        QCOMPARE(pickRandomHint({only}), only);
+}
+
+void HintsTest::picksEveryHintEquallyOften_data()
+{
+    QTest::addColumn<int>("count");
+    for (const int count : {2, 3, 4, 5, 10, 17})
+        QTest::addRow("%d", count) << count;
+}
+
+void HintsTest::picksEveryHintEquallyOften()
+{
+    QFETCH(int, count);
+    QList<HintEntry> hints;
+    for (int i = 0; i < count; ++i)
+        hints.append(plain(QString::number(i)));
+    QList<int> picked(count, 0);
+    constexpr int perHint = 2000;
+    for (int i = 0; i < count * perHint; ++i)
+        ++picked[pickRandomHint(hints).richText.toInt()];
+    const auto [least, most] = std::minmax_element(picked.begin(), picked.end());
+    // More than eight standard deviations to either side: chance never fails this, a remainder in
+    // place of drawing again does.
+    QVERIFY2(*least > perHint - 360 && *most < perHint + 360,
+             qPrintable(u"%1 to %2"_s.arg(*least).arg(*most)));
+}
+
+void HintsTest::pointsPicturesAtTheServer_data()
+{
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("base");
+    QTest::addColumn<QString>("result");
+    const QString host = contentHost();
+    const QString base = u"http://cdn.test:8080"_s;
+    const auto row = [](const char* name, const QString& html, const QString& serverBase,
+                        const QString& result) {
+        QTest::newRow(name) << html << serverBase << result;
+    };
+    const QString picture = u"<img src=\"/images/news/rh_misc.png\">"_s;
+    const QString placed = u"<img src=\"http://cdn.test:8080/images/news/rh_misc.png\">"_s;
+    row("root-relative", picture, base, placed);
+    row("slashes behind the base", picture, base + u"//"_s, placed);
+    row("every occurrence", picture + u"x"_s + picture, base, placed + u"x"_s + placed);
+    row("single quotes stay", u"<img src='/images/a.png'>"_s, base, u"<img src='/images/a.png'>"_s);
+    row("no quotes stay", u"<img src=/images/a.png>"_s, base, u"<img src=/images/a.png>"_s);
+    row("other folders stay", u"<img src=\"/pictures/a.png\">"_s, base,
+        u"<img src=\"/pictures/a.png\">"_s);
+    row("capitals stay", u"<img src=\"/Images/a.png\">"_s, base, u"<img src=\"/Images/a.png\">"_s);
+    row("host by https", u"<a href='https://%1/x'>"_s.arg(host), base,
+        u"<a href='http://cdn.test:8080/x'>"_s);
+    row("host by http", u"http://%1/x http://%1"_s.arg(host), base,
+        u"http://cdn.test:8080/x http://cdn.test:8080"_s);
+    row("host in capitals stays", u"https://%1/x"_s.arg(host.toUpper()), base,
+        u"https://%1/x"_s.arg(host.toUpper()));
+    row("scheme in capitals stays", u"HTTPS://%1/x"_s.arg(host), base, u"HTTPS://%1/x"_s.arg(host));
+    row("other hosts stay", u"https://other.example/images/a.png"_s, base,
+        u"https://other.example/images/a.png"_s);
+    row("no base, root-relative", picture, QString(), picture);
+    row("no base, absolute", u"<img src=\"https://%1/images/a.png\">"_s.arg(host), QString(),
+        u"<img src=\"/images/a.png\">"_s);
+    row("a base of slashes", picture, u"///"_s, picture);
+    row("nothing", QString(), base, QString());
+}
+
+void HintsTest::pointsPicturesAtTheServer()
+{
+    QFETCH(QString, html);
+    QFETCH(QString, base);
+    QTEST(rewriteHintHtml(html, base), "result");
+}
+
+VORNAK_WIDGET_TEST_MAIN(HintsTest)
+#include "tst_hints.moc"
