@@ -48,7 +48,7 @@ class Kills(publishkit.PublishTest):
         end = time.monotonic() + (self.random.uniform(0, duration) if way == "time" else 60)
         seen = {"time": lambda: False,
                 "documents": folder.exists,
-                "work": lambda: len(list(self.site.content.glob(".publisher/work/*"))) > 2,
+                "work": lambda: len(list(self.site.content.glob(".publisher/unfinished/*"))) > 2,
                 "metadata": lambda: metadata.stat().st_mtime_ns != before}[way]
         while time.monotonic() < end and process.poll() is None and not seen():
             time.sleep(0.0005)

@@ -164,13 +164,13 @@ void RepublicationTest::unfinishedVersionIsWrittenAnew()
     // A version whose folder is there but which the metadata never named.
     testfiles::write(fixture.content() + folder11 + u"package.json"_s, "{}");
     testfiles::write(fixture.content() + folder11 + u"assets.json"_s, "{}");
-    testfiles::write(fixture.content() + u"/.publisher/work/17"_s, "left behind");
+    testfiles::write(fixture.content() + u"/.publisher/unfinished/17"_s, "left behind");
     QCOMPARE(fixture.publishFiles(u"1.1"_s, smallClient()), QStringList());
     const Files served = fixture.served();
     QVERIFY(!served.contains(folder11 + u"assets.json"_s));
     const OrlPackageDoc doc = parsePackageDoc(served.value(folder11 + u"package.json"_s), nullptr);
     QCOMPARE(unpackedFiles(served, doc.files, folder11), smallClient());
-    QVERIFY(!QFileInfo::exists(fixture.content() + u"/.publisher/work/17"_s));
+    QVERIFY(!QFileInfo::exists(fixture.content() + u"/.publisher/unfinished/17"_s));
 }
 
 void RepublicationTest::secondPublisherIsRefused()
@@ -209,7 +209,7 @@ void RepublicationTest::workFolderIsEmptyAfterwards()
 {
     PublishFixture fixture;
     QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
-    QCOMPARE(testfiles::list(fixture.content() + u"/.publisher/work"_s), QStringList());
+    QCOMPARE(testfiles::list(fixture.content() + u"/.publisher/unfinished"_s), QStringList());
 }
 
 VORNAK_TEST_MAIN(RepublicationTest)

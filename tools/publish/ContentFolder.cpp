@@ -74,7 +74,7 @@ bool ContentFolder::openForWriting(QString* error)
                                ? QStringLiteral("%1: another publisher is at work here").arg(m_root)
                                : QStringLiteral("%1: the folder cannot be written").arg(m_root));
     }
-    QDir work(ownFile(QStringLiteral("work")));
+    QDir work(ownFile(QStringLiteral("unfinished")));
     work.removeRecursively();
     return QDir().mkpath(work.path()) ||
            fail(error, QStringLiteral("%1: the folder cannot be written").arg(work.path()));
@@ -93,7 +93,7 @@ bool ContentFolder::exists(const QString& address) const
 
 QString ContentFolder::workPath()
 {
-    return ownFile(QStringLiteral("work/%1").arg(++m_workNumber));
+    return ownFile(QStringLiteral("unfinished/%1").arg(++m_workNumber));
 }
 
 bool ContentFolder::moveIntoPlace(const QString& workPath, const QString& address,
