@@ -17,6 +17,9 @@ IsolatedHome::IsolatedHome()
         QDir().mkpath(folder);
         qputenv(variable, QFile::encodeName(folder));
     }
+#ifndef Q_OS_WIN
+    // The static Qt for Windows has one platform, Windows itself.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+#endif
 }
