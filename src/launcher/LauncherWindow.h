@@ -123,7 +123,7 @@ private:
     void buildMakerLogo();
     QLayout* buildBottomRow();
     QWidget* buildLauncherPage();
-    QWidget* buildLicencePage();
+    QWidget* buildLicencePage(const QString& licence);
     void buildPages();
 
     void acceptLicence();
@@ -132,6 +132,7 @@ private:
     void applyMakerLogoLink();
     void fitHeight();
     void showStatus(const QString& text);
+    void showCannotStart(const QString& reason = {});
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] bool assetsAreCurrent() const;
     [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,

@@ -196,7 +196,7 @@ QWidget* LauncherWindow::buildLauncherPage()
     return page;
 }
 
-QWidget* LauncherWindow::buildLicencePage()
+QWidget* LauncherWindow::buildLicencePage(const QString& licence)
 {
     auto* eulaEdit = new QTextEdit;
     eulaEdit->setObjectName(QStringLiteral("eulaEdit"));
@@ -205,7 +205,7 @@ QWidget* LauncherWindow::buildLicencePage()
     eulaEdit->setWordWrapMode(QTextOption::WordWrap);
     eulaEdit->setFixedHeight(330);
     eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
-    eulaEdit->setMarkdown(licenceText());
+    eulaEdit->setMarkdown(licence);
 
     auto* acceptButton = new QPushButton(QStringLiteral("Accept"));
     acceptButton->setObjectName(QStringLiteral("acceptButton"));
@@ -228,9 +228,10 @@ void LauncherWindow::buildPages()
     pageStack = new QStackedLayout(layout);
     pageStack->setObjectName(QStringLiteral("pageStack"));
     QWidget* launcherPage = buildLauncherPage();
-    pageStack->addWidget(buildLicencePage());
+    const QString licence = licenceText();
+    pageStack->addWidget(buildLicencePage(licence));
     pageStack->addWidget(launcherPage);
     // A build without a licence document has nothing to accept.
     const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
-    pageStack->setCurrentIndex(accepted || licenceText().isEmpty() ? 1 : 0);
+    pageStack->setCurrentIndex(accepted || licence.isEmpty() ? 1 : 0);
 }

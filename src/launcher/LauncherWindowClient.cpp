@@ -13,12 +13,6 @@ namespace {
 constexpr int startTimeoutMs = 5000;
 constexpr int showPollIntervalMs = 500;
 
-QString cannotStartText(const QString& reason)
-{
-    return reason.isEmpty() ? QStringLiteral("Quelra cannot be started")
-                            : QStringLiteral("Quelra cannot be started: %1").arg(reason);
-}
-
 } // namespace
 
 void LauncherWindow::startClient(const QString& program, const QString& workingDirectory,
@@ -67,7 +61,7 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
     process->deleteLater();
     setLogo(Classic);
     refreshState();
-    showStatus(cannotStartText(reason));
+    showCannotStart(reason);
 }
 
 void LauncherWindow::onClientFinished(int exitCode, QProcess::ExitStatus exitStatus,
@@ -86,7 +80,7 @@ void LauncherWindow::onClientFinished(int exitCode, QProcess::ExitStatus exitSta
         return;
     }
     refreshState();
-    showStatus(cannotStartText(QString()));
+    showCannotStart();
 }
 
 void LauncherWindow::onShowRequestPoll(const QString& showRequest)
@@ -98,6 +92,12 @@ void LauncherWindow::onShowRequestPoll(const QString& showRequest)
         return;
     setLogo(Classic);
     refreshState();
+}
+
+void LauncherWindow::showCannotStart(const QString& reason)
+{
+    showStatus(reason.isEmpty() ? QStringLiteral("Quelra cannot be started")
+                                : QStringLiteral("Quelra cannot be started: %1").arg(reason));
 }
 
 void LauncherWindow::bringToFront()

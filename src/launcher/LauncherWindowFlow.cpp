@@ -14,11 +14,6 @@
 
 namespace {
 
-QString cannotStartText()
-{
-    return QStringLiteral("Quelra cannot be started");
-}
-
 QString makerLogoLink(const QUrl& target)
 {
     return QStringLiteral("<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>")
@@ -222,7 +217,7 @@ void LauncherWindow::play()
     }
     setLogo(Classic);
     refreshState();
-    showStatus(cannotStartText());
+    showCannotStart();
 }
 
 QString LauncherWindow::packagePath() const
