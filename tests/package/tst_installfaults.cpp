@@ -65,8 +65,6 @@ QString unwritable(const QString& path)
 
 } // namespace
 
-/// Disks and folders that do not let themselves be written: the old files stay as they are, and
-/// nothing is left lying about.
 class InstallFaultsTest : public QObject
 {
     Q_OBJECT
@@ -80,10 +78,6 @@ private Q_SLOTS:
     void fullDiskKeepsTheOldDocument();
     void fullDiskFailsTheAssetMarker_data() { InstallFixture::addForms(); }
     void fullDiskFailsTheAssetMarker();
-    void folderInPlaceOfAFileFails_data() { InstallFixture::addForms(); }
-    void folderInPlaceOfAFileFails();
-    void fileInPlaceOfAFolderFails_data() { InstallFixture::addForms(); }
-    void fileInPlaceOfAFolderFails();
     void readOnlyFolderFails_data() { InstallFixture::addForms(); }
     void readOnlyFolderFails();
     void unreadableFileCountsAsMissing();
@@ -144,27 +138,6 @@ void InstallFaultsTest::fullDiskFailsTheAssetMarker()
     const FullDisk full(0);
     VERIFY_FAILURE(fixture.installAssets(form),
                    u"The installation of %1 failed."_s.arg(fixture.folder()));
-}
-
-void InstallFaultsTest::folderInPlaceOfAFileFails()
-{
-    QFETCH(Form, form);
-    InstallFixture fixture;
-    fixture.tree().addAsset(u"a"_s, "content");
-    testfiles::write(fixture.path(u"a/kept"_s), "kept");
-    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
-    QCOMPARE(fixture.files(), QStringList{u"Quelra/a/kept"_s});
-}
-
-void InstallFaultsTest::fileInPlaceOfAFolderFails()
-{
-    QFETCH(Form, form);
-    InstallFixture fixture;
-    fixture.tree().addAsset(u"a/b/c"_s, "content");
-    testfiles::write(fixture.path(u"a"_s), "kept");
-    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/b/c"_s)));
-    QCOMPARE(fixture.files(), QStringList{u"Quelra/a"_s});
-    QCOMPARE(fixture.content(u"a"_s), QByteArray("kept"));
 }
 
 void InstallFaultsTest::readOnlyFolderFails()

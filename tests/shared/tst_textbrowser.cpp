@@ -108,7 +108,7 @@ void TextBrowserTest::fetchesOnceHoweverOftenItIsAsked()
 {
     ScriptedHttpServer server;
     const QUrl url = server.url(u"/a.png"_s);
-    server.route(u"/a.png"_s, HttpAnswer::drip(picture(), 50, 5));
+    server.route(u"/a.png"_s, HttpAnswer::drip(picture(), picture().size() / 20, 50));
     ShownBrowser browser;
     for (int i = 0; i < 3; ++i)
         browser.setContent(image(url) + image(url) + image(url));

@@ -17,6 +17,13 @@ void testfiles::write(const QString& path, const QByteArray& content)
         qFatal("Cannot write %s: %s", qUtf8Printable(path), qUtf8Printable(file.errorString()));
 }
 
+void testfiles::writeHole(const QString& path, qint64 size)
+{
+    write(path, {});
+    if (!QFile::resize(path, size))
+        qFatal("Cannot give %s its size", qUtf8Printable(path));
+}
+
 QByteArray testfiles::read(const QString& path)
 {
     QFile file(path);

@@ -11,6 +11,9 @@ namespace testfiles {
 /// Writes the file, making the folders on the way.
 void write(const QString& path, const QByteArray& content);
 
+/// Writes a file of zeros that takes no room on a file system that knows holes.
+void writeHole(const QString& path, qint64 size);
+
 /// The whole content; a null array when there is no such file.
 [[nodiscard]] QByteArray read(const QString& path);
 

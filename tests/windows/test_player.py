@@ -349,6 +349,7 @@ class TestPlayer(unittest.TestCase):
     def test_32_uninstalls_and_keeps_the_game(self):
         player = self.player
         player.uninstall()
+        self.assertEqual(list(player.programs.rglob("*")), [])
         wait_for(lambda: not player.programs.exists(), "the program's folder to go")
         self.assertFalse(player.start_menu_entry().exists())
         self.assertFalse(player.desktop_entry().exists())
