@@ -1,6 +1,6 @@
 ; The installer that a player downloads: per user, without administrator rights.
 ; Made by packaging/windows/make-release, which defines VERSION, VERSION_NUMBERS, FILES (the folder
-; with the program), OUTPUT and ICON.
+; with the program), FILE_LIST (what the uninstaller deletes), OUTPUT, ICON and SIDE_PICTURE.
 
 Target amd64-unicode
 Unicode true
@@ -42,6 +42,7 @@ VIAddVersionKey "LegalCopyright" "Vornak"
 
 !define MUI_ICON "${ICON}"
 !define MUI_UNICON "${ICON}"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${SIDE_PICTURE}"
 !define MUI_ABORTWARNING
 !define MUI_COMPONENTSPAGE_NODESC
 !define MUI_FINISHPAGE_RUN "$INSTDIR\${STARTER}"
@@ -87,7 +88,7 @@ FunctionEnd
 !macro RemoveLeftovers
     Delete "$INSTDIR\package.json.version"
     Delete "$INSTDIR\*.vornak-old*"
-    Delete "$INSTDIR\*.vornak-new"
+    Delete "$INSTDIR\*.vornak-new*"
 !macroend
 
 Section "Launcher" launcher

@@ -69,12 +69,12 @@ bool replaceProgramFile(const QString& source, const QString& destination, const
     return false;
 }
 
-/// The files that bear the name of `path` and a suffix of files moved aside, newest first.
-QStringList filesAside(const QString& path)
+/// The files beside `path` whose names begin with its own and the suffix, newest first.
+QStringList filesBeside(const QString& path, QLatin1StringView suffix)
 {
     const QFileInfo info(path);
     QStringList found;
-    const QString start = info.fileName() + QLatin1StringView(VORNAK_ASIDE_SUFFIX);
+    const QString start = info.fileName() + suffix;
     const QDir folder = info.dir();
     for (const QString& name : folder.entryList(QDir::Files | QDir::Hidden, QDir::Time)) {
         if (name.startsWith(start))
@@ -85,8 +85,10 @@ QStringList filesAside(const QString& path)
 
 void settleProgramFile(const QString& path)
 {
-    QFile::remove(freshName(path));
-    for (const QString& aside : filesAside(path)) {
+    // While it is being written, the name has an ending of its own.
+    for (const QString& fresh : filesBeside(path, QLatin1StringView(VORNAK_FRESH_SUFFIX)))
+        QFile::remove(fresh);
+    for (const QString& aside : filesBeside(path, QLatin1StringView(VORNAK_ASIDE_SUFFIX))) {
         // rename() does nothing when there is a file already.
         if (!QFile::rename(aside, path))
             QFile::remove(aside);

@@ -1,5 +1,6 @@
 #include "launcher/DuskPalette.h"
 #include "launcher/Environment.h"
+#include "launcher/InstalledEntry.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/ProgramFiles.h"
 #include "package/PackageClient.h"
@@ -39,6 +40,9 @@ int main(int argc, char* argv[])
     QApplication::setPalette(duskPalette());
     setNames();
     writeLauncherPath();
+#ifdef Q_OS_WIN
+    updateInstalledEntry();
+#endif
     if (tryDevAutoplay())
         return 0;
 

@@ -214,6 +214,9 @@ void TestProgramFiles::settlesWhatAKilledReplacementLeftBehind_data()
     QTest::addColumn<QStringList>("left");
     QTest::addColumn<QByteArray>("content");
     QTest::newRow("killed while copying")
+        << QStringList{QStringLiteral("a"), QStringLiteral("a.vornak-new.Xy3Zab")}
+        << QByteArray("a");
+    QTest::newRow("killed after copying")
         << QStringList{QStringLiteral("a"), QStringLiteral("a.vornak-new")} << QByteArray("a");
     QTest::newRow("killed between the renames")
         << QStringList{QStringLiteral("a.vornak-old1"), QStringLiteral("a.vornak-new")}

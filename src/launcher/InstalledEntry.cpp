@@ -1,0 +1,21 @@
+#include "launcher/InstalledEntry.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QSettings>
+
+void updateInstalledEntry()
+{
+    // The name of the entry is the installer's (packaging/windows/installer.nsi). Settings of the
+    // entry itself would make it where there is none.
+    QSettings entries(QStringLiteral("HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\"
+                                     "CurrentVersion\\Uninstall"),
+                      QSettings::NativeFormat);
+    const QString folder =
+        entries.value(QStringLiteral("VornakLauncher/InstallLocation")).toString();
+    if (folder.isEmpty() || QFileInfo(folder) != QFileInfo(QCoreApplication::applicationDirPath()))
+        return;
+    const QString version = QStringLiteral("VornakLauncher/DisplayVersion");
+    if (entries.value(version) != QCoreApplication::applicationVersion())
+        entries.setValue(version, QCoreApplication::applicationVersion());
+}
