@@ -1,6 +1,6 @@
 ; The installer that a player downloads: per user, without administrator rights.
-; Made by packaging/windows/make-release, which defines VERSION, VERSION_NUMBERS, FILES (the folder
-; with the program), FILE_LIST (what the uninstaller deletes), OUTPUT, ICON and SIDE_PICTURE.
+; Made by packaging/windows/make-release, which defines VERSION, VERSION_NUMBERS, FILES_TO_INSTALL
+; and FILES_TO_DELETE (lists of commands), OUTPUT, ICON and SIDE_PICTURE.
 
 Target amd64-unicode
 Unicode true
@@ -97,7 +97,8 @@ Section "Launcher" launcher
     SetShellVarContext current
     SetOutPath "$INSTDIR"
     !insertmacro RemoveLeftovers
-    File /r "${FILES}/*"
+    !include "${FILES_TO_INSTALL}"
+    SetOutPath "$INSTDIR"
     WriteUninstaller "$INSTDIR\${UNINSTALLER}"
 
     CreateShortCut "$SMPROGRAMS\${NAME}.lnk" "$INSTDIR\${STARTER}" "" "$INSTDIR\${PROGRAM}" 0
@@ -138,7 +139,7 @@ Section "Uninstall"
     Call un.WaitUntilClosed
     SetShellVarContext current
     !insertmacro RemoveLeftovers
-    !include "${FILE_LIST}"
+    !include "${FILES_TO_DELETE}"
     Delete "$INSTDIR\${UNINSTALLER}"
     RMDir "$INSTDIR"
     Delete "$SMPROGRAMS\${NAME}.lnk"

@@ -130,6 +130,8 @@ class SecureSite:
             events {{}}
             http {{
             access_log {self.folder}/access.log;
+            # Whoever connects and then asks for nothing shows in the log soon.
+            client_header_timeout 2s;
             {temporary}
             server {{
                 listen 127.0.0.1:{port} ssl;

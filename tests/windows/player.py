@@ -136,13 +136,16 @@ class Player:
         wait_for(lambda: not self.launchers() and not self.clients(), "the launcher to end", seconds)
 
     def kill(self, name):
-        """Ends this Windows' processes of that program as the task manager does."""
-        for process in self.processes(name):
-            try:
-                os.kill(process, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-        wait_for(lambda: not self.processes(name), f"{name} to be gone")
+        """Ends this Windows' processes of that program as the task manager does, those too that
+        another starts meanwhile."""
+        def none_left():
+            found = self.processes(name)
+            for process in found:
+                with contextlib.suppress(ProcessLookupError):
+                    os.kill(process, signal.SIGKILL)
+            return not found
+
+        wait_for(none_left, f"{name} to be gone")
 
     def kill_everything(self):
         for name in (LAUNCHER, STARTER, self.client.name):

@@ -81,7 +81,7 @@ class TestSelfUpdate(PlayerCase):
         (server,) = player.processes("wineserver64")
         holder = subprocess.Popen(
             ["strace", "-qq", "-o", os.devnull, "-p", str(server),
-             "-P", str(player.programs / ASIDE), "-e", "trace=rename",
+             "-P", str(player.programs / LAUNCHER), "-e", "trace=rename",
              "-e", "inject=rename:delay_exit=5s"],
             stderr=subprocess.PIPE, text=True)
         try:
