@@ -4,6 +4,7 @@
 #include "shared/QTextBrowserWithNetwork.h"
 
 #include <QGroupBox>
+#include <QImageReader>
 #include <QLabel>
 #include <QLayout>
 #include <QProgressBar>
@@ -78,12 +79,11 @@ void LauncherWindow::setLogo(int mode)
 {
     if (!logoLabel)
         return;
-    const QPixmap picture(logoFile(mode));
-    if (!picture.isNull()) {
-        // The label ends up empty and keeps only the logo's size: the game's name stands on the
-        // background already.
-        logoLabel->setPixmap(picture);
-        logoLabel->setFixedSize(picture.size());
+    // The label stays empty and only keeps the logo's place: the game's name stands on the
+    // background already. So the size is all that is read of the picture.
+    const QSize size = QImageReader(logoFile(mode)).size();
+    if (size.isValid()) {
+        logoLabel->setFixedSize(size);
         logoLabel->clear();
     } else if (isClassic(mode)) {
         logoLabel->setFixedSize(256, 128);
