@@ -90,8 +90,8 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return StoreResult::UnpackedDiffers;
     if (!replaceWithFolders(path, output, step))
         return failure(StoreResult::WritingFailed);
-    // The memory of a large file takes its time to go, on return. Even if the program is ending, the
-    // file is in its place now.
+    // The memory of a large file takes its time to go, on return. Even if the program is ending,
+    // the file is in its place now.
     step();
     return StoreResult::Stored;
 }
