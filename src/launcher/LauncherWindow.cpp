@@ -4,11 +4,22 @@
 #include "launcher/StyleSheet.h"
 #include "package/PackageClient.h"
 
+#include <QFile>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QStackedLayout>
+
+namespace {
+
+QString licenceText()
+{
+    QFile file(QStringLiteral(":/documents/quelra-eula.md"));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+} // namespace
 
 LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     : QMainWindow(parent)
@@ -20,18 +31,21 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     setMaximumHeight(600);
     setCentralWidget(new QWidget(this));
 
-    buildLogo();
-    buildMainButton();
-    buildPackageWidgets();
-    buildPackageGroup();
-    buildHintGroup();
-    buildMakerLogo();
-    buildPages();
+    // Before there are widgets: setting it later would style each of them at once, and once more
+    // when it is shown.
+    setStyleSheet(loadStyleSheet("window.qss"));
 
+    const QString licence = licenceText();
+    // A build without a licence document has nothing to accept.
+    const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
+    const bool showsLicence = !accepted && !licence.isEmpty();
+    auto* licencePage = buildLicencePage(licence, showsLicence);
+    auto* launcherPage = buildLauncherPage();
     connect(mainButton, &QPushButton::clicked, this, &LauncherWindow::onMainButtonClicked);
     connect(packageClient, &PackageClient::progress, this, &LauncherWindow::onProgress);
-    setStyleSheet(loadStyleSheet("window.qss"));
     setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
+    // Last, since the stack shows a page at once, which styles and lays out all that is on it.
+    buildPageStack(licencePage, launcherPage, showsLicence);
 }
 
 LauncherWindow::~LauncherWindow()

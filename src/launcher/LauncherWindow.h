@@ -114,17 +114,17 @@ protected:
 private:
     class FlowGuard;
 
-    void buildLogo();
+    QWidget* buildLauncherPage();
+    QLayout* buildTopRow(QWidget* page);
+    void buildLogo(QWidget* page);
+    void buildPackageGroup(QWidget* page);
     void buildMainButton();
     void buildPackageWidgets();
-    void buildPackageGroup();
-    QLayout* buildTopRow();
-    void buildHintGroup();
-    void buildMakerLogo();
-    QLayout* buildBottomRow();
-    QWidget* buildLauncherPage();
-    QWidget* buildLicencePage(const QString& licence);
-    void buildPages();
+    void buildHintGroup(QWidget* page);
+    QLayout* buildBottomRow(QWidget* page);
+    void buildMakerLogo(QWidget* page);
+    QWidget* buildLicencePage(const QString& licence, bool isShown);
+    void buildPageStack(QWidget* licencePage, QWidget* launcherPage, bool showsLicence);
 
     void acceptLicence();
     void showAbout();

@@ -3,8 +3,8 @@
 #include "shared/BuildValues.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
+#include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -13,30 +13,52 @@
 #include <QSettings>
 #include <QStackedLayout>
 #include <QTextEdit>
+#include <QTimer>
 #include <QVBoxLayout>
+
+// Every widget is made inside its parent: one that a layout moves there later has to take over the
+// styles of its new place.
 
 namespace {
 
-QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignment)
+constexpr int hiddenLicenceDelayMs = 200;
+
+// A group box takes its margins from a style sheet that it meets before its parent's.
+QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
 {
-    auto* label = new QLabel;
+    auto* group = new QGroupBox;
+    group->setObjectName(QLatin1StringView(name));
+    group->setAlignment(Qt::AlignHCenter);
+    group->setStyleSheet(loadStyleSheet(styleSheet));
+    group->setParent(parent);
+    return group;
+}
+
+// The spaces between paragraphs are made from the font's size in points, which a font from a style
+// sheet does not have: so the text is read with the program's own.
+void setLicence(QTextEdit& edit, const QString& licence)
+{
+    const QFont styled = edit.document()->defaultFont();
+    edit.document()->setDefaultFont(QApplication::font());
+    edit.setMarkdown(licence);
+    edit.document()->setDefaultFont(styled);
+}
+
+QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignment,
+                  QWidget* parent)
+{
+    auto* label = new QLabel(parent);
     label->setObjectName(QLatin1StringView(name));
     label->setStyleSheet(loadStyleSheet(styleSheet));
     label->setAlignment(alignment);
     return label;
 }
 
-QString licenceText()
-{
-    QFile file(QStringLiteral(":/documents/quelra-eula.md"));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
 } // namespace
 
-void LauncherWindow::buildLogo()
+void LauncherWindow::buildLogo(QWidget* page)
 {
-    logoLabel = new QLabel;
+    logoLabel = new QLabel(page);
     logoLabel->setObjectName(QStringLiteral("logoLabel"));
     logoLabel->setAlignment(Qt::AlignCenter);
     // The name of the game is painted on the background; the label only keeps its place.
@@ -46,7 +68,7 @@ void LauncherWindow::buildLogo()
 
 void LauncherWindow::buildMainButton()
 {
-    mainButton = new QPushButton;
+    mainButton = new QPushButton(packageGroup);
     mainButton->setObjectName(QStringLiteral("mainButton"));
     const QPixmap picture(QStringLiteral(":/images/launcher/Button_Blue_idle.png"));
     mainButton->setFixedSize(picture.isNull() ? QSize(150, 37) : picture.size());
@@ -56,7 +78,7 @@ void LauncherWindow::buildMainButton()
 
 void LauncherWindow::buildPackageWidgets()
 {
-    progressBar = new QProgressBar;
+    progressBar = new QProgressBar(packageGroup);
     progressBar->setObjectName(QStringLiteral("progressBar"));
     progressBar->setAccessibleName(QStringLiteral("Update progress"));
     progressBar->setRange(0, 100);
@@ -65,16 +87,16 @@ void LauncherWindow::buildPackageWidgets()
     progressBar->setStyleSheet(loadStyleSheet("progress.qss"));
     progressBar->hide();
 
-    versionLabel = makeLabel("versionLabel", "label-13.qss", Qt::AlignCenter);
+    versionLabel = makeLabel("versionLabel", "label-13.qss", Qt::AlignCenter, packageGroup);
     versionLabel->setWordWrap(false);
     versionLabel->setMinimumHeight(16);
     versionLabel->setAccessibleDescription(QStringLiteral("Client version"));
 
-    statusLabel = makeLabel("statusLabel", "label-13.qss", Qt::AlignCenter);
+    statusLabel = makeLabel("statusLabel", "label-13.qss", Qt::AlignCenter, packageGroup);
     statusLabel->setWordWrap(true);
     statusLabel->setAccessibleDescription(QStringLiteral("Status"));
 
-    defaultClientCheckBox = new QCheckBox(QStringLiteral("Default Client"));
+    defaultClientCheckBox = new QCheckBox(QStringLiteral("Default Client"), packageGroup);
     defaultClientCheckBox->setObjectName(QStringLiteral("defaultClientCheckBox"));
     defaultClientCheckBox->setChecked(
         QSettings().value(QStringLiteral("defaultClient"), true).toBool());
@@ -83,12 +105,11 @@ void LauncherWindow::buildPackageWidgets()
             [](bool checked) { QSettings().setValue(QStringLiteral("defaultClient"), checked); });
 }
 
-void LauncherWindow::buildPackageGroup()
+void LauncherWindow::buildPackageGroup(QWidget* page)
 {
-    packageGroup = new QGroupBox;
-    packageGroup->setObjectName(QStringLiteral("packageGroup"));
-    packageGroup->setAlignment(Qt::AlignHCenter);
-    packageGroup->setStyleSheet(loadStyleSheet("package-group.qss"));
+    packageGroup = makeGroup("packageGroup", "package-group.qss", page);
+    buildMainButton();
+    buildPackageWidgets();
     auto* layout = new QVBoxLayout(packageGroup);
     layout->setSpacing(2);
     layout->setContentsMargins(10, 10, 10, 10);
@@ -101,8 +122,10 @@ void LauncherWindow::buildPackageGroup()
     layout->addWidget(statusLabel, 0, Qt::AlignHCenter);
 }
 
-QLayout* LauncherWindow::buildTopRow()
+QLayout* LauncherWindow::buildTopRow(QWidget* page)
 {
+    buildLogo(page);
+    buildPackageGroup(page);
     auto* column = new QVBoxLayout;
     column->addWidget(logoLabel, 0, Qt::AlignHCenter);
     column->addSpacing(6);
@@ -114,9 +137,13 @@ QLayout* LauncherWindow::buildTopRow()
     return row;
 }
 
-void LauncherWindow::buildHintGroup()
+void LauncherWindow::buildHintGroup(QWidget* page)
 {
-    infoBrowser = new shared::QTextBrowserWithNetwork;
+    hintGroup = makeGroup("hintGroup", "hint-group.qss", page);
+    hintGroup->setTitle(QStringLiteral("Hint"));
+    hintGroup->setFixedWidth(560);
+
+    infoBrowser = new shared::QTextBrowserWithNetwork(hintGroup);
     infoBrowser->setObjectName(QStringLiteral("infoBrowser"));
     infoBrowser->setOpenExternalLinks(true);
     infoBrowser->setContextMenuPolicy(Qt::NoContextMenu);
@@ -127,19 +154,14 @@ void LauncherWindow::buildHintGroup()
     infoBrowser->setStyleSheet(loadStyleSheet("textbrowser.qss"));
     infoBrowser->setHtml(QStringLiteral("<p>Loading launcher package configuration\u2026</p>"));
 
-    hintGroup = new QGroupBox(QStringLiteral("Hint"));
-    hintGroup->setObjectName(QStringLiteral("hintGroup"));
-    hintGroup->setAlignment(Qt::AlignHCenter);
-    hintGroup->setStyleSheet(loadStyleSheet("hint-group.qss"));
-    hintGroup->setFixedWidth(560);
     auto* layout = new QVBoxLayout(hintGroup);
     layout->setContentsMargins(6, 2, 6, 6);
     layout->addWidget(infoBrowser);
 }
 
-void LauncherWindow::buildMakerLogo()
+void LauncherWindow::buildMakerLogo(QWidget* page)
 {
-    makerLogoLabel = new QLabel;
+    makerLogoLabel = new QLabel(page);
     makerLogoLabel->setObjectName(QStringLiteral("makerLogoLabel"));
     makerLogoLabel->setAccessibleName(QStringLiteral("Vornak web site"));
     makerLogoLabel->setTextFormat(Qt::RichText);
@@ -158,12 +180,15 @@ void LauncherWindow::buildMakerLogo()
         QStringLiteral("<a href=\"%1\">%2</a>").arg(buildvalues::websiteUrl(), content));
 }
 
-QLayout* LauncherWindow::buildBottomRow()
+QLayout* LauncherWindow::buildBottomRow(QWidget* page)
 {
-    revisionLabel = makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter);
+    buildMakerLogo(page);
+    revisionLabel =
+        makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter, page);
     revisionLabel->setAccessibleDescription(QStringLiteral("Revision"));
 
-    auto* aboutLabel = makeLabel("aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter);
+    auto* aboutLabel =
+        makeLabel("aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter, page);
     aboutLabel->setTextFormat(Qt::RichText);
     aboutLabel->setText(QStringLiteral(
         "<a href=\"about\" style=\"color: #909090; text-decoration: none;\">About</a>"));
@@ -182,36 +207,43 @@ QLayout* LauncherWindow::buildBottomRow()
 
 QWidget* LauncherWindow::buildLauncherPage()
 {
-    auto* page = new QWidget;
+    auto* page = new QWidget(centralWidget());
     auto* layout = new QVBoxLayout(page);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addSpacing(11);
-    layout->addLayout(buildTopRow());
+    layout->addLayout(buildTopRow(page));
     layout->addSpacing(6);
+    buildHintGroup(page);
     layout->addWidget(hintGroup, 0, Qt::AlignHCenter);
     layout->addStretch(1);
     layout->addSpacing(8);
-    layout->addLayout(buildBottomRow());
+    layout->addLayout(buildBottomRow(page));
     layout->addSpacing(8);
     return page;
 }
 
-QWidget* LauncherWindow::buildLicencePage(const QString& licence)
+QWidget* LauncherWindow::buildLicencePage(const QString& licence, bool isShown)
 {
-    auto* eulaEdit = new QTextEdit;
+    auto* page = new QWidget(centralWidget());
+    auto* eulaEdit = new QTextEdit(page);
     eulaEdit->setObjectName(QStringLiteral("eulaEdit"));
     eulaEdit->setAccessibleName(QStringLiteral("Licence agreement"));
     eulaEdit->setReadOnly(true);
     eulaEdit->setWordWrapMode(QTextOption::WordWrap);
     eulaEdit->setFixedHeight(330);
     eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
-    eulaEdit->setMarkdown(licence);
+    // Reading it takes some milliseconds, for which an accepted one need not hold up the window: it
+    // comes when that has been painted.
+    if (isShown)
+        setLicence(*eulaEdit, licence);
+    else
+        QTimer::singleShot(hiddenLicenceDelayMs, eulaEdit,
+                           [eulaEdit, licence] { setLicence(*eulaEdit, licence); });
 
-    auto* acceptButton = new QPushButton(QStringLiteral("Accept"));
+    auto* acceptButton = new QPushButton(QStringLiteral("Accept"), page);
     acceptButton->setObjectName(QStringLiteral("acceptButton"));
     connect(acceptButton, &QPushButton::clicked, this, [this] { acceptLicence(); });
 
-    auto* page = new QWidget;
     auto* layout = new QVBoxLayout(page);
     layout->addSpacing(11);
     layout->addWidget(eulaEdit);
@@ -219,19 +251,16 @@ QWidget* LauncherWindow::buildLicencePage(const QString& licence)
     return page;
 }
 
-void LauncherWindow::buildPages()
+void LauncherWindow::buildPageStack(QWidget* licencePage, QWidget* launcherPage, bool showsLicence)
 {
-    // The stack shows its current page at once: without a place in the window already, each page
-    // would come up as a window of its own for a moment.
     auto* layout = new QVBoxLayout(centralWidget());
     layout->setContentsMargins(0, 0, 0, 0);
     pageStack = new QStackedLayout(layout);
     pageStack->setObjectName(QStringLiteral("pageStack"));
-    QWidget* launcherPage = buildLauncherPage();
-    const QString licence = licenceText();
-    pageStack->addWidget(buildLicencePage(licence));
-    pageStack->addWidget(launcherPage);
-    // A build without a licence document has nothing to accept.
-    const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
-    pageStack->setCurrentIndex(accepted || licence.isEmpty() ? 1 : 0);
+    // The page that comes first is shown at once; the other is not styled until it is needed.
+    pageStack->addWidget(showsLicence ? licencePage : launcherPage);
+    if (showsLicence)
+        pageStack->addWidget(launcherPage);
+    else
+        pageStack->insertWidget(0, licencePage);
 }

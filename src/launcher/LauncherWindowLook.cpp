@@ -4,6 +4,7 @@
 #include "shared/QTextBrowserWithNetwork.h"
 
 #include <QGroupBox>
+#include <QImageReader>
 #include <QLabel>
 #include <QLayout>
 #include <QProgressBar>
@@ -78,12 +79,11 @@ void LauncherWindow::setLogo(int mode)
 {
     if (!logoLabel)
         return;
-    const QPixmap picture(logoFile(mode));
-    if (!picture.isNull()) {
-        // The label ends up empty and keeps only the logo's size: the game's name stands on the
-        // background already.
-        logoLabel->setPixmap(picture);
-        logoLabel->setFixedSize(picture.size());
+    // The label stays empty and only keeps the logo's place: the game's name stands on the
+    // background already. So the size is all that is read of the picture.
+    const QSize size = QImageReader(logoFile(mode)).size();
+    if (size.isValid()) {
+        logoLabel->setFixedSize(size);
         logoLabel->clear();
     } else if (isClassic(mode)) {
         logoLabel->setFixedSize(256, 128);
@@ -94,14 +94,25 @@ void LauncherWindow::setLogo(int mode)
 
 // A wrapping label asks for a width that breaks even short texts; it gets the text's own as long as
 // that fits the panel. While an update runs it only grows, so that the panel does not twitch with
-// every digit.
+// every digit, and has a fixed size: otherwise the whole window would be laid out for each of the
+// many texts.
 void LauncherWindow::showStatus(const QString& text)
 {
     constexpr int widest = 420;
+    statusLabel->ensurePolished();
     const int wanted = std::min(statusLabel->fontMetrics().horizontalAdvance(text) + 4, widest);
-    statusLabel->setMinimumWidth(busy ? std::max(statusLabel->minimumWidth(), wanted) : wanted);
+    const bool isFixed = statusLabel->minimumSize() == statusLabel->maximumSize();
+    if (busy && isFixed && wanted <= statusLabel->minimumWidth() && wanted < widest) {
+        statusLabel->setText(text);
+        return;
+    }
+    const int width = busy ? std::max(statusLabel->minimumWidth(), wanted) : wanted;
+    statusLabel->setMinimumSize(width, 0);
+    statusLabel->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
     statusLabel->setText(text);
-    if (!busy)
+    if (busy && wanted < widest)
+        statusLabel->setFixedSize(width, statusLabel->heightForWidth(width));
+    else if (!busy)
         fitHeight();
 }
 

@@ -1,11 +1,15 @@
 #include "package/PackageClient.h"
 
+#include "package/BufferedConnections.h"
+
 #include <QNetworkAccessManager>
 
 PackageClient::PackageClient(QObject* parent)
     : QObject(parent)
     , m_network(new QNetworkAccessManager(this))
-{}
+{
+    m_network->setProxyFactory(new BufferedConnections);
+}
 
 PackageClient::~PackageClient() = default;
 

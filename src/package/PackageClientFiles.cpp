@@ -152,7 +152,9 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
     }
     m_verified.addWritten(path, file.unpackedhash);
     position.bytes = addSizes(position.bytes, accountedSize(file, body));
-    return true;
+    // Giving back the memory of a large file takes as long as a slice of work: the unpacked bytes
+    // have just gone, the packed ones go with this call.
+    return m_pacer.turnIfDue() || !failWhenQuitting(error);
 }
 
 void PackageClient::startAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,

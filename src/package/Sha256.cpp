@@ -94,6 +94,18 @@ private:
 
 #elif defined(VORNAK_HAS_OPENSSL)
 
+namespace {
+
+// Looked up once and for the whole run: what EVP_sha256() returns is looked up anew for each hash,
+// which costs more than hashing a small file.
+const EVP_MD* sha256Algorithm()
+{
+    static const EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+    return algorithm;
+}
+
+} // namespace
+
 class Sha256::Engine
 {
 public:
@@ -123,7 +135,7 @@ public:
     void reset() { start(); }
 
 private:
-    void start() { m_ok = EVP_DigestInit_ex(m_context, EVP_sha256(), nullptr) == 1; }
+    void start() { m_ok = EVP_DigestInit_ex(m_context, sha256Algorithm(), nullptr) == 1; }
 
     EVP_MD_CTX* m_context;
     bool m_ok = false;

@@ -88,6 +88,10 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return failure(StoreResult::UnpackingFailed);
     if (!matches(unpackedHash, file.unpackedhash) || output.size() != file.unpackedsize)
         return StoreResult::UnpackedDiffers;
-    return replaceWithFolders(path, output, step) ? StoreResult::Stored
-                                                  : failure(StoreResult::WritingFailed);
+    if (!replaceWithFolders(path, output, step))
+        return failure(StoreResult::WritingFailed);
+    // The memory of a large file takes its time to go, on return. Even if the program is ending,
+    // the file is in its place now.
+    step();
+    return StoreResult::Stored;
 }

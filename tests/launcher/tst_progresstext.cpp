@@ -2,8 +2,41 @@
 
 #include <QLabel>
 #include <QProgressBar>
+#include <QStackedLayout>
 
 #include <limits>
+#include <utility>
+
+namespace {
+
+/// Counts how often layouts below a widget are asked to be done anew.
+class LayoutCounter : public QObject
+{
+public:
+    explicit LayoutCounter(QWidget* top)
+    {
+        top->installEventFilter(this);
+        for (QWidget* widget : top->findChildren<QWidget*>())
+            widget->installEventFilter(this);
+    }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject* /*watched*/, QEvent* event) override
+    {
+        count += event->type() == QEvent::LayoutRequest ? 1 : 0;
+        return false;
+    }
+};
+
+void showLauncherPage(WindowFixture& fixture)
+{
+    fixture.find<QStackedLayout>("pageStack")->setCurrentIndex(1);
+    fixture.window().show();
+}
+
+} // namespace
 
 class ProgressTextTest : public QObject
 {
@@ -16,6 +49,9 @@ private Q_SLOTS:
     void ignoresReportsUnlessBusy();
     void showsPercentAndText_data();
     void showsPercentAndText();
+    void laysTheWindowOutOnceForTextsThatFit();
+    void statusGrowsWithALongerText();
+    void statusTakesItsOwnSizeAfterTheUpdate();
 };
 
 void ProgressTextTest::formatsTimeRateAndSizes_data()
@@ -101,6 +137,66 @@ void ProgressTextTest::showsPercentAndText()
     Q_EMIT fixture.client().progress(bytes, total, 1, 1);
     QTEST(fixture.find<QProgressBar>("progressBar")->value(), "percent");
     QVERIFY(fixture.find<QLabel>("statusLabel")->text().startsWith(QLatin1StringView("ETA ")));
+}
+
+void ProgressTextTest::laysTheWindowOutOnceForTextsThatFit()
+{
+    WindowFixture fixture;
+    showLauncherPage(fixture);
+    fixture.window().setBusy(true);
+    fixture.window().onProgress(1'000'000'000, 2'000'000'000);
+    LayoutCounter layouts(&fixture.window());
+    // A request for a new layout goes up to the window from round to round.
+    int before = 0;
+    do {
+        before = std::exchange(layouts.count, 0);
+        QCoreApplication::processEvents();
+    } while (layouts.count != 0 || before != 0);
+    auto* status = fixture.find<QLabel>("statusLabel");
+    const QRect place = status->geometry();
+    QVERIFY(status->height() >= status->heightForWidth(status->width()));
+
+    for (int i = 1; i < 20; ++i) {
+        fixture.window().onProgress(1'000 * i, 2'000'000);
+        QVERIFY(status->text().contains(QStringLiteral("/2.0 mB")));
+        QCoreApplication::processEvents();
+    }
+    QCOMPARE(layouts.count, 0);
+    QCOMPARE(status->geometry(), place);
+}
+
+void ProgressTextTest::statusGrowsWithALongerText()
+{
+    WindowFixture fixture;
+    showLauncherPage(fixture);
+    fixture.window().setBusy(true);
+    auto* status = fixture.find<QLabel>("statusLabel");
+    for (const qint64 total : {1'000'000, 500'000'000, 2'000'000'000}) {
+        fixture.window().onProgress(total / 2, total);
+        QCoreApplication::processEvents();
+        QVERIFY(status->width() > status->fontMetrics().horizontalAdvance(status->text()));
+    }
+    // More than fits the panel on one line: how high it gets is the layout's affair again.
+    fixture.window().onProgress(std::numeric_limits<qint64>::max() / 2,
+                                std::numeric_limits<qint64>::max());
+    QVERIFY(status->fontMetrics().horizontalAdvance(status->text()) > status->minimumWidth());
+    QCOMPARE(status->maximumHeight(), QWIDGETSIZE_MAX);
+}
+
+void ProgressTextTest::statusTakesItsOwnSizeAfterTheUpdate()
+{
+    WindowFixture fixture;
+    showLauncherPage(fixture);
+    auto* status = fixture.find<QLabel>("statusLabel");
+    fixture.window().refreshState();
+    const QSize least = status->minimumSize();
+    fixture.window().setBusy(true);
+    fixture.window().onProgress(50, 100);
+    QVERIFY(status->minimumSize() != least);
+    fixture.window().setBusy(false);
+    fixture.window().refreshState();
+    QCOMPARE(status->minimumSize(), least);
+    QCOMPARE(status->maximumSize(), QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX));
 }
 
 QTEST_MAIN(ProgressTextTest)

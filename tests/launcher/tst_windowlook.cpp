@@ -1,6 +1,7 @@
 #include "launcher/WindowFixture.h"
 
 #include <QCheckBox>
+#include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QMessageBox>
@@ -10,6 +11,7 @@
 #include <QSignalSpy>
 #include <QStackedLayout>
 #include <QTextBrowser>
+#include <QTextDocument>
 #include <QTextEdit>
 #include <QTimer>
 
@@ -21,6 +23,7 @@ private Q_SLOTS:
     void init();
     void everyWidgetCarriesItsName();
     void opensOnTheLicenceUntilItIsAccepted();
+    void licenceIsThereBeforeAndSoonAfterItIsAccepted();
     void acceptingIsRememberedByTheNextWindow();
     void checkBoxIsCheckedAtFirstAndWritesEveryToggle();
     void anyLinkOfTheLabelOpensTheAboutBox();
@@ -87,6 +90,21 @@ void WindowLookTest::opensOnTheLicenceUntilItIsAccepted()
     QCOMPARE(pages->currentIndex(), 0);
     fixture.find<QPushButton>("acceptButton")->click();
     QCOMPARE(pages->currentIndex(), 1);
+}
+
+void WindowLookTest::licenceIsThereBeforeAndSoonAfterItIsAccepted()
+{
+    QFile file(QStringLiteral(":/documents/quelra-eula.md"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QTextDocument licence;
+    licence.setMarkdown(QString::fromUtf8(file.readAll()));
+    QVERIFY(!licence.isEmpty());
+
+    WindowFixture fixture;
+    QCOMPARE(fixture.find<QTextEdit>("eulaEdit")->toPlainText(), licence.toPlainText());
+    fixture.find<QPushButton>("acceptButton")->click();
+    WindowFixture next;
+    QTRY_COMPARE(next.find<QTextEdit>("eulaEdit")->toPlainText(), licence.toPlainText());
 }
 
 void WindowLookTest::acceptingIsRememberedByTheNextWindow()
