@@ -39,7 +39,7 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     // A build without a licence document has nothing to accept.
     const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
     const bool showsLicence = !accepted && !licence.isEmpty();
-    auto* licencePage = buildLicencePage(licence, showsLicence);
+    auto* licencePage = buildLicencePage(licence);
     auto* launcherPage = buildLauncherPage();
     connect(mainButton, &QPushButton::clicked, this, &LauncherWindow::onMainButtonClicked);
     connect(packageClient, &PackageClient::progress, this, &LauncherWindow::onProgress);

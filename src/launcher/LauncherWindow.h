@@ -123,7 +123,7 @@ private:
     void buildHintGroup(QWidget* page);
     QLayout* buildBottomRow(QWidget* page);
     void buildMakerLogo(QWidget* page);
-    QWidget* buildLicencePage(const QString& licence, bool isShown);
+    QWidget* buildLicencePage(const QString& licence);
     void buildPageStack(QWidget* licencePage, QWidget* launcherPage, bool showsLicence);
 
     void acceptLicence();

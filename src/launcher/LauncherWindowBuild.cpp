@@ -13,15 +13,12 @@
 #include <QSettings>
 #include <QStackedLayout>
 #include <QTextEdit>
-#include <QTimer>
 #include <QVBoxLayout>
 
 // Every widget is made inside its parent: one that a layout moves there later has to take over the
 // styles of its new place.
 
 namespace {
-
-constexpr int hiddenLicenceDelayMs = 200;
 
 // A group box takes its margins from a style sheet that it meets before its parent's.
 QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
@@ -222,7 +219,7 @@ QWidget* LauncherWindow::buildLauncherPage()
     return page;
 }
 
-QWidget* LauncherWindow::buildLicencePage(const QString& licence, bool isShown)
+QWidget* LauncherWindow::buildLicencePage(const QString& licence)
 {
     auto* page = new QWidget(centralWidget());
     auto* eulaEdit = new QTextEdit(page);
@@ -232,13 +229,7 @@ QWidget* LauncherWindow::buildLicencePage(const QString& licence, bool isShown)
     eulaEdit->setWordWrapMode(QTextOption::WordWrap);
     eulaEdit->setFixedHeight(330);
     eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
-    // Reading it takes some milliseconds, for which an accepted one need not hold up the window: it
-    // comes when that has been painted.
-    if (isShown)
-        setLicence(*eulaEdit, licence);
-    else
-        QTimer::singleShot(hiddenLicenceDelayMs, eulaEdit,
-                           [eulaEdit, licence] { setLicence(*eulaEdit, licence); });
+    setLicence(*eulaEdit, licence);
 
     auto* acceptButton = new QPushButton(QStringLiteral("Accept"), page);
     acceptButton->setObjectName(QStringLiteral("acceptButton"));
