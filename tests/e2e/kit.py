@@ -9,23 +9,14 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.append(str(ROOT / "tests/support"))
+
+from waiting import PATIENCE, wait_for  # noqa: E402, F401
+
 BIN = pathlib.Path(os.environ["VORNAK_BIN"])
-PATIENCE = 30
-
-
-def wait_for(condition, what, seconds=PATIENCE):
-    """Polls until the condition holds and returns its value; fails the test after a while."""
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        value = condition()
-        if value:
-            return value
-        time.sleep(0.02)
-    raise AssertionError(f"waited {seconds} s in vain for {what}")
 
 
 class Display:

@@ -22,17 +22,7 @@ private Q_SLOTS:
     void emptyFolderNameMeansQuelra();
     void logoLinkFollowsHttpAddressesOnly_data();
     void logoLinkFollowsHttpAddressesOnly();
-    void offersUpdateForAnotherVersionAndInstallsIt();
-    void offersUpdateForADamagedFile();
-    void offersUpdateForStaleAssets();
-    void installsAutomaticallyOnlyWhenNothingIsInstalled();
-    void failedUpdateWipesItsMessageAndKeepsTheOldVersion();
-    void missingAssetListIsAFailureWithoutAMarker_data();
-    void missingAssetListIsAFailureWithoutAMarker();
-    void installsAssetsAfterThePackage();
-    void unreachableVersionIsNeverUpToDate();
     void clickDuringAFlowDoesNothing();
-    void progressShowsWhileAnUpdateRuns();
     void folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data();
     void folderNameThatLeavesItsFolderIsNeitherReadNorWritten();
     void executableThatLeavesItsFolderCountsAsMissing_data();
@@ -165,143 +155,6 @@ void FlowTest::logoLinkFollowsHttpAddressesOnly()
              u"<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>"_s.arg(link));
 }
 
-void FlowTest::offersUpdateForAnotherVersionAndInstallsIt()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    fixture.click();
-    fixture.tree.package.version = u"1.1.0"_s;
-    fixture.tree.addFile(u"new.bin"_s, "new");
-    fixture.publishAndLoad();
-    QCOMPARE(fixture.mode(), u"Update"_s);
-    fixture.server.clearLog();
-    fixture.click();
-    QCOMPARE(fixture.mode(), u"Play"_s);
-    QCOMPARE(fixture.window().installedVersion(), u"1.1.0"_s);
-    QCOMPARE(fixture.server.paths(),
-             QStringList{fixture.tree.packedPath(fixture.tree.package.files.last())});
-}
-
-void FlowTest::offersUpdateForADamagedFile()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    fixture.click();
-    QByteArray damaged = fixture.data;
-    damaged[5] = static_cast<char>(damaged.at(5) ^ 1);
-    fixture.install(u"data.bin"_s, damaged);
-    fixture.window().loadConfiguration();
-    QCOMPARE(fixture.mode(), u"Update"_s);
-    fixture.click();
-    QCOMPARE(fixture.mode(), u"Play"_s);
-    QCOMPARE(fixture.installed("data.bin"), fixture.data);
-}
-
-void FlowTest::offersUpdateForStaleAssets()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    fixture.click();
-    fixture.tree.assetsIdentity = u"a1"_s;
-    fixture.tree.addAsset(u"asset.bin"_s, "asset");
-    fixture.publishAndLoad();
-    QCOMPARE(fixture.mode(), u"Update"_s);
-    fixture.click();
-    QCOMPARE(fixture.mode(), u"Play"_s);
-    QCOMPARE(fixture.installed("assets.json.sha256"), QByteArray("a1"));
-    QCOMPARE(fixture.installed("asset.bin"), QByteArray("asset"));
-}
-
-void FlowTest::installsAutomaticallyOnlyWhenNothingIsInstalled()
-{
-    FlowFixture fixture;
-    fixture.tree.metadata.packages.first().installautomatically = true;
-    fixture.publishAndLoad();
-    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
-    QCOMPARE(fixture.mode(), u"Play"_s);
-    QVERIFY(!fixture.clientHasStarted());
-
-    fixture.tree.package.version = u"1.1.0"_s;
-    fixture.publishAndLoad();
-    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
-    QCOMPARE(fixture.mode(), u"Update"_s);
-}
-
-void FlowTest::failedUpdateWipesItsMessageAndKeepsTheOldVersion()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    fixture.click();
-    fixture.tree.package.version = u"1.1.0"_s;
-    const OrlFile file = fixture.tree.addFile(u"new.bin"_s, "new");
-    fixture.server.route(fixture.tree.packedPath(file), HttpAnswer::error(500));
-    fixture.publishAndLoad();
-    fixture.click();
-    QCOMPARE(fixture.mode(), u"Update"_s);
-    QCOMPARE(fixture.status(), QString());
-    QVERIFY(fixture.find<QPushButton>("mainButton")->isEnabled());
-    QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
-    QCOMPARE(fixture.installed("partial.package.json.version"), QByteArray("1.1.0"));
-}
-
-void FlowTest::missingAssetListIsAFailureWithoutAMarker_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QByteArray>("body");
-    QTest::newRow("not found") << 404 << QByteArray("gone");
-    QTest::newRow("not JSON") << 200 << QByteArray("<html>");
-    QTest::newRow("an array") << 200 << QByteArray("[]");
-    QTest::newRow("empty") << 200 << QByteArray();
-}
-
-void FlowTest::missingAssetListIsAFailureWithoutAMarker()
-{
-    QFETCH(int, status);
-    QFETCH(QByteArray, body);
-    FlowFixture fixture;
-    fixture.tree.assetsIdentity = u"a1"_s;
-    fixture.tree.addAsset(u"asset.bin"_s, "asset");
-    fixture.publishAndLoad();
-    HttpAnswer answer = HttpAnswer::ok(body);
-    answer.status = status;
-    fixture.server.route(ContentTree::assetsPath, answer);
-    fixture.click();
-    QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
-    QVERIFY(fixture.installed("assets.json.sha256").isNull());
-    QCOMPARE(fixture.mode(), u"Update"_s);
-}
-
-void FlowTest::installsAssetsAfterThePackage()
-{
-    FlowFixture fixture;
-    fixture.tree.assetsIdentity = u"a1"_s;
-    fixture.tree.addAsset(u"asset.bin"_s, "asset");
-    fixture.publishAndLoad();
-    QByteArray versionWhenAssetsWereAskedFor;
-    fixture.server.route(
-        ContentTree::assetsPath, HttpAnswer::ok(assetListJson(fixture.tree.assets)).calling([&] {
-            versionWhenAssetsWereAskedFor = fixture.installed("package.json.version");
-        }));
-    fixture.click();
-    QCOMPARE(versionWhenAssetsWereAskedFor, QByteArray("1.0.0"));
-    QCOMPARE(fixture.mode(), u"Play"_s);
-}
-
-void FlowTest::unreachableVersionIsNeverUpToDate()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    fixture.click();
-    fixture.server.removeRoute(ContentTree::versionPath);
-    fixture.window().loadConfiguration();
-    // What is installed is shown and offered, but a click fetches the document again.
-    QCOMPARE(fixture.find<QLabel>("versionLabel")->text(), u"1.0.0"_s);
-    fixture.server.clearLog();
-    fixture.click();
-    QVERIFY(fixture.server.paths().contains(ContentTree::packagePath));
-    QVERIFY(!fixture.clientHasStarted());
-}
-
 void FlowTest::clickDuringAFlowDoesNothing()
 {
     FlowFixture fixture;
@@ -329,23 +182,6 @@ void FlowTest::clickDuringAFlowDoesNothing()
     fixture.click();
     QCOMPARE(calls, 2);
     QCOMPARE(fixture.server.paths().size(), 2);
-}
-
-void FlowTest::progressShowsWhileAnUpdateRuns()
-{
-    FlowFixture fixture;
-    fixture.publishAndLoad();
-    int highest = 0;
-    QString text;
-    connect(&fixture.client(), &PackageClient::progress, &fixture.window(), [&] {
-        auto* bar = fixture.find<QProgressBar>("progressBar");
-        QVERIFY(!bar->isHidden());
-        highest = qMax(highest, bar->value());
-        text = fixture.status();
-    });
-    fixture.click();
-    QCOMPARE(highest, 100);
-    QVERIFY2(text.startsWith(u"ETA 00:00:00 "_s), qPrintable(text));
 }
 
 void FlowTest::folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data()

@@ -1,4 +1,5 @@
 #include "launcher/ProgramFiles.h"
+#include "support/TestFiles.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -11,28 +12,13 @@
 #include <cstdio>
 #include <memory>
 
+using testfiles::names;
+using testfiles::read;
+using testfiles::write;
+
 namespace {
 
 const char* const idleArgument = "--idle-until-killed";
-
-void write(const QString& path, const QByteArray& bytes)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
-QByteArray read(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-}
-
-QStringList names(const QString& folder)
-{
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-}
 
 /// A copy of this program that runs until it is killed.
 class RunningProgram

@@ -49,6 +49,18 @@ public:
     PackageClient& client() { return m_client; }
     QList<Progress>& progress() { return m_progress; }
 
+    /// What the tree's file of that number holds.
+    static QByteArray contentOf(int number)
+    {
+        return testfiles::textBytes(2000 + 100 * number, static_cast<quint32>(number));
+    }
+    /// Adds assets "data/1.txt" and so on to the tree.
+    void addFiles(int count)
+    {
+        for (int number = 1; number <= count; ++number)
+            m_tree.addAsset(QStringLiteral("data/%1.txt").arg(number), contentOf(number));
+    }
+
     /// Exists only once something is installed.
     [[nodiscard]] QString folder() const { return m_root.filePath(QStringLiteral("Quelra")); }
     [[nodiscard]] QString path(const QString& name) const { return QDir(folder()).filePath(name); }

@@ -44,6 +44,12 @@ QStringList testfiles::list(const QString& folder)
     return paths;
 }
 
+QStringList testfiles::names(const QString& folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                                  QDir::Name);
+}
+
 QByteArray testfiles::randomBytes(qsizetype size, quint32 seed)
 {
     QRandomGenerator generator(seed);

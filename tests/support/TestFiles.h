@@ -20,6 +20,9 @@ void writeHole(const QString& path, qint64 size);
 /// Every file below the folder, hidden ones included, as sorted paths relative to it.
 [[nodiscard]] QStringList list(const QString& folder);
 
+/// Names of everything that lies in the folder itself, hidden entries included, sorted.
+[[nodiscard]] QStringList names(const QString& folder);
+
 /// Bytes without a pattern, always the same for one seed.
 [[nodiscard]] QByteArray randomBytes(qsizetype size, quint32 seed);
 

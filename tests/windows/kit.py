@@ -7,12 +7,15 @@ import pathlib
 import signal
 import socket
 import subprocess
+import sys
 import tempfile
 import textwrap
-import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PATIENCE = 60
+sys.path.append(str(ROOT / "tests/support"))
+
+from waiting import PATIENCE, wait_for  # noqa: E402, F401
+
 # Releases by packaging/windows/make-release, the programs of the windows preset, the publisher.
 RELEASES = pathlib.Path(os.environ["VORNAK_WINDOWS_RELEASES"])
 WINDOWS_BIN = pathlib.Path(os.environ["VORNAK_WINDOWS_BIN"])
@@ -21,17 +24,6 @@ HINT_PICTURES = ROOT / "tools/democlient/images"
 DEMO_CLIENT = WINDOWS_BIN / "quelra-demo-client.exe"
 LAUNCHER = "vornak-launcher.exe"
 STARTER = "vornak-start.exe"
-
-
-def wait_for(condition, what, seconds=PATIENCE):
-    """Polls until the condition holds and returns its value; fails the test after a while."""
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
-        value = condition()
-        if value:
-            return value
-        time.sleep(0.05)
-    raise AssertionError(f"waited {seconds} s in vain for {what}")
 
 
 def release(version):
