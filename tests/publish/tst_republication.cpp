@@ -30,6 +30,7 @@ private Q_SLOTS:
     void rememberedFilesNeedNoPackingAfterAnInterruption();
     void unfinishedVersionIsWrittenAnew();
     void secondPublisherIsRefused();
+    void lockWithoutAnOwnerHoldsNobodyUp();
     void damagedMetadataIsLeftAlone();
     void metadataGetsYoungerEachTime();
     void workFolderIsEmptyAfterwards();
@@ -182,6 +183,15 @@ void RepublicationTest::secondPublisherIsRefused()
     QCOMPARE(faults.size(), 1);
     QVERIFY2(faults.first().contains(u"another publisher"_s), qPrintable(faults.first()));
     QVERIFY(fixture.served().isEmpty());
+}
+
+// What a publisher leaves that is killed between making its lock and writing its name into it.
+void RepublicationTest::lockWithoutAnOwnerHoldsNobodyUp()
+{
+    PublishFixture fixture;
+    testfiles::write(fixture.content() + u"/.publisher/lock"_s, {});
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QVERIFY(!fixture.served().isEmpty());
 }
 
 void RepublicationTest::damagedMetadataIsLeftAlone()

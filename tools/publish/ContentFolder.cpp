@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
 #ifdef Q_OS_UNIX
 #include <fcntl.h>
@@ -31,6 +32,23 @@ void flushToDisk([[maybe_unused]] const QFile& file)
 #ifdef Q_OS_UNIX
     ::fsync(file.handle());
 #endif
+}
+
+// A publisher writes its name into the lock right after making it. One that was killed in between
+// would keep every other out for good, since nobody can tell that it is dead.
+bool takeLock(QLockFile& lock)
+{
+    constexpr unsigned long timeToWriteItsNameMs = 200;
+    if (lock.tryLock())
+        return true;
+    const auto isNameless = [&lock] {
+        return lock.error() == QLockFile::LockFailedError &&
+               !lock.getLockInfo(nullptr, nullptr, nullptr);
+    };
+    if (!isNameless())
+        return false;
+    QThread::msleep(timeToWriteItsNameMs);
+    return isNameless() && lock.removeStaleLockFile() && lock.tryLock();
 }
 
 // Two versions of one size in the same second would pass for the same to a cache that asks.
@@ -68,7 +86,7 @@ bool ContentFolder::openForWriting(QString* error)
     m_lock = std::make_unique<QLockFile>(ownFile(QStringLiteral("lock")));
     // Publishing may take hours; only a dead publisher's lock is stale.
     m_lock->setStaleLockTime(0);
-    if (!m_lock->tryLock()) {
+    if (!takeLock(*m_lock)) {
         const bool taken = m_lock->error() == QLockFile::LockFailedError;
         return fail(error, taken
                                ? QStringLiteral("%1: another publisher is at work here").arg(m_root)
