@@ -2,6 +2,7 @@
 
 #include "launcher/ProgramFileNames.h"
 #include "launcher/TakePlace.h"
+#include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 
 #include <QDir>
@@ -113,7 +114,7 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
         const QString target = QDir(destination).filePath(file);
         if (replaceProgramFile(QDir(source).filePath(file), target, turn))
             continue;
-        *error = QStringLiteral("Failed to create folder: '%1'.").arg(target);
+        *error = unwritableText(target);
         return false;
     }
     return true;

@@ -1,4 +1,5 @@
 #include "package/PackageClient.h"
+#include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 #include "package/Sizes.h"
 #include "package/StoreFile.h"
@@ -12,11 +13,6 @@ namespace {
 QString joinedPath(const QString& folder, const OrlFile& file)
 {
     return QDir(folder).filePath(file.localfile);
-}
-
-QString unwritableText(const QString& path)
-{
-    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
 }
 
 // The failure's text for the caller; a wrong packed hash is also logged, since it tells a broken

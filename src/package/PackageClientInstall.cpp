@@ -8,11 +8,6 @@
 
 namespace {
 
-QString folderFailedText(const QString& folder)
-{
-    return QStringLiteral("Failed to create folder: '%1'.").arg(folder);
-}
-
 QString installationFailedText(const QString& folder)
 {
     return QStringLiteral("The installation of %1 failed.").arg(folder);
@@ -68,7 +63,7 @@ bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString&
         makeExecutable(executable);
     // The version marker comes last: a reader that sees it finds everything else in place.
     if (!replaceDocument(package, folder))
-        return fail(error, folderFailedText(folder));
+        return fail(error, unwritableText(folder));
     if (!writeMarker(inFolder(folder, markers::packageVersion), package.version))
         return fail(error, installationFailedText(folder));
     QFile::remove(inFolder(folder, markers::partialVersion));

@@ -61,3 +61,8 @@ bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunctio
 }
 
 #endif
+
+QString unwritableText(const QString& path)
+{
+    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
+}

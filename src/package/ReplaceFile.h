@@ -13,3 +13,6 @@
 /// about two seconds (see tryWhileHeld()).
 [[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes,
                                const TurnFunction& turn = {});
+
+/// What is told of a file or folder that could not be made or replaced.
+[[nodiscard]] QString unwritableText(const QString& path);

@@ -31,6 +31,18 @@ struct Outcome
     QString error;
 };
 
+// Names of what an installation leaves in its folder beside the files.
+inline const QString partial = QStringLiteral("partial.package.json.version");
+inline const QString version = QStringLiteral("package.json.version");
+inline const QString document = QStringLiteral("package.json");
+inline const QString assetsMarker = QStringLiteral("assets.json.sha256");
+
+/// The failure's text for a file or folder that cannot be written.
+inline QString unwritable(const QString& path)
+{
+    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
+}
+
 /// A content server with a tree, and a client with an empty folder to install into.
 class InstallFixture
 {

@@ -58,11 +58,6 @@ private:
     bool m_works = false;
 };
 
-QString unwritable(const QString& path)
-{
-    return u"Failed to create folder: '%1'."_s.arg(path);
-}
-
 } // namespace
 
 class InstallFaultsTest : public QObject

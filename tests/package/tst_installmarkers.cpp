@@ -4,15 +4,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString partial = u"partial.package.json.version"_s;
-const QString version = u"package.json.version"_s;
-const QString document = u"package.json"_s;
-const QString assetsMarker = u"assets.json.sha256"_s;
-
-} // namespace
-
 class InstallMarkersTest : public QObject
 {
     Q_OBJECT

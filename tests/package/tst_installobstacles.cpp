@@ -5,16 +5,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString partial = u"partial.package.json.version"_s;
-const QString version = u"package.json.version"_s;
-const QString document = u"package.json"_s;
-const QString assetsMarker = u"assets.json.sha256"_s;
-
-QString unwritable(const QString& path)
-{
-    return u"Failed to create folder: '%1'."_s.arg(path);
-}
-
 QString installationFailed(const InstallFixture& fixture)
 {
     return u"The installation of %1 failed."_s.arg(fixture.folder());
