@@ -127,7 +127,8 @@ private:
 
     QByteArray download(const QUrl& url, QString* error);
     QByteArray downloadWithProgress(const QUrl& url, qint64 bytesBefore, qint64 totalBytes,
-                                    int fileIndex, int fileCount, QString* error);
+                                    int fileIndex, int fileCount, QString* error,
+                                    const std::function<void()>& meanwhile);
     void downloadAsync(const QUrl& url, DownloadCallback done);
 
     struct AsyncRun;

@@ -117,7 +117,8 @@ QByteArray PackageClient::download(const QUrl& url, QString* error)
 
 QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefore,
                                                qint64 totalBytes, int fileIndex, int fileCount,
-                                               QString* error)
+                                               QString* error,
+                                               const std::function<void()>& meanwhile)
 {
     if (failWhenQuitting(error))
         return {};
@@ -127,6 +128,7 @@ QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefo
             [this, bytesBefore, totalBytes, fileIndex, fileCount](qint64 received, qint64) {
                 Q_EMIT progress(addSizes(bytesBefore, received), totalBytes, fileIndex, fileCount);
             });
+    meanwhile();
     return receiveBody(reply, address, error);
 }
 

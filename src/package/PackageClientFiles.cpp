@@ -38,6 +38,14 @@ QString storeFailureText(StoreResult result, const OrlFile& file, const QByteArr
     return {};
 }
 
+// A small file is prepared for while its answer is on the way. It gains nothing for a large one,
+// and not every file system can keep an unfinished file out of sight for that long.
+bool isWorthPreparing(const OrlFile& file)
+{
+    constexpr qint64 small = 0x100000;
+    return file.packedsize < small;
+}
+
 bool isAccepted(const QByteArray& body, const OrlFile& file)
 {
     return !body.isEmpty() || file.packedsize == 0;
@@ -129,15 +137,20 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
         setText(error, unwritableText(joinedPath(folder, file)));
         return false;
     }
+    FileReplacement target(path);
     QString downloadError;
     const QByteArray body =
         downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
-                             position.number, position.count, &downloadError);
+                             position.number, position.count, &downloadError, [&file, &target] {
+                                 if (isWorthPreparing(file))
+                                     target.prepare();
+                             });
     if (m_pacer.isQuitting() || !isAccepted(body, file)) {
         setText(error, orPlainFailure(downloadError));
         return false;
     }
-    const StoreResult result = storeFile(file, body, path, [this] { return m_pacer.turnIfDue(); });
+    const StoreResult result =
+        storeFile(file, body, target, [this] { return m_pacer.turnIfDue(); });
     if (result == StoreResult::Cancelled) {
         failWhenQuitting(error);
         return false;
@@ -213,7 +226,8 @@ void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QByte
         return;
     }
     const QString path = pathBelowFolder(run->folder, file.localfile);
-    const StoreResult result = storeFile(file, body, path);
+    FileReplacement target(path);
+    const StoreResult result = storeFile(file, body, target);
     if (result != StoreResult::Stored) {
         endAsync(*run, false, storeFailureText(result, file, body, path));
         return;

@@ -1,13 +1,10 @@
 #include "package/ReplaceFile.h"
 
-#include <QSaveFile>
-
 #include <algorithm>
 
 #ifdef Q_OS_WIN
 #include "package/WindowsFiles.h"
 
-#include <QFile>
 #include <QFileInfo>
 #endif
 
@@ -15,11 +12,20 @@ namespace {
 
 constexpr qsizetype writeSlice = 0x100000;
 
-bool writeInSlices(QSaveFile& target, const QByteArray& bytes, const TurnFunction& turn)
+} // namespace
+
+bool FileReplacement::open()
 {
+    return m_fresh.isOpen() || m_fresh.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
+bool FileReplacement::write(const QByteArray& bytes, const TurnFunction& turn)
+{
+    if (!open())
+        return false;
     for (qsizetype offset = 0; offset < bytes.size(); offset += writeSlice) {
         const qsizetype size = std::min(writeSlice, bytes.size() - offset);
-        if (target.write(bytes.constData() + offset, size) != size)
+        if (m_fresh.write(bytes.constData() + offset, size) != size)
             return false;
         if (turn && !turn())
             return false;
@@ -27,40 +33,58 @@ bool writeInSlices(QSaveFile& target, const QByteArray& bytes, const TurnFunctio
     return true;
 }
 
-bool save(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
-{
-    QSaveFile target(path);
-    return target.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
-           writeInSlices(target, bytes, turn) && target.commit();
-}
-
-} // namespace
-
 #ifdef Q_OS_WIN
 
-// QSaveFile throws its work away when the last step fails once, and it would follow a shortcut to
-// wherever that points. So it completes a file beside the destination, and the last step is ours.
-bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+// QSaveFile throws its work away when the last step fails once, would follow a shortcut to wherever
+// that points, and gives its file another name each time, so that those of a launcher which was
+// killed would gather. So the file beside the destination and the last step are ours.
+FileReplacement::FileReplacement(const QString& path)
+    : m_path(path)
+    , m_fresh(path + QLatin1StringView(".vornak-new"))
+{}
+
+// A file has a name here as soon as it is opened, and would stay behind if the program were killed
+// before its content had come.
+void FileReplacement::prepare() {}
+
+bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
 {
-    const QFileInfo old(path);
+    const QFileInfo old(m_path);
     if (old.exists() && (old.isDir() || !old.isWritable()))
         return false;
-    const QString fresh = path + QLatin1StringView(".vornak-new");
-    if (save(fresh, bytes, turn) &&
-        tryWhileHeld([&] { return windowsfiles::moveOver(fresh, path); }, turn))
+    const bool written = write(bytes, turn) && windowsfiles::flushToDisk(m_fresh);
+    m_fresh.close();
+    if (written &&
+        tryWhileHeld([this] { return windowsfiles::moveOver(m_fresh.fileName(), m_path); }, turn))
         return true;
-    QFile::remove(fresh);
+    m_fresh.remove();
     return false;
 }
 
 #else
 
-bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+FileReplacement::FileReplacement(const QString& path)
+    : m_path(path)
+    , m_fresh(path)
+{}
+
+// The file gets its name with the last step of all.
+void FileReplacement::prepare()
 {
-    return save(path, bytes, turn);
+    open();
+}
+
+bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
+{
+    return write(bytes, turn) && m_fresh.commit();
 }
 
 #endif
+
+bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+{
+    return FileReplacement(path).commit(bytes, turn);
+}
 
 QString unwritableText(const QString& path)
 {

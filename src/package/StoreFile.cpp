@@ -41,12 +41,12 @@ bool matches(const QString& hash, const QString& wanted)
     return !hash.isEmpty() && hash == wanted;
 }
 
-bool replaceWithFolders(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+bool commitWithFolders(FileReplacement& target, const QByteArray& bytes, const TurnFunction& turn)
 {
-    const QString folder = QFileInfo(path).path();
+    const QString folder = QFileInfo(target.path()).path();
     if (!QFileInfo::exists(folder))
         QDir().mkpath(folder);
-    return replaceFile(path, bytes, turn);
+    return target.commit(bytes, turn);
 }
 
 } // namespace
@@ -68,7 +68,7 @@ bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& veri
     return true;
 }
 
-StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString& path,
+StoreResult storeFile(const OrlFile& file, const QByteArray& body, FileReplacement& target,
                       const TurnFunction& turn)
 {
     bool cancelled = false;
@@ -88,7 +88,7 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, const QString
         return failure(StoreResult::UnpackingFailed);
     if (!matches(unpackedHash, file.unpackedhash) || output.size() != file.unpackedsize)
         return StoreResult::UnpackedDiffers;
-    if (!replaceWithFolders(path, output, step))
+    if (!commitWithFolders(target, output, step))
         return failure(StoreResult::WritingFailed);
     // The memory of a large file takes its time to go, on return. Even if the program is ending,
     // the file is in its place now.

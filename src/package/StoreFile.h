@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QString>
 
+class FileReplacement;
 class VerifiedFiles;
 
 enum class StoreResult {
@@ -23,9 +24,9 @@ enum class StoreResult {
 [[nodiscard]] bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& verified,
                                  const TurnFunction& turn = {});
 
-/// Checks a downloaded body, unpacks it, checks the result and puts it in the place of `path`,
+/// Checks a downloaded body, unpacks it, checks the result and puts it in the place of the target,
 /// making the folders on the way. The file is replaced atomically and only after every check: on
 /// any result but Stored the old file, if there is one, is untouched and nothing else is left
 /// behind (new folders apart).
 [[nodiscard]] StoreResult storeFile(const OrlFile& file, const QByteArray& body,
-                                    const QString& path, const TurnFunction& turn = {});
+                                    FileReplacement& target, const TurnFunction& turn = {});

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <io.h>
+
 namespace {
 
 bool isHeld(DWORD error)
@@ -43,6 +45,11 @@ FileAttempt moveOver(const QString& from, const QString& to)
 FileAttempt moveAside(const QString& from, const QString& to)
 {
     return move(from, to, 0);
+}
+
+bool flushToDisk(const QFileDevice& file)
+{
+    return FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(file.handle()))) != 0;
 }
 
 } // namespace windowsfiles

@@ -2,6 +2,7 @@
 
 #include "package/HeldFile.h"
 
+#include <QFileDevice>
 #include <QString>
 
 #include <string>
@@ -19,5 +20,8 @@ namespace windowsfiles {
 
 /// As moveOver(), but fails when there is something at `to`. A program that runs can be moved.
 [[nodiscard]] FileAttempt moveAside(const QString& from, const QString& to);
+
+/// Waits until what was written to the open file is on the disk. False when that failed.
+[[nodiscard]] bool flushToDisk(const QFileDevice& file);
 
 } // namespace windowsfiles

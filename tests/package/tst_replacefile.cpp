@@ -30,6 +30,9 @@ private Q_SLOTS:
     void writesEmptyFile();
     void keepsOldFileWhenStopped();
     void refusesToReplaceFolder();
+    void preparedFileGetsItsContentLater();
+    void preparedFileThatIsNotWantedLeavesNothing();
+    void prepareBeforeTheFolderIsThere();
     void worksInFoldersOfAnyName_data();
     void worksInFoldersOfAnyName();
     void worksBeyondTheOldPathLimit();
@@ -38,6 +41,7 @@ private Q_SLOTS:
     void keepsOldFileThatStaysOpen();
     void refusesReadOnlyFileAtOnce();
     void doesNotFollowShortcut();
+    void takesOverWhatAKilledLauncherLeft();
 #endif
 
 private:
@@ -92,6 +96,38 @@ void TestReplaceFile::refusesToReplaceFolder()
     QVERIFY(!replaceFile(inFolder(QStringLiteral("a")), "new"));
     QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
     QCOMPARE(names(inFolder(QStringLiteral("a"))), QStringList(QStringLiteral("b")));
+}
+
+void TestReplaceFile::preparedFileGetsItsContentLater()
+{
+    write(inFolder(QStringLiteral("a")), "old");
+    FileReplacement replacement(inFolder(QStringLiteral("a")));
+    replacement.prepare();
+    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("old"));
+    QVERIFY(replacement.commit("new"));
+    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("new"));
+    QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
+}
+
+void TestReplaceFile::preparedFileThatIsNotWantedLeavesNothing()
+{
+    write(inFolder(QStringLiteral("a")), "old");
+    for (const QString& name : {QStringLiteral("a"), QStringLiteral("b")}) {
+        FileReplacement replacement(inFolder(name));
+        replacement.prepare();
+    }
+    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("old"));
+    QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
+}
+
+void TestReplaceFile::prepareBeforeTheFolderIsThere()
+{
+    FileReplacement replacement(inFolder(QStringLiteral("folder/a")));
+    replacement.prepare();
+    QCOMPARE(names(m_folder->path()), QStringList());
+    QVERIFY(QDir().mkpath(inFolder(QStringLiteral("folder"))));
+    QVERIFY(replacement.commit("new"));
+    QCOMPARE(read(inFolder(QStringLiteral("folder/a"))), QByteArray("new"));
 }
 
 void TestReplaceFile::worksInFoldersOfAnyName_data()
@@ -216,6 +252,21 @@ void TestReplaceFile::doesNotFollowShortcut()
     QVERIFY(QFile::link(outside, shortcut));
     QVERIFY(replaceFile(shortcut, "new"));
     QCOMPARE(read(outside), QByteArray("mine"));
+}
+
+void TestReplaceFile::takesOverWhatAKilledLauncherLeft()
+{
+    QStringList namesOnTheWay;
+    QVERIFY(!replaceFile(inFolder(QStringLiteral("a")), QByteArray(0x300000, 'n'), [&] {
+        namesOnTheWay = names(m_folder->path());
+        return false;
+    }));
+    QCOMPARE(namesOnTheWay, QStringList(QStringLiteral("a.vornak-new")));
+
+    write(inFolder(QStringLiteral("a.vornak-new")), "longer than the new content");
+    QVERIFY(replaceFile(inFolder(QStringLiteral("a")), "new"));
+    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("new"));
+    QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
 }
 
 #endif

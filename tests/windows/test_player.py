@@ -133,7 +133,7 @@ class TestPlayer(PlayerCase):
         time.sleep(6)
         self.assertEqual(sha256(player.client), old)
         self.assertEqual((player.package / "package.json.version").read_text(), version)
-        self.assertFalse(list(player.package.rglob("*.vornak-new")))
+        self.assertFalse(list(player.package.rglob("*.vornak-new*")))
         end.touch()
         wait_for(lambda: not player.clients(), "the game to end")
         player.click_main_button(window)
