@@ -132,6 +132,7 @@ private:
     void applyMakerLogoLink();
     void fitHeight();
     void showStatus(const QString& text);
+    [[nodiscard]] int statusWidth(const QString& text);
     void showCannotStart(const QString& reason = {});
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] bool assetsAreCurrent() const;
@@ -171,4 +172,7 @@ private:
     QPointer<QProcess> clientProcess;
     // How many flow operations are on the stack.
     int flowDepth = 0;
+    // The last status text that was measured, with all digits alike, and its width.
+    QString measuredForm;
+    int measuredWidth = 0;
 };

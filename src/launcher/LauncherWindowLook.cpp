@@ -41,6 +41,21 @@ std::optional<QString> partAfterLast(const QString& text, QChar separator)
     return text.sliced(index + 1);
 }
 
+QChar widestDigit(const QFontMetrics& metrics)
+{
+    const QString digits = QStringLiteral("0123456789");
+    return *std::max_element(digits.begin(), digits.end(), [&metrics](QChar left, QChar right) {
+        return metrics.horizontalAdvance(left) < metrics.horizontalAdvance(right);
+    });
+}
+
+QString withDigits(QString text, QChar digit)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](QChar character) { return character.isDigit(); }, digit);
+    return text;
+}
+
 } // namespace
 
 void LauncherWindow::setButtonStyle(const QString& colour, const QString& icon)
@@ -99,8 +114,7 @@ void LauncherWindow::setLogo(int mode)
 void LauncherWindow::showStatus(const QString& text)
 {
     constexpr int widest = 420;
-    statusLabel->ensurePolished();
-    const int wanted = std::min(statusLabel->fontMetrics().horizontalAdvance(text) + 4, widest);
+    const int wanted = std::min(statusWidth(text) + 4, widest);
     const bool isFixed = statusLabel->minimumSize() == statusLabel->maximumSize();
     if (busy && isFixed && wanted <= statusLabel->minimumWidth() && wanted < widest) {
         statusLabel->setText(text);
@@ -114,6 +128,20 @@ void LauncherWindow::showStatus(const QString& text)
         statusLabel->setFixedSize(width, statusLabel->heightForWidth(width));
     else if (!busy)
         fitHeight();
+}
+
+// Measuring a text takes longer than showing it. The progress comes in hundreds of texts a second
+// that differ in nothing but their digits.
+int LauncherWindow::statusWidth(const QString& text)
+{
+    const QString form = withDigits(text, u'0');
+    if (form != measuredForm) {
+        statusLabel->ensurePolished();
+        const QFontMetrics metrics = statusLabel->fontMetrics();
+        measuredWidth = metrics.horizontalAdvance(withDigits(text, widestDigit(metrics)));
+        measuredForm = form;
+    }
+    return measuredWidth;
 }
 
 // A window grows with its contents but does not shrink with them; too high a window would show the
