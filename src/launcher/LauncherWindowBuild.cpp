@@ -3,7 +3,6 @@
 #include "shared/BuildValues.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
@@ -12,6 +11,7 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStackedLayout>
+#include <QTextCursor>
 #include <QTextEdit>
 #include <QVBoxLayout>
 
@@ -31,14 +31,13 @@ QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
     return group;
 }
 
-// The spaces between paragraphs are made from the font's size in points, which a font from a style
-// sheet does not have: so the text is read with the program's own.
 void setLicence(QTextEdit& edit, const QString& licence)
 {
-    const QFont styled = edit.document()->defaultFont();
-    edit.document()->setDefaultFont(QApplication::font());
+    // As one edit: otherwise a cursor's place on its line is looked for after each piece.
+    QTextCursor reading(edit.document());
+    reading.beginEditBlock();
     edit.setMarkdown(licence);
-    edit.document()->setDefaultFont(styled);
+    reading.endEditBlock();
 }
 
 QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignment,
@@ -228,8 +227,10 @@ QWidget* LauncherWindow::buildLicencePage(const QString& licence)
     eulaEdit->setReadOnly(true);
     eulaEdit->setWordWrapMode(QTextOption::WordWrap);
     eulaEdit->setFixedHeight(330);
-    eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
+    // The spaces between paragraphs are made from the font's size in points, which a font from a
+    // style sheet does not have: so the text is read before there is one.
     setLicence(*eulaEdit, licence);
+    eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
 
     auto* acceptButton = new QPushButton(QStringLiteral("Accept"), page);
     acceptButton->setObjectName(QStringLiteral("acceptButton"));

@@ -8,8 +8,10 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QFontDatabase>
 #include <QLoggingCategory>
 #include <QStyleFactory>
+#include <QThreadPool>
 #include <QTimer>
 
 namespace {
@@ -30,6 +32,14 @@ void writeLauncherPath()
         file.write(QCoreApplication::applicationFilePath().toUtf8());
 }
 
+// Finding the system's fonts takes about as long as decoding the window's background, and the first
+// window needs both. Nothing of the program's own runs on the other thread; who asks Qt for a font
+// meanwhile waits until they are found.
+void findFontsMeanwhile()
+{
+    QThreadPool::globalInstance()->start([] { QFontDatabase::families(); });
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -45,6 +55,7 @@ int main(int argc, char* argv[])
 #endif
     if (tryDevAutoplay())
         return 0;
+    findFontsMeanwhile();
 
     auto* client = new PackageClient(qApp);
     const QString base = cdnBaseUrl();
@@ -58,6 +69,7 @@ int main(int argc, char* argv[])
     // object would kill it.
     auto* window = new LauncherWindow(client);
     window->show();
+    QThreadPool::globalInstance()->waitForDone();
     // The window is painted before the first request, which loads what encrypted ones would need.
     QGuiApplication::sync();
     QTimer::singleShot(0, window, &LauncherWindow::loadConfiguration);
