@@ -71,6 +71,6 @@ QByteArray packed(const QByteArray& bytes)
 
 void printFigure(const char* name, double value, const char* unit)
 {
-    std::printf("%-44s %10.1f %s\n", name, value, unit);
+    std::printf("%-44s %10.3f %s\n", name, value, unit);
     std::fflush(stdout);
 }
