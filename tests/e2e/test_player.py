@@ -28,8 +28,7 @@ class FirstStart(kit.EndToEnd):
         self.assertIsNone(launcher.marker("package.json.version"))
         self.display.key(window, "Tab")
         self.display.key(window, "space")
-        wait_for(lambda: launcher.settings.exists()
-                 and "eulaAccepted=true" in launcher.settings.read_text(), "the acceptance")
+        wait_for(lambda: "eulaAccepted=true" in launcher.settings.read_text(), "the acceptance")
 
         self.display.click(window, *MAIN_BUTTON)
         wait_for(lambda: launcher.marker("package.json.version") == "1.0", "the installation")

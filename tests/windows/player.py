@@ -193,7 +193,8 @@ class Player:
         """What the game was given at each of its starts."""
         if not self.record_file.exists():
             return []
-        text = self.record_file.read_text(encoding="utf-8")
+        # What is being written may end in the middle of a character.
+        text = self.record_file.read_text(encoding="utf-8", errors="replace")
         decoder = json.JSONDecoder()
         found = []
         while text.strip():

@@ -117,8 +117,7 @@ class TestSelfUpdate(PlayerCase):
     def wait_for_new_launcher(self):
         launcher = self.player.programs / LAUNCHER
         new = sha256(release("1.1") / LAUNCHER)
-        wait_for(lambda: launcher.exists() and sha256(launcher) == new,
-                 "the new launcher to be in place")
+        wait_for(lambda: sha256(launcher) == new, "the new launcher to be in place")
 
     def assert_recovers(self):
         """The start menu's entry leads to a launcher that runs, and in the end to the new one."""
