@@ -1,13 +1,12 @@
 #include "package/PackageClient.h"
 #include "package/Sizes.h"
+#include "package/TransferFailure.h"
 
-#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 
 #include <memory>
-#include <optional>
 
 namespace {
 
@@ -25,20 +24,6 @@ void appendAvailable(QNetworkReply& reply, QByteArray& body)
     body.resize(before + available);
     const qint64 read = reply.read(body.data() + before, body.size() - before);
     body.resize(before + qMax<qint64>(read, 0));
-}
-
-// Why the transfer failed; nothing when it succeeded. Qt 6.4 takes some connections that are reset
-// in mid-body for a success, so that the length is looked at as well. With a content encoding it
-// counts other bytes than those that arrive here.
-std::optional<QString> failureReason(const QNetworkReply& reply, qsizetype received)
-{
-    if (reply.error() != QNetworkReply::NoError)
-        return reply.errorString();
-    const QVariant length = reply.header(QNetworkRequest::ContentLengthHeader);
-    if (length.isValid() && received < length.toLongLong() &&
-        !reply.hasRawHeader("Content-Encoding"))
-        return QCoreApplication::translate("QHttp", "Connection closed");
-    return std::nullopt;
 }
 
 } // namespace
@@ -97,7 +82,7 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     const bool finished = m_pacer.waitForFinished(reply);
     appendAvailable(*reply, body);
     disconnect(reading);
-    const auto failure = failureReason(*reply, body.size());
+    const auto failure = transferFailure(*reply, body.size());
     if (finished && !failure)
         return body;
     const QString reason = failure.value_or(reply->errorString());
@@ -145,7 +130,7 @@ void PackageClient::downloadAsync(const QUrl& url, DownloadCallback done)
     connect(reply, &QNetworkReply::finished, this, [reply, address, done = std::move(done)] {
         const QByteArray body = reply->readAll();
         QString message;
-        if (const auto reason = failureReason(*reply, body.size())) {
+        if (const auto reason = transferFailure(*reply, body.size())) {
             message = failureText(*reason);
             qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
                      qUtf8Printable(message));

@@ -1,5 +1,7 @@
 #include "shared/QTextBrowserWithNetwork.h"
 
+#include "package/TransferFailure.h"
+
 #include <QNetworkRequest>
 #include <QTextDocument>
 
@@ -37,10 +39,11 @@ void QTextBrowserWithNetwork::startDownload(const QUrl& url)
     connect(reply, &QNetworkReply::finished, this, [this, reply, url] {
         reply->deleteLater();
         m_pending.remove(url);
-        if (reply->error() == QNetworkReply::NoError)
-            onDownloadFinished(url, reply->readAll());
+        const QByteArray picture = reply->readAll();
+        if (const auto failure = transferFailure(*reply, picture.size()))
+            onDownloadFailed(url, reply->error(), *failure);
         else
-            onDownloadFailed(url, reply->error(), reply->errorString());
+            onDownloadFinished(url, picture);
     });
 }
 
