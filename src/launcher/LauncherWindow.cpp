@@ -71,11 +71,13 @@ void LauncherWindow::showAbout()
 }
 
 // The main button takes no focus, so that no focus frame covers its picture. Return is its key:
-// whatever has the focus gets the key first and leaves it alone when it has no use for it.
+// whatever has the focus gets the key first and leaves it alone when it has no use for it. A key
+// that is held down would start the game as soon as an update ends.
 void LauncherWindow::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && pageStack->currentIndex() == 1 && mainButton->isEnabled())
+    if (isReturn && !event->isAutoRepeat() && pageStack->currentIndex() == 1 &&
+        mainButton->isEnabled())
         mainButton->click();
     else
         QMainWindow::keyPressEvent(event);

@@ -47,6 +47,8 @@ QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignm
     label->setObjectName(QLatin1StringView(name));
     label->setStyleSheet(loadStyleSheet(styleSheet));
     label->setAlignment(alignment);
+    // Versions and reasons come from the server; marks in them are no markup.
+    label->setTextFormat(Qt::PlainText);
     return label;
 }
 

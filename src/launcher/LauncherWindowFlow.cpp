@@ -133,7 +133,7 @@ void LauncherWindow::runUpdate(bool launchAfter)
         return;
     }
     setBusy(true, QStringLiteral("UPDATING"));
-    elapsed.restart();
+    elapsed.start();
     QString error;
     const bool updated = updatePackage(&error) && updateAssets(&error);
     if (packageClient->isQuitting())

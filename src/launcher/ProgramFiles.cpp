@@ -1,8 +1,8 @@
 #include "launcher/ProgramFiles.h"
 
-#include "launcher/ProgramFileNames.h"
 #include "launcher/TakePlace.h"
 #include "package/ReplaceFile.h"
+#include "package/ReplacementNames.h"
 #include "package/SafePath.h"
 
 #include <QDir>

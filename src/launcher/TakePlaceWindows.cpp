@@ -1,5 +1,5 @@
-#include "launcher/ProgramFileNames.h"
 #include "launcher/TakePlace.h"
+#include "package/ReplacementNames.h"
 #include "package/WindowsFiles.h"
 
 #include <QFile>

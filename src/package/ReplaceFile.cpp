@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #ifdef Q_OS_WIN
+#include "package/ReplacementNames.h"
 #include "package/WindowsFiles.h"
 
 #include <QFileInfo>
@@ -40,7 +41,7 @@ bool FileReplacement::write(const QByteArray& bytes, const TurnFunction& turn)
 // killed would gather. So the file beside the destination and the last step are ours.
 FileReplacement::FileReplacement(const QString& path)
     : m_path(path)
-    , m_fresh(path + QLatin1StringView(".vornak-new"))
+    , m_fresh(path + QLatin1StringView(VORNAK_FRESH_SUFFIX))
 {}
 
 // A file has a name here as soon as it is opened, and would stay behind if the program were killed

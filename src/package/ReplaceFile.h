@@ -10,8 +10,8 @@
 /// The new content of one file on its way to taking the place of the old, atomically: whoever
 /// looks, or looks again after this was killed, finds the old file or the new one. Unless commit()
 /// comes to its end the old file is untouched and nothing else is left behind; on Windows a program
-/// that is killed in the middle of it leaves a file with the added ending ".vornak-new", which the
-/// next attempt takes over.
+/// that is killed in the middle of it leaves a file with the added ending VORNAK_FRESH_SUFFIX,
+/// which the next attempt takes over.
 class FileReplacement
 {
 public:

@@ -6,7 +6,7 @@
 // is replaced, so that it is replaced in one step and is always there; it puts the old launcher
 // back and starts it.
 
-#include "launcher/ProgramFileNames.h"
+#include "package/ReplacementNames.h"
 
 #include <windows.h>
 

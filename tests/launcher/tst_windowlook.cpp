@@ -36,6 +36,7 @@ private Q_SLOTS:
     void busyLookDisablesTheButtonAndShowsTheBar();
     void refreshOffersWhatFitsTheInstallation();
     void refreshClearsTheStatusUnlessBusy();
+    void textsOfTheServerAreNoMarkup();
     void returnPressesTheButtonOnTheLauncherPageOnly();
     void tabReachesCheckBoxLinksAndAccept();
     void hintsWithoutPicturesGiveWayToEmbeddedOnes();
@@ -274,6 +275,19 @@ void WindowLookTest::refreshClearsTheStatusUnlessBusy()
     QVERIFY(!fixture.find<QPushButton>("mainButton")->isEnabled());
 }
 
+void WindowLookTest::textsOfTheServerAreNoMarkup()
+{
+    WindowFixture fixture;
+    fixture.window().show();
+    for (const char* name : {"versionLabel", "statusLabel", "revisionLabel"}) {
+        auto* label = fixture.find<QLabel>(name);
+        label->setText(QStringLiteral("<h1>1.0</h1>"));
+        const int marked = label->sizeHint().height();
+        label->setText(QStringLiteral("1.0"));
+        QCOMPARE(marked, label->sizeHint().height());
+    }
+}
+
 void WindowLookTest::returnPressesTheButtonOnTheLauncherPageOnly()
 {
     WindowFixture fixture;
@@ -285,6 +299,9 @@ void WindowLookTest::returnPressesTheButtonOnTheLauncherPageOnly()
     QTest::keyClick(&fixture.window(), Qt::Key_Return);
     QCOMPARE(clicks.count(), 1);
     QTest::keyClick(fixture.find<QCheckBox>("defaultClientCheckBox"), Qt::Key_Enter);
+    QCOMPARE(clicks.count(), 2);
+    QKeyEvent heldDown(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, true);
+    QApplication::sendEvent(&fixture.window(), &heldDown);
     QCOMPARE(clicks.count(), 2);
     fixture.find<QPushButton>("mainButton")->setEnabled(false);
     QTest::keyClick(&fixture.window(), Qt::Key_Return);

@@ -186,6 +186,8 @@ void InputFolderTest::judgesNames_data()
     bad(u"package.json"_s, "launcher keeps");
     bad(u"Package.JSON.version"_s, "launcher keeps");
     bad(u"partial.package.json.version"_s, "launcher keeps");
+    bad(u"bin/quelra.exe.vornak-new"_s, "launcher keeps");
+    bad(u"data.Vornak-Old1/map.bin"_s, "launcher keeps");
     bad(u"assets.json.sha256"_s, "launcher keeps");
 }
 

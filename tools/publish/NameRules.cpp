@@ -1,4 +1,5 @@
 #include "package/Markers.h"
+#include "package/ReplacementNames.h"
 #include "package/SafePath.h"
 #include "publish/InputFolder.h"
 #include "publish/Limits.h"
@@ -29,6 +30,15 @@ bool isMarker(const QString& path)
     });
 }
 
+// Beside such a file the launcher could not write the one that it is named after, and would clear
+// it up as a leftover of its own.
+bool isReplacementName(const QString& path)
+{
+    const QString name = path.toLower();
+    return name.contains(QLatin1StringView(VORNAK_FRESH_SUFFIX)) ||
+           name.contains(QLatin1StringView(VORNAK_ASIDE_SUFFIX));
+}
+
 // Says which of the rules of staysBelowFolder() a path broke.
 QString windowsFault(const QString& path)
 {
@@ -50,7 +60,7 @@ QString pathFault(const QString& path, const QString& directory)
 {
     if (!staysBelowFolder(path, PathRules::Windows))
         return windowsFault(path);
-    if (isMarker(path))
+    if (isMarker(path) || isReplacementName(path))
         return QStringLiteral("the launcher keeps this name for itself");
     const qsizetype length = directory.size() + 1 + path.size();
     if (length > limits::pathLength)
