@@ -15,15 +15,8 @@ constexpr qsizetype writeSlice = 0x100000;
 
 } // namespace
 
-bool FileReplacement::open()
-{
-    return m_fresh.isOpen() || m_fresh.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-}
-
 bool FileReplacement::write(const QByteArray& bytes, const TurnFunction& turn)
 {
-    if (!open())
-        return false;
     for (qsizetype offset = 0; offset < bytes.size(); offset += writeSlice) {
         const qsizetype size = std::min(writeSlice, bytes.size() - offset);
         if (m_fresh.write(bytes.constData() + offset, size) != size)
@@ -44,6 +37,14 @@ FileReplacement::FileReplacement(const QString& path)
     , m_fresh(path + QLatin1StringView(VORNAK_FRESH_SUFFIX))
 {}
 
+// Two launchers may be at work. The file of one that still writes cannot be removed, so that the
+// other fails instead of writing into it.
+bool FileReplacement::open()
+{
+    m_fresh.remove();
+    return m_fresh.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered);
+}
+
 // A file has a name here as soon as it is opened, and would stay behind if the program were killed
 // before its content had come.
 void FileReplacement::prepare() {}
@@ -51,7 +52,7 @@ void FileReplacement::prepare() {}
 bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
 {
     const QFileInfo old(m_path);
-    if (old.exists() && (old.isDir() || !old.isWritable()))
+    if ((old.exists() && (old.isDir() || !old.isWritable())) || !open())
         return false;
     const bool written = write(bytes, turn) && windowsfiles::flushToDisk(m_fresh);
     m_fresh.close();
@@ -69,6 +70,11 @@ FileReplacement::FileReplacement(const QString& path)
     , m_fresh(path)
 {}
 
+bool FileReplacement::open()
+{
+    return m_fresh.isOpen() || m_fresh.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
 // The file gets its name with the last step of all.
 void FileReplacement::prepare()
 {
@@ -77,7 +83,7 @@ void FileReplacement::prepare()
 
 bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
 {
-    return write(bytes, turn) && m_fresh.commit();
+    return open() && write(bytes, turn) && m_fresh.commit();
 }
 
 #endif
