@@ -1,8 +1,10 @@
 #include "shared/QTextBrowserWithNetwork.h"
 
+#include "package/SafePath.h"
 #include "package/TransferFailure.h"
 
 #include <QNetworkRequest>
+#include <QScrollBar>
 #include <QTextDocument>
 
 namespace shared {
@@ -13,6 +15,8 @@ QTextBrowserWithNetwork::QTextBrowserWithNetwork(QWidget* parent)
 
 QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
 {
+    if (leadsToAnotherMachine(name))
+        return {};
     if (type != QTextDocument::ImageResource)
         return QTextBrowser::loadResource(type, name);
     const QUrl address = name.isRelative() ? source().resolved(name) : name;
@@ -56,11 +60,15 @@ void QTextBrowserWithNetwork::onDownloadFinished(QUrl url, QByteArray picture)
         return;
     m_pictures.insert(url, picture);
     document()->addResource(QTextDocument::ImageResource, url, picture);
-    // Laying out again is costly and moves the text; once for all pictures in flight is enough.
-    if (m_pending.isEmpty())
-        setHtml(toHtml());
-    else
+    if (!m_pending.isEmpty()) {
         viewport()->update();
+        return;
+    }
+    // Laying out again is costly and moves the text; once for all pictures in flight is enough. Who
+    // is reading further down stays there.
+    const int position = verticalScrollBar()->value();
+    setHtml(toHtml());
+    verticalScrollBar()->setValue(position);
 }
 
 void QTextBrowserWithNetwork::onDownloadFailed(QUrl url, QNetworkReply::NetworkError code,

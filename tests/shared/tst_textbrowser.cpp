@@ -9,6 +9,7 @@
 #include <QEventLoop>
 #include <QImage>
 #include <QMetaMethod>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextDocument>
@@ -87,6 +88,8 @@ private Q_SLOTS:
     void followsRedirects();
     void readsBundledPicturesThroughTheirResolvedAddress();
     void readsLocalPicturesByTheAddressAsGiven();
+    void asksNoOtherMachineForItsFiles();
+    void keepsThePlaceOfWhoeverReadsFurtherDown();
     void leavesEverythingButPicturesToTheBaseClass();
     void sendsNoHeadersOfItsOwn();
     void mayBeDestroyedDuringAFetch();
@@ -265,6 +268,31 @@ void TextBrowserTest::readsLocalPicturesByTheAddressAsGiven()
     const MessageCapture log;
     QVERIFY(
         !browser.loadResource(QTextDocument::ImageResource, QUrl(u"/images/none.png"_s)).isValid());
+}
+
+void TextBrowserTest::asksNoOtherMachineForItsFiles()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"a.png"_s);
+    testfiles::write(path, picture());
+    QTextBrowserWithNetwork browser;
+    QVERIFY(
+        browser.loadResource(QTextDocument::ImageResource, QUrl::fromLocalFile(path)).isValid());
+    // To Windows the first folder is another machine now.
+    for (const int type : {QTextDocument::ImageResource, QTextDocument::StyleSheetResource})
+        QVERIFY(!browser.loadResource(type, QUrl(u"file:///"_s + path)).isValid());
+}
+
+void TextBrowserTest::keepsThePlaceOfWhoeverReadsFurtherDown()
+{
+    ScriptedHttpServer server;
+    server.route(u"/a.png"_s, picture());
+    ShownBrowser browser;
+    browser.setContent(u"<p>line</p>"_s.repeated(40) + image(server.url(u"/a.png"_s)));
+    browser.verticalScrollBar()->setValue(100);
+    const qreal before = browser.document()->size().height();
+    QTRY_VERIFY(browser.document()->size().height() > before);
+    QCOMPARE(browser.verticalScrollBar()->value(), 100);
 }
 
 void TextBrowserTest::leavesEverythingButPicturesToTheBaseClass()
