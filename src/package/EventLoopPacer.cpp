@@ -44,8 +44,9 @@ bool EventLoopPacer::waitForFinished(QNetworkReply* reply)
 {
     QEventLoop loop;
     QObject::connect(reply, &QNetworkReply::finished, &loop, [&loop] { endByItself(loop); });
-    if (!reply->isFinished())
-        m_quitting = loop.exec() != ownExit;
+    // Also for one that has finished already, as a local file's does at once: its signals are still
+    // on their way.
+    m_quitting = loop.exec() != ownExit;
     m_sinceTurn.restart();
     if (m_quitting && !reply->isFinished())
         reply->abort();

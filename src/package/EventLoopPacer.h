@@ -18,7 +18,8 @@ public:
     /// stops its work at once.
     [[nodiscard]] bool turnIfDue();
 
-    /// Runs the event loop until the reply has finished. When the program ends before that, the
+    /// Runs the event loop until the reply says that it has finished, which it must not have done
+    /// yet. When the program ends before that, the
     /// reply is aborted and the result is false.
     [[nodiscard]] bool waitForFinished(QNetworkReply* reply);
 

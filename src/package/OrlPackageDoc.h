@@ -57,11 +57,11 @@ QList<OrlFile> parseFileList(const QJsonArray& array);
 /// `error` is not null, sets "JSON package configuration file could not be parsed, using default
 /// package."; empty input gives the default package and leaves `error` alone, because the download
 /// that failed has already set it.
-OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error);
+OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error = nullptr);
 
 /// Reads an asset list: an object of which only "files" counts. Failure as for parsePackageDoc,
 /// with "asset" in place of "package" in the text's first half.
-QList<OrlFile> parseAssetList(const QByteArray& data, QString* error);
+QList<OrlFile> parseAssetList(const QByteArray& data, QString* error = nullptr);
 
 /// The bytes of the installed "package.json": compact JSON in UTF-8, keys in ascending order, sizes
 /// as decimal strings, "generation" only when it is not empty, no line end.

@@ -57,18 +57,18 @@ public:
     // "Download failed: " and the network error.
 
     /// Body of an address; empty on failure.
-    QByteArray fetchBytes(const QUrl& url, QString* error);
+    QByteArray fetchBytes(const QUrl& url, QString* error = nullptr);
     /// Body as UTF-8 without white space at its ends.
-    QString fetchText(const QUrl& url, QString* error);
-    OrlPackageDoc fetchPackageDoc(const QUrl& url, QString* error);
-    QList<OrlFile> fetchAssetList(const QUrl& url, QString* error);
+    QString fetchText(const QUrl& url, QString* error = nullptr);
+    OrlPackageDoc fetchPackageDoc(const QUrl& url, QString* error = nullptr);
+    QList<OrlFile> fetchAssetList(const QUrl& url, QString* error = nullptr);
     /// The document at the base address + "/launcher/quelrametadata.json".
-    LauncherMetadata fetchLauncherMetadata(QString* error);
+    LauncherMetadata fetchLauncherMetadata(QString* error = nullptr);
     /// Reads the document and, when it is one, saves the bytes as they are as
     /// "launchermetadata.json" in the data folder (atomically; failure to save is ignored).
-    LauncherMetadata parseLauncherMetadata(const QByteArray& data, QString* error);
+    LauncherMetadata parseLauncherMetadata(const QByteArray& data, QString* error = nullptr);
     /// The plain texts of a hints document, a blank line between them.
-    QString fetchHintTexts(const QUrl& url, QString* error);
+    QString fetchHintTexts(const QUrl& url, QString* error = nullptr);
 
     /// The platform whose builds are selected; fixed, since the client exists for it only.
     [[nodiscard]] static QString currentOs();
@@ -94,12 +94,12 @@ public:
     /// "package.json.version" and no "partial.package.json.version"; on failure the files that were
     /// finished, each whole, "partial.package.json.version", and the old other markers.
     bool installPackage(const QUrl& url, const OrlPackageDoc& package, const QString& folder,
-                        QString* error);
+                        QString* error = nullptr);
 
     /// Brings every asset into `folder` and writes `hash`, the identity of the asset set, to
     /// "assets.json.sha256"; on failure that marker stays as it was.
     bool installAssets(const QUrl& url, const QList<OrlFile>& files, const QString& hash,
-                       const QString& folder, QString* error);
+                       const QString& folder, QString* error = nullptr);
 
     void installPackageAsync(const QUrl& url, const OrlPackageDoc& package, const QString& folder,
                              DoneCallback done);
@@ -108,7 +108,8 @@ public:
 
     /// The end of a package installation: makes the executable runnable, writes "package.json"
     /// (atomically) and "package.json.version", removes "partial.package.json.version".
-    bool finalizePackage(const OrlPackageDoc& package, const QString& folder, QString* error);
+    bool finalizePackage(const OrlPackageDoc& package, const QString& folder,
+                         QString* error = nullptr);
 
     /// Adds the execute permission for owner, group and others; nothing when there is no such file.
     static void makeExecutable(const QString& path);

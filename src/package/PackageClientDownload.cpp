@@ -1,4 +1,5 @@
 #include "package/PackageClient.h"
+#include "package/SafePath.h"
 #include "package/Sizes.h"
 #include "package/TransferFailure.h"
 
@@ -24,6 +25,20 @@ void appendAvailable(QNetworkReply& reply, QByteArray& body)
     body.resize(before + available);
     const qint64 read = reply.read(body.data() + before, body.size() - before);
     body.resize(before + qMax<qint64>(read, 0));
+}
+
+// A server that never comes to an end must not fill the memory. Nothing larger could be unpacked.
+void limitBody(QNetworkReply& reply)
+{
+    const auto check = [&reply](qint64 bytes) {
+        constexpr qint64 largest = 0x100000000;
+        if (bytes > largest)
+            reply.abort();
+    };
+    QObject::connect(&reply, &QNetworkReply::metaDataChanged, &reply, [&reply, check] {
+        check(reply.header(QNetworkRequest::ContentLengthHeader).toLongLong());
+    });
+    QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply, check);
 }
 
 } // namespace
@@ -53,10 +68,12 @@ QUrl PackageClient::finalAddress(const QUrl& url) const
 
 QNetworkReply* PackageClient::startRequest(const QUrl& address)
 {
-    QNetworkRequest request(address);
+    QNetworkRequest request(leadsToAnotherMachine(address) ? QUrl() : address);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
-    return m_network->get(request);
+    QNetworkReply* reply = m_network->get(request);
+    limitBody(*reply);
+    return reply;
 }
 
 bool PackageClient::failWhenQuitting(QString* error)

@@ -6,6 +6,7 @@
 
 #include <QDir>
 
+#include <algorithm>
 #include <memory>
 
 namespace {
@@ -95,11 +96,11 @@ bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
 
 bool PackageClient::hasMissingFiles(const OrlPackageDoc& package, const QString& folder)
 {
-    for (const OrlFile& file : package.files) {
-        if (!isFileInstalled(file, folder))
-            return true;
-    }
-    return false;
+    // A copy, since slots that run meanwhile may replace the caller's document.
+    const QList<OrlFile> files = package.files;
+    return !std::all_of(files.begin(), files.end(), [this, &folder](const OrlFile& file) {
+        return isFileInstalled(file, folder);
+    });
 }
 
 bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,

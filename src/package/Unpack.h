@@ -25,7 +25,7 @@ using SliceFunction = std::function<bool(QByteArrayView slice, qint64 offset)>;
 /// On failure (or when `onSlice` stops the work) `error`, when given, is set to "Failed to
 /// decompress file downloaded from", for the caller to append the address; `out` is empty, or
 /// untouched when nothing was decoded because the header is short or cannot be used.
-[[nodiscard]] bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error,
+[[nodiscard]] bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error = nullptr,
                               const SliceFunction& onSlice = {});
 
 /// SHA-256 as 64 lower-case hexadecimal digits, the same as QCryptographicHash gives; empty when

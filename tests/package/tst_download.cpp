@@ -1,10 +1,14 @@
 #include "package/Fetch.h"
+#include "support/ContentTree.h"
 #include "support/IsolatedHome.h"
 #include "support/MessageCapture.h"
+#include "support/PackLzma.h"
 #include "support/ScriptedHttpServer.h"
 #include "support/TestFiles.h"
 
 #include <QMetaMethod>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -35,6 +39,9 @@ private Q_SLOTS:
     void slowBodyArrivesWhole();
     void largeBodyArrivesWhole();
     void bodyWithoutALengthArrivesWhole();
+    void bodyWithoutEndIsCutOff();
+    void fileOfAnotherMachineIsNotAskedFor();
+    void localFileReportsItsProgress();
     void waitsForAStalledServerWithTheLoopTurning();
     void fetchesWithinAFetch();
     void failedDocumentsReadAsDefaults();
@@ -169,6 +176,42 @@ void DownloadTest::bodyWithoutALengthArrivesWhole()
     answer.announcedLength = -2;
     server.route(u"/a"_s, answer);
     QCOMPARE(Fetch(server.url(u"/a"_s)).body, page);
+}
+
+void DownloadTest::bodyWithoutEndIsCutOff()
+{
+    ScriptedHttpServer server;
+    HttpAnswer answer = HttpAnswer::stallAfter(page, 10);
+    answer.announcedLength = 5'000'000'000;
+    server.route(u"/a"_s, answer);
+    QVERIFY(Fetch(server.url(u"/a"_s)).failedFor(server.url(u"/a"_s).toString()));
+    answer.announcedLength = page.size();
+    answer.end = HttpAnswer::End::Normal;
+    server.route(u"/a"_s, answer);
+    QCOMPARE(Fetch(server.url(u"/a"_s)).body, page);
+}
+
+void DownloadTest::fileOfAnotherMachineIsNotAskedFor()
+{
+    const Fetch fetch(QUrl(u"file://host.invalid/share/a"_s));
+    QVERIFY(fetch.failedFor(u"file://host.invalid/share/a"_s));
+    // Qt's words for an address that it does not even look at.
+    QCOMPARE(fetch.error, u"Download failed: Protocol \"\" is unknown"_s);
+}
+
+void DownloadTest::localFileReportsItsProgress()
+{
+    QTemporaryDir folder;
+    const QByteArray packed = packLzma(page);
+    testfiles::write(folder.filePath(u"a.lzma"_s), packed);
+    PackageClient client(nullptr);
+    const QSignalSpy progress(&client, &PackageClient::progress);
+    OrlPackageDoc package;
+    package.version = u"1"_s;
+    package.files = {fileEntry(u"a"_s, u"a.lzma"_s, page, packed)};
+    QVERIFY(client.installPackage(QUrl::fromLocalFile(folder.filePath(u"package.json"_s)), package,
+                                  folder.filePath(u"installed"_s), nullptr));
+    QVERIFY2(progress.size() > 1, "nothing came while the file was being read");
 }
 
 void DownloadTest::waitsForAStalledServerWithTheLoopTurning()
