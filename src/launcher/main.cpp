@@ -71,7 +71,10 @@ int main(int argc, char* argv[])
     window->show();
     QThreadPool::globalInstance()->waitForDone();
     // The window is painted before the first request, which loads what encrypted ones would need.
-    QGuiApplication::sync();
-    QTimer::singleShot(0, window, &LauncherWindow::loadConfiguration);
+    // Within the event loop, since a window that is closed before it begins does not end it.
+    QTimer::singleShot(0, window, [window] {
+        QGuiApplication::sync();
+        window->loadConfiguration();
+    });
     return QApplication::exec();
 }
