@@ -3,18 +3,24 @@
 #include "launcher/LauncherWindow.h"
 
 /// Counts a flow operation for as long as it is on the stack. Nested event loops deliver clicks to
-/// a flow that is already under way; they must find it so.
+/// a flow that is already under way; they must find it so. The last such click is served when the
+/// outermost operation has ended.
 class LauncherWindow::FlowGuard
 {
 public:
     explicit FlowGuard(LauncherWindow& window)
-        : m_depth(window.flowDepth)
+        : m_window(window)
     {
-        ++m_depth;
+        ++m_window.flowDepth;
     }
-    ~FlowGuard() { --m_depth; }
+    ~FlowGuard()
+    {
+        if (--m_window.flowDepth == 0 && m_window.clickWaits)
+            QMetaObject::invokeMethod(&m_window, &LauncherWindow::onMainButtonClicked,
+                                      Qt::QueuedConnection);
+    }
     Q_DISABLE_COPY_MOVE(FlowGuard)
 
 private:
-    int& m_depth;
+    LauncherWindow& m_window;
 };

@@ -47,14 +47,18 @@ public:
 
     /// Replaces the launcher itself when the configuration names another version of it: installs
     /// that into the "self-update" folder, copies it over the application's folder, starts it and
-    /// quits. True when the new launcher was started. Does nothing in a "dev" build.
+    /// quits. True when the flow ends here: the new launcher was started, or the program is ending.
+    /// Does nothing in a "dev" build, or when what is offered is in the application's folder
+    /// already.
     bool checkSelfUpdate(const LauncherMetadata& configuration);
 
     /// Installs package and assets unless they are up to date; then starts the client when
     /// `launchAfter` is set.
     void runUpdate(bool launchAfter);
 
-    /// Starts an up-to-date client, else installs. Nothing while the flow is on the stack already.
+    /// Starts an up-to-date client, else installs. While the flow is on the stack already the click
+    /// waits for its end, and is forgotten when an update or the client begins before; during an
+    /// update nothing happens.
     void onMainButtonClicked();
 
     /// Starts the installed client.
@@ -138,10 +142,14 @@ private:
     [[nodiscard]] bool assetsAreCurrent() const;
     [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,
                                              const QString& error);
+    [[nodiscard]] bool replaceLauncher(const QUrl& url, const OrlPackageDoc& launcher,
+                                       QString* error);
+    [[nodiscard]] QString fetchVersion(const QUrl& url);
     void fetchRemoteState();
     void decide();
     [[nodiscard]] bool updatePackage(QString* error);
     [[nodiscard]] bool updateAssets(QString* error);
+    [[nodiscard]] bool installAssetsAs(const QString& hash, QString* error);
     void endUpdateWithFailure(const QString& error);
     void onClientFinished(int exitCode, QProcess::ExitStatus exitStatus,
                           const QString& restartRequest);
@@ -170,8 +178,9 @@ private:
     QGroupBox* packageGroup = nullptr;
     QGroupBox* hintGroup = nullptr;
     QPointer<QProcess> clientProcess;
-    // How many flow operations are on the stack.
+    // How many flow operations are on the stack, and whether the main button was clicked meanwhile.
     int flowDepth = 0;
+    bool clickWaits = false;
     // The last status text that was measured, with all digits alike, and its width.
     QString measuredForm;
     int measuredWidth = 0;

@@ -81,12 +81,18 @@ void LauncherWindow::applyMakerLogoLink()
         makerLogoLabel->setText(makerLogoLink(target));
 }
 
+// An empty address would be that of the server itself, whose front page is no version.
+QString LauncherWindow::fetchVersion(const QUrl& url)
+{
+    return url.isEmpty() ? QString() : packageClient->fetchText(url, nullptr);
+}
+
 // An address that cannot be fetched leaves its text empty, which reads as "not up to date".
 void LauncherWindow::fetchRemoteState()
 {
-    remoteVersion = packageClient->fetchText(build.versionurl, nullptr);
+    remoteVersion = fetchVersion(build.versionurl);
     if (!build.assetsversionurl.isEmpty())
-        remoteAssetsHash = packageClient->fetchText(build.assetsversionurl, nullptr);
+        remoteAssetsHash = fetchVersion(build.assetsversionurl);
     document = packageClient->fetchPackageDoc(build.url, nullptr);
     if (!document.files.isEmpty())
         filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
@@ -116,6 +122,7 @@ bool LauncherWindow::isUpToDate() const
 
 void LauncherWindow::onMainButtonClicked()
 {
+    clickWaits = flowDepth > 0 && !busy;
     if (flowDepth > 0)
         return;
     if (isUpToDate())
@@ -174,11 +181,20 @@ bool LauncherWindow::updateAssets(QString* error)
 {
     if (build.assetsurl.isEmpty())
         return true;
-    const QString hash = packageClient->fetchText(build.assetsversionurl, nullptr);
+    const QString hash = fetchVersion(build.assetsversionurl);
     if (packageClient->isQuitting())
         return false;
-    if (hash.isEmpty() || hash == installedAssetsHash())
+    if (hash.isEmpty())
         return true;
+    if (hash != installedAssetsHash() && !installAssetsAs(hash, error))
+        return false;
+    // They may have changed on the server since the start.
+    remoteAssetsHash = hash;
+    return true;
+}
+
+bool LauncherWindow::installAssetsAs(const QString& hash, QString* error)
+{
     // A list that is missing or damaged must not pass for an empty one: its identity would be
     // recorded and the assets never fetched.
     QString listError;
@@ -201,6 +217,7 @@ void LauncherWindow::endUpdateWithFailure(const QString& error)
 void LauncherWindow::play()
 {
     const FlowGuard guard(*this);
+    clickWaits = false;
     setLogo(Launching);
     setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
     mainButton->setEnabled(false);

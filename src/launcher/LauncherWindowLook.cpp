@@ -84,6 +84,7 @@ void LauncherWindow::setBusy(bool updating, const QString& statusText)
     mainButton->setEnabled(!updating);
     progressBar->setVisible(updating);
     if (updating) {
+        clickWaits = false;
         mainButton->setText(QString());
         setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
     }

@@ -1,14 +1,12 @@
 #include "launcher/FlowGuard.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/ProgramFiles.h"
-#include "package/EventLoopPacer.h"
 #include "package/PackageClient.h"
 #include "package/SafePath.h"
 #include "shared/BuildValues.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QLabel>
 #include <QProcess>
 
 bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
@@ -21,34 +19,53 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
                     PackageClient::currentArchitecture());
     if (!selected)
         return false;
-    const QString version = packageClient->fetchText(selected->versionurl, nullptr);
+    const QString version = fetchVersion(selected->versionurl);
     if (version.isEmpty() || version == buildvalues::launcherVersion())
         return false;
     const OrlPackageDoc launcher = packageClient->fetchPackageDoc(selected->url, nullptr);
-    // Without a data folder there is no place for the new launcher; the current one must not be it.
-    const QString target = selfUpdateFolder(packageClient->dataFolder());
-    if (launcher.version.isEmpty() || target.isEmpty())
+    if (launcher.version.isEmpty() || packageClient->isQuitting())
+        return false;
+    // What is offered is here already when it was built with another version than it is offered as,
+    // or when another launcher has put it here. It would be fetched again at each start.
+    if (!packageClient->hasMissingFiles(launcher, QCoreApplication::applicationDirPath()))
         return false;
 
-    QDir(target).removeRecursively();
+    setBusy(true, QStringLiteral("UPDATING"));
+    elapsed.start();
     QString error;
-    if (!packageClient->installPackage(selected->url, launcher, target, &error)) {
-        showStatus(error);
-        return false;
+    if (replaceLauncher(selected->url, launcher, &error)) {
+        QCoreApplication::quit();
+        return true;
     }
+    if (packageClient->isQuitting())
+        return true;
+    setBusy(false);
+    refreshState();
+    showStatus(error);
+    return false;
+}
+
+bool LauncherWindow::replaceLauncher(const QUrl& url, const OrlPackageDoc& launcher, QString* error)
+{
+    // Without a data folder there is no place for the new launcher; the current one must not be it.
+    const QString target = selfUpdateFolder(packageClient->dataFolder());
+    if (target.isEmpty())
+        return false;
     const QString folder = QCoreApplication::applicationDirPath();
     const QString program = pathBelowFolder(folder, launcher.executable);
-    EventLoopPacer pacer;
-    if (!copyProgramFiles(target, folder, launcher.executable, &error,
-                          [&pacer] { return pacer.turnIfDue(); })) {
-        showStatus(error);
-        return false;
+    {
+        // A player who starts two launchers at once gets one new one.
+        const auto lock = lockSelfUpdate(target);
+        if (!lock)
+            return false;
+        QDir(target).removeRecursively();
+        if (!packageClient->installPackage(url, launcher, target, error) ||
+            !copyProgramFiles(target, folder, launcher.executable, error,
+                              [this] { return packageClient->turnIfDue(); }))
+            return false;
     }
     if (program.isEmpty())
         return false;
     PackageClient::makeExecutable(program);
-    if (!QProcess::startDetached(program, {}, folder))
-        return false;
-    QCoreApplication::quit();
-    return true;
+    return QProcess::startDetached(program, {}, folder);
 }

@@ -9,7 +9,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <utility>
@@ -43,28 +42,22 @@ QStringList programFiles(const QString& source)
 }
 
 // QFile::copy() leaves it to the system when the bytes reach the disk; after a power failure the
-// name would be the new one's and the file empty. QSaveFile waits for the disk.
-bool copyToDisk(const QString& from, const QString& to)
+// name would be the new one's and the file empty.
+bool copyToDisk(const QString& from, const QString& to, const TurnFunction& turn)
 {
-    constexpr qint64 slice = 0x100000;
     QFile in(from);
-    QSaveFile out(to);
-    if (!in.open(QIODevice::ReadOnly) || !out.open(QIODevice::WriteOnly))
+    if (!in.open(QIODevice::ReadOnly))
         return false;
-    while (!in.atEnd()) {
-        const QByteArray bytes = in.read(slice);
-        if (bytes.isEmpty() || out.write(bytes) != bytes.size())
-            return false;
-    }
-    out.setPermissions(in.permissions());
-    return out.commit();
+    const QByteArray bytes = in.readAll();
+    return bytes.size() == in.size() && replaceFile(to, bytes, turn) &&
+           QFile::setPermissions(to, in.permissions());
 }
 
 bool replaceProgramFile(const QString& source, const QString& destination, const TurnFunction& turn)
 {
     QDir().mkpath(QFileInfo(destination).path());
     const QString fresh = freshName(destination);
-    if (copyToDisk(source, fresh) && takePlace(fresh, destination, turn))
+    if (copyToDisk(source, fresh, turn) && takePlace(fresh, destination, turn))
         return true;
     QFile::remove(fresh);
     return false;
@@ -120,9 +113,22 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
     return true;
 }
 
+std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder)
+{
+    auto lock = std::make_unique<QLockFile>(folder + QLatin1StringView(".lock"));
+    // A slow line makes it last; it is left behind by a killed launcher only, which shows.
+    lock->setStaleLockTime(0);
+    if (!lock->tryLock())
+        lock.reset();
+    return lock;
+}
+
 void settleProgramFiles(const QString& source, const QString& destination)
 {
-    if (source.isEmpty())
+    if (source.isEmpty() || !QFileInfo::exists(source))
+        return;
+    const auto lock = lockSelfUpdate(source);
+    if (!lock)
         return;
     for (const QString& file : programFiles(source))
         settleProgramFile(QDir(destination).filePath(file));

@@ -2,11 +2,19 @@
 
 #include "package/TurnFunction.h"
 
+#include <QLockFile>
 #include <QString>
+
+#include <memory>
 
 /// Where a new launcher is installed before it is copied over the program's own folder; empty
 /// without a data folder.
 [[nodiscard]] QString selfUpdateFolder(const QString& dataFolder);
+
+/// Keeps other launchers from writing to that folder and from copying out of it, until the lock
+/// goes. Null when another one is at work. On disk meanwhile: a file of the folder's name with the
+/// added ending ".lock"; one that a killed launcher left does not count.
+[[nodiscard]] std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder);
 
 /// Copies the files of a newly installed launcher over the program's own folder, hidden files and
 /// the installation's own records ("package.json", "assets.json", "assets.json.sha256" at the top)
@@ -25,7 +33,7 @@
                                     const TurnFunction& turn = {});
 
 /// Clears up in the program's folder what an earlier copyProgramFiles() from `source` left behind
-/// (an empty `source` names none): puts back files that are still aside with nothing in their
-/// place, and deletes other files aside and half-made copies. What another launcher still runs from
-/// is left for the next start.
+/// (an empty `source` names none; nothing is done while another launcher has the lock): puts back
+/// files that are still aside with nothing in their place, and deletes other files aside and
+/// half-made copies. What another launcher still runs from is left for the next start.
 void settleProgramFiles(const QString& source, const QString& destination);

@@ -53,6 +53,10 @@ public:
     /// Whether the last blocking operation was cut short because the program is ending.
     [[nodiscard]] bool isQuitting() const { return m_pacer.isQuitting(); }
 
+    /// Keeps the window alive during a caller's own long work: the event loop turns once when it is
+    /// due. False when the program is ending.
+    [[nodiscard]] bool turnIfDue() { return m_pacer.turnIfDue(); }
+
     // Documents. All of these block; a failed download reads as empty and sets
     // "Download failed: " and the network error.
 

@@ -22,7 +22,10 @@ private Q_SLOTS:
     void emptyFolderNameMeansQuelra();
     void logoLinkFollowsHttpAddressesOnly_data();
     void logoLinkFollowsHttpAddressesOnly();
-    void clickDuringAFlowDoesNothing();
+    void clickWhileTheConfigurationLoadsIsServedAfterwards();
+    void clickThatTheFlowForestallsIsForgotten();
+    void clickDuringAnUpdateDoesNothing();
+    void missingAddressesAreNotAskedFor();
     void folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data();
     void folderNameThatLeavesItsFolderIsNeitherReadNorWritten();
     void executableThatLeavesItsFolderCountsAsMissing_data();
@@ -155,23 +158,47 @@ void FlowTest::logoLinkFollowsHttpAddressesOnly()
              u"<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>"_s.arg(link));
 }
 
-void FlowTest::clickDuringAFlowDoesNothing()
+void FlowTest::clickWhileTheConfigurationLoadsIsServedAfterwards()
 {
     FlowFixture fixture;
     fixture.tree.publish();
-    // While the configuration loads.
-    bool clicked = false;
+    int clicks = 0;
     fixture.server.route(ContentTree::versionPath,
-                         HttpAnswer::ok("1.0.0").calling([&fixture, &clicked] {
-                             clicked = true;
+                         HttpAnswer::ok("1.0.0").calling([&fixture, &clicks] {
+                             ++clicks;
+                             fixture.click();
                              fixture.click();
                          }));
     fixture.window().loadConfiguration();
-    QVERIFY(clicked);
-    QCOMPARE(fixture.server.count(ContentTree::packagePath), 1);
+    QCOMPARE(clicks, 1);
+    // Not in the middle of it.
     QVERIFY(fixture.window().installedVersion().isEmpty());
+    QCOMPARE(fixture.server.count(ContentTree::packagePath), 1);
+    QTRY_COMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.window().installedVersion(), u"1.0.0"_s);
+    // Both clicks meant the same.
+    QTest::qWait(50);
+    QVERIFY(!fixture.clientHasStarted());
+}
 
-    // While an update runs: the button is disabled, and the slot itself does nothing either.
+void FlowTest::clickThatTheFlowForestallsIsForgotten()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().installautomatically = true;
+    fixture.tree.publish();
+    fixture.server.route(ContentTree::versionPath,
+                         HttpAnswer::ok("1.0.0").calling([&fixture] { fixture.click(); }));
+    fixture.window().loadConfiguration();
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QTest::qWait(50);
+    QVERIFY(!fixture.clientHasStarted());
+}
+
+void FlowTest::clickDuringAnUpdateDoesNothing()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    // The button is disabled, and the slot itself does nothing either.
     int calls = 0;
     fixture.server.setRequestHook([&fixture, &calls](const QString&) {
         ++calls;
@@ -182,6 +209,19 @@ void FlowTest::clickDuringAFlowDoesNothing()
     fixture.click();
     QCOMPARE(calls, 2);
     QCOMPARE(fixture.server.paths().size(), 2);
+    QTest::qWait(50);
+    QVERIFY(!fixture.clientHasStarted());
+}
+
+void FlowTest::missingAddressesAreNotAskedFor()
+{
+    FlowFixture fixture;
+    fixture.tree.metadata.packages.first().builds.first().versionurl.clear();
+    // What many servers have there.
+    fixture.server.route(u"/"_s, QByteArray("<html>welcome</html>"));
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.find<QLabel>("versionLabel")->text(), QString());
+    QCOMPARE(fixture.server.count(u"/"_s), 0);
 }
 
 void FlowTest::folderNameThatLeavesItsFolderIsNeitherReadNorWritten_data()

@@ -1,4 +1,5 @@
 #include "launcher/FlowFixture.h"
+#include "launcher/ProgramFiles.h"
 #include "support/IsolatedHome.h"
 
 #include <QApplication>
@@ -23,6 +24,9 @@ private Q_SLOTS:
     void sameVersionFetchesNothingMore();
     void unreachableVersionLeavesTheLauncherAlone();
     void documentWithoutAVersionLeavesTheLauncherAlone();
+    void whatIsHereAlreadyIsNotFetchedAgain();
+    void onlyOneLauncherReplacesItself();
+    void showsItsProgress();
     void anotherVersionIsInstalledStartedAndQuits();
     void recordsAndHiddenFilesAreNotCopied();
     void failedInstallationSaysWhyAndTheOldLauncherGoesOn();
@@ -87,6 +91,53 @@ void SelfUpdateTest::documentWithoutAVersionLeavesTheLauncherAlone()
     fixture.publishAndLoad();
     QCOMPARE(fixture.server.paths().last(), QString(documentPath));
     QVERIFY(!QFile::exists(fixture.dataFolder() + u"/self-update"_s));
+}
+
+void SelfUpdateTest::whatIsHereAlreadyIsNotFetchedAgain()
+{
+    FlowFixture fixture;
+    offer(fixture, u"1.1"_s);
+    testfiles::write(program(), testclient::programBytes());
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.server.paths().last(), QString(documentPath));
+    QVERIFY(!QFile::exists(fixture.dataFolder() + u"/self-update"_s));
+    QVERIFY(!QFile::exists(testclient::recordPath(program())));
+}
+
+void SelfUpdateTest::onlyOneLauncherReplacesItself()
+{
+    FlowFixture fixture;
+    offer(fixture, u"1.1"_s);
+    const QString file = fixture.dataFolder() + u"/self-update/half-made"_s;
+    testfiles::write(file, "x");
+    {
+        const auto other = lockSelfUpdate(fixture.dataFolder() + u"/self-update"_s);
+        QVERIFY(other);
+        fixture.publishAndLoad();
+    }
+    QCOMPARE(fixture.server.paths().last(), QString(documentPath));
+    QVERIFY(QFile::exists(file));
+    QVERIFY(!QFile::exists(program()));
+    QCOMPARE(fixture.mode(), u"Download"_s);
+    QVERIFY(fixture.find<QPushButton>("mainButton")->isEnabled());
+}
+
+void SelfUpdateTest::showsItsProgress()
+{
+    FlowFixture fixture;
+    offer(fixture, u"1.1"_s);
+    const auto* bar = fixture.find<QProgressBar>("progressBar");
+    const auto* button = fixture.find<QPushButton>("mainButton");
+    bool looksBusy = false;
+    HttpAnswer damaged = HttpAnswer::ok("something else");
+    damaged.onRequest = [&] {
+        looksBusy = !bar->isHidden() && !button->isEnabled() && fixture.mode() == u"Update"_s;
+    };
+    fixture.server.route(u"/launcher/self/p.lzma"_s, damaged);
+    fixture.publishAndLoad();
+    QVERIFY(looksBusy);
+    QVERIFY(bar->isHidden());
+    QVERIFY(button->isEnabled());
 }
 
 void SelfUpdateTest::anotherVersionIsInstalledStartedAndQuits()

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void missingAssetListIsAFailureWithoutAMarker_data();
     void missingAssetListIsAFailureWithoutAMarker();
     void installsAssetsAfterThePackage();
+    void assetsThatChangedSinceTheStartAreCurrentOnceInstalled();
     void unreachableVersionIsNeverUpToDate();
     void progressShowsWhileAnUpdateRuns();
 };
@@ -129,6 +130,19 @@ void UpdateTest::missingAssetListIsAFailureWithoutAMarker()
     QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
     QVERIFY(fixture.installed("assets.json.sha256").isNull());
     QCOMPARE(fixture.mode(), u"Update"_s);
+}
+
+void UpdateTest::assetsThatChangedSinceTheStartAreCurrentOnceInstalled()
+{
+    FlowFixture fixture;
+    fixture.tree.assetsIdentity = u"a1"_s;
+    fixture.tree.addAsset(u"asset.bin"_s, "asset");
+    fixture.publishAndLoad();
+    fixture.tree.assetsIdentity = u"a2"_s;
+    fixture.tree.publish();
+    fixture.click();
+    QCOMPARE(fixture.installed("assets.json.sha256"), QByteArray("a2"));
+    QCOMPARE(fixture.mode(), u"Play"_s);
 }
 
 void UpdateTest::installsAssetsAfterThePackage()
