@@ -65,9 +65,18 @@ void LauncherWindow::acceptLicence()
 
 void LauncherWindow::showAbout()
 {
-    QMessageBox::about(this, QStringLiteral("About"),
-                       QStringLiteral("Vornak launcher\n\nSource code, including modifications, at "
-                                      "the Vornak repository."));
+    const QString title = QStringLiteral("About");
+    const QString text = QStringLiteral(
+        "Vornak launcher\n\nSource code, including modifications, at the Vornak repository.");
+    if (flowDepth == 0) {
+        QMessageBox::about(this, title, text);
+        return;
+    }
+    // Its own event loop would keep the flow below it from going on until the box is closed.
+    auto* box = new QMessageBox(QMessageBox::NoIcon, title, text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setIconPixmap(box->windowIcon().pixmap(QSize(64, 64)));
+    box->open();
 }
 
 // The main button takes no focus, so that no focus frame covers its picture. Return is its key:

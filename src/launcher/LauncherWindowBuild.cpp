@@ -1,9 +1,11 @@
 #include "launcher/LauncherWindow.h"
 #include "launcher/StyleSheet.h"
+#include "package/SafeAddress.h"
 #include "shared/BuildValues.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -38,6 +40,12 @@ void setLicence(QTextEdit& edit, const QString& licence)
     reading.beginEditBlock();
     edit.setMarkdown(licence);
     reading.endEditBlock();
+}
+
+void openHintLink(const QUrl& address)
+{
+    if (isWebAddress(address))
+        QDesktopServices::openUrl(address);
 }
 
 QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignment,
@@ -144,6 +152,10 @@ void LauncherWindow::buildHintGroup(QWidget* page)
     infoBrowser = new shared::QTextBrowserWithNetwork(hintGroup);
     infoBrowser->setObjectName(QStringLiteral("infoBrowser"));
     infoBrowser->setOpenExternalLinks(true);
+    // By openHintLink(): the browser itself would start whatever the system knows for a scheme, and
+    // leave the hint for a local address.
+    infoBrowser->setOpenLinks(false);
+    connect(infoBrowser, &QTextBrowser::anchorClicked, this, &openHintLink);
     infoBrowser->setContextMenuPolicy(Qt::NoContextMenu);
     infoBrowser->setFixedSize(542, 110);
     infoBrowser->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);

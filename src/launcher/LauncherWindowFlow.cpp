@@ -2,6 +2,7 @@
 #include "launcher/LauncherWindow.h"
 #include "package/Markers.h"
 #include "package/PackageClient.h"
+#include "package/SafeAddress.h"
 #include "package/SafePath.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
@@ -75,9 +76,7 @@ void LauncherWindow::applyMakerLogoLink()
     if (!makerLogoLabel || package.logolinktarget.isEmpty())
         return;
     const QUrl target(package.logolinktarget);
-    const QString scheme = target.scheme();
-    if (target.isValid() &&
-        (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https")))
+    if (isWebAddress(target))
         makerLogoLabel->setText(makerLogoLink(target));
 }
 

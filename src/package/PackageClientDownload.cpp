@@ -1,5 +1,5 @@
 #include "package/PackageClient.h"
-#include "package/SafePath.h"
+#include "package/SafeAddress.h"
 #include "package/Sizes.h"
 #include "package/TransferFailure.h"
 

@@ -73,14 +73,3 @@ QString pathBelowFolder(const QString& folder, const QString& relative)
     path += relative;
     return path;
 }
-
-bool leadsToAnotherMachine(const QUrl& address)
-{
-    if (!address.isLocalFile() && !address.scheme().isEmpty())
-        return false;
-    if (address.isLocalFile() && !address.host().isEmpty())
-        return address.host() != QLatin1StringView("localhost");
-    const QString path = address.path(QUrl::FullyDecoded);
-    const auto isSlash = [](QChar character) { return character == u'/' || character == u'\\'; };
-    return path.size() >= 2 && isSlash(path.at(0)) && isSlash(path.at(1));
-}

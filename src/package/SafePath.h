@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QUrl>
 
 /// Rules by which a path that the server names is judged. The names of the other platform are here
 /// too so that both sets can be tested anywhere.
@@ -27,8 +26,3 @@ bool staysBelowFolder(const QString& relative, PathRules rules = PathRules::Nati
 /// Every path that comes from the server and is read, written, made executable or started goes
 /// through here. Touches no disk.
 QString pathBelowFolder(const QString& folder, const QString& relative);
-
-/// Whether an address would be read as a file of another machine: a "file" address with a host
-/// other than "localhost", or a path that begins with two slashes or back slashes. Windows connects
-/// to that machine and proves the player's identity to it, which no server's text may bring about.
-[[nodiscard]] bool leadsToAnotherMachine(const QUrl& address);

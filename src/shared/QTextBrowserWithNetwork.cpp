@@ -1,6 +1,6 @@
 #include "shared/QTextBrowserWithNetwork.h"
 
-#include "package/SafePath.h"
+#include "package/SafeAddress.h"
 #include "package/TransferFailure.h"
 
 #include <QNetworkRequest>
@@ -20,15 +20,15 @@ QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
     if (type != QTextDocument::ImageResource)
         return QTextBrowser::loadResource(type, name);
     const QUrl address = name.isRelative() ? source().resolved(name) : name;
-    const QString scheme = address.isValid() ? address.scheme() : QString();
-    if (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https")) {
+    if (isWebAddress(address)) {
         const auto cached = m_pictures.constFind(address);
         if (cached != m_pictures.constEnd())
             return *cached;
         startDownload(address);
         return {};
     }
-    return QTextBrowser::loadResource(type, scheme == QLatin1StringView("qrc") ? address : name);
+    const bool isBundled = address.isValid() && address.scheme() == QLatin1StringView("qrc");
+    return QTextBrowser::loadResource(type, isBundled ? address : name);
 }
 
 void QTextBrowserWithNetwork::startDownload(const QUrl& url)

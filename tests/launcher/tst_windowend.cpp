@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QMessageBox>
+#include <QPointer>
 #include <QSettings>
 #include <QStackedLayout>
 #include <QTimer>
@@ -19,7 +20,8 @@ private Q_SLOTS:
     void windowMayGoWhileItsClientRuns();
     void quittingEndsATransferUnderAnotherPageOrBox_data();
     void quittingEndsATransferUnderAnotherPageOrBox();
-    void clickWhileTheAboutBoxIsOpenDoesNothing();
+    void clickUnderTheAboutBoxDoesNotDisturbTheFlow();
+    void aboutBoxDoesNotHoldUpAnUpdate();
 };
 
 void WindowEndTest::windowMayGoWhileItsClientRuns()
@@ -87,7 +89,7 @@ void WindowEndTest::quittingEndsATransferUnderAnotherPageOrBox()
     QCOMPARE(fixture.server.count(stalled), 1);
 }
 
-void WindowEndTest::clickWhileTheAboutBoxIsOpenDoesNothing()
+void WindowEndTest::clickUnderTheAboutBoxDoesNotDisturbTheFlow()
 {
     FlowFixture fixture;
     fixture.tree.publish();
@@ -106,6 +108,41 @@ void WindowEndTest::clickWhileTheAboutBoxIsOpenDoesNothing()
     fixture.window().loadConfiguration();
     QCOMPARE(fixture.server.paths().last(), QString(ContentTree::hintsPath));
     QCOMPARE(fixture.mode(), u"Download"_s);
+}
+
+void WindowEndTest::aboutBoxDoesNotHoldUpAnUpdate()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.window().show();
+    bool opened = false;
+    QString titleAtTheEnd;
+    fixture.server.setRequestHook([&](const QString& path) {
+        if (path == fixture.tree.packedPath(fixture.tree.package.files.first())) {
+            QTimer::singleShot(0, &fixture.window(), [&] {
+                opened = true;
+                Q_EMIT fixture.find<QLabel>("aboutLabel")->linkActivated(u"about"_s);
+            });
+        } else if (path == fixture.tree.packedPath(fixture.tree.package.files.last())) {
+            const QWidget* box = QApplication::activeModalWidget();
+            titleAtTheEnd = box ? box->windowTitle() : QString();
+        }
+    });
+    // So that the test ends even if the box holds up everything.
+    QTimer::singleShot(5'000, &fixture.window(), [] {
+        if (QWidget* box = QApplication::activeModalWidget())
+            box->close();
+    });
+    fixture.click();
+    QVERIFY(opened);
+    QCOMPARE(titleAtTheEnd, u"About"_s);
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    QVERIFY(box);
+    QVERIFY(!box->iconPixmap().isNull());
+    const QPointer<QMessageBox> gone(box);
+    box->button(QMessageBox::Ok)->click();
+    QTRY_VERIFY(!gone);
 }
 
 VORNAK_WIDGET_TEST_MAIN(WindowEndTest)

@@ -1,6 +1,7 @@
 #include "launcher/WindowFixture.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
@@ -14,6 +15,42 @@
 #include <QTextDocument>
 #include <QTextEdit>
 #include <QTimer>
+
+namespace {
+
+/// Takes what the program asks the desktop to open.
+class LinkCollector : public QObject
+{
+    Q_OBJECT
+
+public:
+    LinkCollector()
+    {
+        for (const QString& scheme : schemes())
+            QDesktopServices::setUrlHandler(scheme, this, "open");
+    }
+    ~LinkCollector() override
+    {
+        for (const QString& scheme : schemes())
+            QDesktopServices::unsetUrlHandler(scheme);
+    }
+
+    [[nodiscard]] QList<QUrl> opened() const { return m_opened; }
+
+public Q_SLOTS:
+    void open(const QUrl& address) { m_opened.append(address); }
+
+private:
+    static QStringList schemes()
+    {
+        return {QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file"),
+                QStringLiteral("search-ms")};
+    }
+
+    QList<QUrl> m_opened;
+};
+
+} // namespace
 
 class WindowLookTest : public QObject
 {
@@ -39,6 +76,7 @@ private Q_SLOTS:
     void textsOfTheServerAreNoMarkup();
     void returnPressesTheButtonOnTheLauncherPageOnly();
     void tabReachesCheckBoxLinksAndAccept();
+    void hintsOpenPagesOfTheWebOnly();
     void hintsWithoutPicturesGiveWayToEmbeddedOnes();
     void hintShowsItsTitleAndPicturesOfTheServer();
 };
@@ -330,6 +368,24 @@ void WindowLookTest::tabReachesCheckBoxLinksAndAccept()
     const QSet<QString> names = reached(8);
     for (const char* name : {"defaultClientCheckBox", "makerLogoLabel", "aboutLabel"})
         QVERIFY2(names.contains(QLatin1StringView(name)), name);
+}
+
+void WindowLookTest::hintsOpenPagesOfTheWebOnly()
+{
+    WindowFixture fixture;
+    LinkCollector collector;
+    auto* browser = fixture.find<QTextBrowser>("infoBrowser");
+    for (const char* address : {"http://host.invalid/a", "search-ms:query=a", "file:///etc/passwd",
+                                "relative", "https://host.invalid/b"}) {
+        browser->setHtml(QStringLiteral("<a href=\"%1\">link</a>").arg(QLatin1String(address)));
+        browser->setFocus();
+        browser->moveCursor(QTextCursor::Start);
+        QTest::keyClick(browser, Qt::Key_Tab);
+        QTest::keyClick(browser, Qt::Key_Return);
+        QCOMPARE(browser->toPlainText(), QStringLiteral("link"));
+    }
+    QCOMPARE(collector.opened(), (QList<QUrl>{QUrl(QStringLiteral("http://host.invalid/a")),
+                                              QUrl(QStringLiteral("https://host.invalid/b"))}));
 }
 
 void WindowLookTest::hintsWithoutPicturesGiveWayToEmbeddedOnes()

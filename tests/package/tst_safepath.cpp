@@ -13,8 +13,6 @@ private Q_SLOTS:
     void judgesPaths_data();
     void judgesPaths();
     void refusesEveryControlCharacterOnWindows();
-    void knowsAddressesOfAnotherMachine_data();
-    void knowsAddressesOfAnotherMachine();
     void refusesAnEmbeddedNul();
     void joinsOnlyWhatStaysBelow();
 };
@@ -97,42 +95,6 @@ void SafePathTest::judgesPaths()
     QFETCH(QString, path);
     QTEST(staysBelowFolder(path, PathRules::Posix), "posix");
     QTEST(staysBelowFolder(path, PathRules::Windows), "windows");
-}
-
-void SafePathTest::knowsAddressesOfAnotherMachine_data()
-{
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<bool>("other");
-    const auto row = [](const char* address, bool other) {
-        QTest::newRow(address) << QString::fromUtf8(address) << other;
-    };
-    row("", false);
-    row("https://host/a", false);
-    row("http://host//a", false);
-    row("qrc:/a", false);
-    row("data:image/png;base64,AA==", false);
-    row("a/b", false);
-    row("/a/b", false);
-    row("/images//b", false);
-    row("file:///a/b", false);
-    row("file:///C:/a", false);
-    row("file://localhost/a", false);
-    row("file://host/share/a", true);
-    row("FILE://host/share/a", true);
-    row("file:////host/share/a", true);
-    row("file:\\\\host\\share\\a", true);
-    row("file:%5C%5Chost/share/a", true);
-    row("file:///%5Chost/share/a", true);
-    row("\\\\host\\share\\a", true);
-    row("\\\\?\\UNC\\host\\share", true);
-    row("/\\host/share/a", true);
-    row("%5C%5Chost/share/a", true);
-}
-
-void SafePathTest::knowsAddressesOfAnotherMachine()
-{
-    QFETCH(QString, address);
-    QTEST(leadsToAnotherMachine(QUrl(address)), "other");
 }
 
 void SafePathTest::refusesEveryControlCharacterOnWindows()

@@ -1,0 +1,19 @@
+#include "package/SafeAddress.h"
+
+bool isWebAddress(const QUrl& address)
+{
+    const QString scheme = address.scheme();
+    return address.isValid() &&
+           (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https"));
+}
+
+bool leadsToAnotherMachine(const QUrl& address)
+{
+    if (!address.isLocalFile() && !address.scheme().isEmpty())
+        return false;
+    if (address.isLocalFile() && !address.host().isEmpty())
+        return address.host() != QLatin1StringView("localhost");
+    const QString path = address.path(QUrl::FullyDecoded);
+    const auto isSlash = [](QChar character) { return character == u'/' || character == u'\\'; };
+    return path.size() >= 2 && isSlash(path.at(0)) && isSlash(path.at(1));
+}

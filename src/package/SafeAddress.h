@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QUrl>
+
+/// Whether an address is one of the web ("http" or "https"): the only kind that a text of the
+/// server may have opened outside the launcher.
+[[nodiscard]] bool isWebAddress(const QUrl& address);
+
+/// Whether an address would be read as a file of another machine: a "file" address with a host
+/// other than "localhost", or a path that begins with two slashes or back slashes. Windows connects
+/// to that machine and proves the player's identity to it, which no server's text may bring about.
+[[nodiscard]] bool leadsToAnotherMachine(const QUrl& address);
