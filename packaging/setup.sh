@@ -42,11 +42,10 @@ install_packages() {
 build_preset() {
     local preset=$1
     say "Building preset $preset"
-    (cd "$root" && cmake --preset "$preset" >"/tmp/vornak-configure.$$" 2>&1) || {
-        cat "/tmp/vornak-configure.$$" >&2
-        rm -f "/tmp/vornak-configure.$$"
+    local output
+    output=$(cd "$root" && cmake --preset "$preset" 2>&1) || {
+        printf '%s\n' "$output" >&2
         die "configuring failed"
     }
-    rm -f "/tmp/vornak-configure.$$"
     (cd "$root" && cmake --build --preset "$preset")
 }

@@ -5,7 +5,8 @@
 #
 # listens on 127.0.0.1:PORT until it is stopped and keeps its logs, process number and temporary
 # files in the folder RUNTIME. VORNAK_SERVER_RATE, when set, is the most that a connection gets a
-# second, as nginx writes sizes ("3m"): over loopback nobody would see a download. The shell becomes nginx: the caller's child is the server itself.
+# second, as nginx writes sizes ("3m"): over loopback nobody would see a download. The shell becomes
+# nginx: the caller's child is the server itself.
 set -eu
 
 if [ $# -ne 3 ]; then

@@ -6,8 +6,8 @@
 
 void updateInstalledEntry()
 {
-    // The name of the entry is the installer's (packaging/windows/installer.nsi). Settings of the
-    // entry itself would make it where there is none.
+    // The name of the entry is the installer's (packaging/windows/installer.nsi). A QSettings on
+    // the entry's own key would create the key if it is missing.
     QSettings entries(QStringLiteral("HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\"
                                      "CurrentVersion\\Uninstall"),
                       QSettings::NativeFormat);

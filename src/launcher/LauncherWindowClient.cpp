@@ -55,8 +55,8 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
         return;
     const QString reason = process->errorString();
     clientProcess.clear();
-    // A start that comes too late must not hide the window; the process object ends it when it
-    // goes.
+    // A start that comes too late must not hide the window; deleting the process object kills
+    // it.
     process->disconnect(this);
     process->deleteLater();
     setLogo(Classic);

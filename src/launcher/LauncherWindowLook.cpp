@@ -145,7 +145,7 @@ int LauncherWindow::statusWidth(const QString& text)
     return measuredWidth;
 }
 
-// A window grows with its contents but does not shrink with them; too high a window would show the
+// A window grows with its contents but does not shrink with them; too tall a window would show the
 // name on the background under the panels.
 void LauncherWindow::fitHeight()
 {

@@ -32,7 +32,7 @@
                                     const QString& executable, QString* error,
                                     const TurnFunction& turn = {});
 
-/// Clears up in the program's folder what an earlier copyProgramFiles() from `source` left behind
+/// Clears the program's folder of what an earlier copyProgramFiles() from `source` left behind
 /// (an empty `source` names none; nothing is done while another launcher has the lock): puts back
 /// files that are still aside with nothing in their place, and deletes other files aside and
 /// half-made copies. What another launcher still runs from is left for the next start.

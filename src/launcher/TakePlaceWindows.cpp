@@ -33,7 +33,7 @@ FileAttempt swapByRenaming(const QString& fresh, const QString& destination)
         return moved;
     const FileAttempt placed = windowsfiles::moveAside(fresh, destination);
     if (placed == FileAttempt::Done) {
-        // Goes only when it is no program that runs.
+        // Succeeds only if the old file is not a running program.
         QFile::remove(aside);
         return placed;
     }

@@ -33,8 +33,8 @@ void writeLauncherPath()
 }
 
 // Finding the system's fonts takes about as long as decoding the window's background, and the first
-// window needs both. Nothing of the program's own runs on the other thread; who asks Qt for a font
-// meanwhile waits until they are found.
+// window needs both. Nothing of the program's own runs on the other thread; anything that asks Qt
+// for a font before then waits.
 void findFontsMeanwhile()
 {
     QThreadPool::globalInstance()->start([] { QFontDatabase::families(); });

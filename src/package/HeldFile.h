@@ -13,7 +13,7 @@ enum class FileAttempt {
 };
 
 /// A virus scanner lets go of a file within a moment of its being written; a game that still runs
-/// does not. Longer than this a player does not wait for either.
+/// does not. No player should have to wait longer than this for either.
 inline constexpr std::chrono::milliseconds heldFilePatience{2000};
 
 /// Makes the attempt and, while the file is held, makes it again every few hundredths of a second

@@ -25,8 +25,8 @@ QString inFolder(const QString& folder, QLatin1StringView name)
     return QDir(folder).filePath(name);
 }
 
-// Without this marker an interrupted installation is merely not told from one that never began, so
-// that failing to write it stops nothing.
+// Without this marker an interrupted installation merely looks like one that never began, so a
+// failed write is ignored.
 void beginPackage(const OrlPackageDoc& package, const QString& folder)
 {
     QDir().mkpath(folder);

@@ -90,8 +90,8 @@ StoreResult storeFile(const OrlFile& file, const QByteArray& body, FileReplaceme
         return StoreResult::UnpackedDiffers;
     if (!commitWithFolders(target, output, step))
         return failure(StoreResult::WritingFailed);
-    // The memory of a large file takes its time to go, on return. Even if the program is ending,
-    // the file is in its place now.
+    // Freeing a large file's memory on return takes a while. Even if the program is ending, the
+    // file is in its place now.
     step();
     return StoreResult::Stored;
 }

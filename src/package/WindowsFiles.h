@@ -7,7 +7,7 @@
 
 #include <string>
 
-/// What Qt has no call for, on Windows only.
+/// Windows calls that Qt does not wrap, on Windows only.
 namespace windowsfiles {
 
 /// The absolute path in the form that has no length limit and that the system takes as it is.

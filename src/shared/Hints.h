@@ -24,7 +24,8 @@ struct HintEntry
 /// The hints compiled into the program; empty when the bundle lacks them.
 [[nodiscard]] QList<HintEntry> loadEmbeddedHints();
 
-/// Whether any hint holds a picture or a table. A list without is taken for unusable.
+/// Whether any hint holds a picture or a table. The window treats a list without
+/// either as unusable.
 [[nodiscard]] bool hintsHaveRichContent(const QList<HintEntry>& hints);
 
 /// One hint, each with the same probability; an empty one when the list is empty.

@@ -51,7 +51,7 @@ void QTextBrowserWithNetwork::startDownload(const QUrl& url)
     });
 }
 
-// The slots' parameters are values because their signatures are fixed.
+// By value, as a queued connection to these slots would hand the parameters over.
 // NOLINTBEGIN(performance-unnecessary-value-param)
 
 void QTextBrowserWithNetwork::onDownloadFinished(QUrl url, QByteArray picture)

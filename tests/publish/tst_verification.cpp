@@ -12,6 +12,8 @@
 #include <QDir>
 #include <QTest>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -45,6 +47,7 @@ private Q_SLOTS:
     void findsFaultsOfDocuments();
     void findsFaultsOfPackedFiles_data();
     void findsFaultsOfPackedFiles();
+    void impossibleSizesAreFaultsAndNoMore();
     void listsEveryFault();
     void readsAServerAsALauncherDoes();
     void tellsAServersFaults();
@@ -238,6 +241,22 @@ void VerificationTest::findsFaultsOfPackedFiles()
         QVERIFY2(faults.first().contains(hint), qPrintable(faults.first()));
         QVERIFY2(faults.first().contains(u"client"_s), qPrintable(faults.first()));
     }
+}
+
+void VerificationTest::impossibleSizesAreFaultsAndNoMore()
+{
+    const QString document = m_fixture->content() + folder + u"package.json"_s;
+    OrlPackageDoc doc = parsePackageDoc(testfiles::read(document), nullptr);
+    QVERIFY(doc.files.size() > 1);
+    constexpr qint64 most = std::numeric_limits<qint64>::max();
+    for (OrlFile& entry : doc.files) {
+        entry.packedsize = most;
+        entry.unpackedsize = most;
+    }
+    testfiles::write(document, serializePackageDoc(doc));
+    QCOMPARE(run().size(), doc.files.size());
+    QCOMPARE(m_report.packedBytes, most);
+    QCOMPARE(m_report.unpackedBytes, most);
 }
 
 void VerificationTest::listsEveryFault()

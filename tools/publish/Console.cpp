@@ -1,5 +1,7 @@
 #include "publish/Console.h"
 
+#include "package/Sizes.h"
+
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -76,7 +78,7 @@ void Console::begin(const QString& what, qint64 bytes, qint64 files)
 void Console::advance(qint64 bytes, qint64 files)
 {
     const std::lock_guard lock(m_mutex);
-    m_bytes += bytes;
+    m_bytes = addSizes(m_bytes, bytes);
     m_files += files;
     if (m_sinceDraw.elapsed() >= (m_terminal ? terminalIntervalMs : logIntervalMs))
         draw(false);

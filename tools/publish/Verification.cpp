@@ -2,6 +2,7 @@
 
 #include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
+#include "package/Sizes.h"
 #include "package/Unpack.h"
 #include "publish/Addresses.h"
 #include "publish/HintsPublication.h"
@@ -214,26 +215,36 @@ private:
         QString where;
     };
 
+    // Documents may say anything; what is wrong with a file's sizes is told when it is checked.
+    static qint64 packedSize(const WantedFile& wanted)
+    {
+        return std::max<qint64>(wanted.file.packedsize, 0);
+    }
+    static qint64 unpackedSize(const WantedFile& wanted)
+    {
+        return std::max<qint64>(wanted.file.unpackedsize, 0);
+    }
+
     void checkFiles(JobLimits limits)
     {
         if (!m_source.isParallel())
             limits.threads = 1;
         for (const WantedFile& wanted : std::as_const(m_files)) {
             ++m_report.files;
-            m_report.packedBytes += std::max<qint64>(wanted.file.packedsize, 0);
-            m_report.unpackedBytes += std::max<qint64>(wanted.file.unpackedsize, 0);
+            m_report.packedBytes = addSizes(m_report.packedBytes, packedSize(wanted));
+            m_report.unpackedBytes = addSizes(m_report.unpackedBytes, unpackedSize(wanted));
         }
         m_progress.begin(QStringLiteral("Verifying"), m_report.packedBytes, m_report.files);
         std::mutex mutex;
         QStringList faults;
         std::vector<Job> jobs;
         for (const WantedFile& wanted : std::as_const(m_files)) {
-            const qint64 memory = std::clamp<qint64>(
-                wanted.file.packedsize + wanted.file.unpackedsize, 0, limits.memory);
+            const qint64 memory =
+                std::min(addSizes(packedSize(wanted), unpackedSize(wanted)), limits.memory);
             jobs.push_back(
                 {memory, [this, &wanted, &mutex, &faults](QString*) {
                      const QString fault = packedFileFault(m_source, wanted.address, wanted.file);
-                     m_progress.advance(std::max<qint64>(wanted.file.packedsize, 0), 1);
+                     m_progress.advance(packedSize(wanted), 1);
                      const std::lock_guard lock(mutex);
                      if (!fault.isEmpty())
                          faults.append(wanted.where + QLatin1StringView(": ") +
