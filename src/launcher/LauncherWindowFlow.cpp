@@ -238,10 +238,8 @@ void LauncherWindow::play()
 
 QString LauncherWindow::packagePath() const
 {
-    const QString name =
-        package.directoryname.isEmpty() ? QStringLiteral("Quelra") : package.directoryname;
     return pathBelowFolder(QDir(packageClient->dataFolder()).filePath(QStringLiteral("packages")),
-                           name);
+                           package.folderName());
 }
 
 QString LauncherWindow::installedVersion() const

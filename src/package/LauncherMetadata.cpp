@@ -49,6 +49,11 @@ LauncherPackage readPackage(const QJsonObject& object)
 
 } // namespace
 
+QString LauncherPackage::folderName() const
+{
+    return directoryname.isEmpty() ? QStringLiteral("Quelra") : directoryname;
+}
+
 LauncherMetadata readLauncherMetadata(const QByteArray& data, QString* error, bool* isDocument)
 {
     LauncherMetadata metadata;

@@ -36,6 +36,9 @@ struct LauncherPackage
     bool installautomatically = false;
     QList<LauncherBuild> builds;
 
+    /// `directoryname`, or "Quelra" where the server names none.
+    [[nodiscard]] QString folderName() const;
+
     bool operator==(const LauncherPackage&) const = default;
 };
 

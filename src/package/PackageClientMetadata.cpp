@@ -1,3 +1,4 @@
+#include "package/HintsDocument.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
 
@@ -14,13 +15,6 @@ void saveCopy(const QByteArray& data, const QString& folder)
     QDir().mkpath(folder);
     [[maybe_unused]] const bool saved =
         replaceFile(folder + QLatin1StringView("/launchermetadata.json"), data);
-}
-
-QJsonArray hintElements(const QByteArray& data)
-{
-    const QJsonDocument json = QJsonDocument::fromJson(data);
-    return json.isArray() ? json.array()
-                          : json.object().value(QLatin1StringView("hints")).toArray();
 }
 
 } // namespace
@@ -64,7 +58,7 @@ LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QS
 QString PackageClient::fetchHintTexts(const QUrl& url, QString* error)
 {
     QStringList texts;
-    const QJsonArray elements = hintElements(download(url, error));
+    const QJsonArray elements = hintElements(QJsonDocument::fromJson(download(url, error)));
     for (const auto& element : elements) {
         if (element.isString()) {
             texts.append(element.toString());

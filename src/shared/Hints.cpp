@@ -3,52 +3,11 @@
 #include "shared/BuildValues.h"
 
 #include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRandomGenerator64>
 #include <QUrl>
 
 #include <algorithm>
 #include <bit>
-
-namespace {
-
-HintEntry readElement(const QJsonValue& element)
-{
-    if (element.isString())
-        return {QString(), element.toString()};
-    const QJsonObject object = element.toObject();
-    HintEntry hint{object.value(QLatin1StringView("title")).toString(),
-                   object.value(QLatin1StringView("richText")).toString()};
-    if (hint.richText.isEmpty()) {
-        const QString fallback = object.value(QLatin1StringView("hint")).toString();
-        hint.richText = object.value(QLatin1StringView("text")).toString(fallback);
-    }
-    return hint;
-}
-
-bool isRich(const HintEntry& hint)
-{
-    return hint.richText.contains(QLatin1StringView("<img"), Qt::CaseInsensitive) ||
-           hint.richText.contains(QLatin1StringView("<table"), Qt::CaseInsensitive);
-}
-
-} // namespace
-
-QList<HintEntry> parseHints(const QByteArray& bytes)
-{
-    const QJsonDocument json = QJsonDocument::fromJson(bytes);
-    const QJsonArray elements =
-        json.isArray() ? json.array() : json.object().value(QLatin1StringView("hints")).toArray();
-    QList<HintEntry> hints;
-    for (const auto& element : elements) {
-        HintEntry hint = readElement(element);
-        if (!hint.richText.isEmpty())
-            hints.append(std::move(hint));
-    }
-    return hints;
-}
 
 QList<HintEntry> loadEmbeddedHints()
 {
@@ -60,7 +19,7 @@ QList<HintEntry> loadEmbeddedHints()
 
 bool hintsHaveRichContent(const QList<HintEntry>& hints)
 {
-    return std::any_of(hints.begin(), hints.end(), isRich);
+    return std::any_of(hints.begin(), hints.end(), isRichHint);
 }
 
 HintEntry pickRandomHint(const QList<HintEntry>& hints)

@@ -1,5 +1,7 @@
 #include "publish/HintsPublication.h"
 
+#include "package/HintsDocument.h"
+#include "package/SafeAddress.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
@@ -12,22 +14,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QUrl>
 
 #include <algorithm>
 #include <utility>
 
 namespace {
-
-QString textOf(const QJsonValue& element)
-{
-    if (element.isString())
-        return element.toString();
-    const QJsonObject object = element.toObject();
-    const QString rich = object.value(QLatin1StringView("richText")).toString();
-    const QString hint = object.value(QLatin1StringView("hint")).toString();
-    return rich.isEmpty() ? object.value(QLatin1StringView("text")).toString(hint) : rich;
-}
 
 // Addresses in the texts travel plain, as all others do.
 bool isPlainPath(const QString& path)
@@ -49,8 +40,7 @@ QString pictureFault(const QString& source, QChar quote, QStringList& pictures)
             pictures.append(path);
         return {};
     }
-    const QString scheme = QUrl(source).scheme();
-    if (scheme == QLatin1StringView("https") || scheme == QLatin1StringView("http"))
+    if (isWebAddress(QUrl(source)))
         return {};
     return QStringLiteral("the launcher cannot fetch the picture '%1'; put it below /images/")
         .arg(source);
@@ -74,12 +64,6 @@ QStringList pictureFaults(const QString& html, QStringList& pictures)
             faults.append(fault);
     }
     return faults;
-}
-
-bool isRich(const QString& text)
-{
-    return text.contains(QLatin1StringView("<img"), Qt::CaseInsensitive) ||
-           text.contains(QLatin1StringView("<table"), Qt::CaseInsensitive);
 }
 
 std::optional<QByteArray> readFile(const QString& path)
@@ -164,17 +148,17 @@ QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* coun
     const QJsonValue member = json.object().value(QLatin1StringView("hints"));
     if (!json.isArray() && !member.isArray())
         return {QStringLiteral("neither an array nor an object with an array \"hints\"")};
-    const QJsonArray elements = json.isArray() ? json.array() : member.toArray();
+    const QJsonArray elements = hintElements(json);
     QStringList faults;
     bool rich = false;
     for (qsizetype i = 0; i < elements.size(); ++i) {
-        const QString text = textOf(elements.at(i));
+        const HintEntry hint = readHint(elements.at(i));
         const QString where = QStringLiteral("hint %1: ").arg(i + 1);
-        if (text.isEmpty())
+        if (hint.richText.isEmpty())
             faults.append(where + QLatin1StringView("the launcher finds no text in it"));
-        for (const QString& fault : pictureFaults(text, pictures))
+        for (const QString& fault : pictureFaults(hint.richText, pictures))
             faults.append(where + fault);
-        rich = rich || isRich(text);
+        rich = rich || isRichHint(hint);
     }
     if (elements.isEmpty())
         faults.append(QStringLiteral("there is no hint in it"));

@@ -25,11 +25,6 @@ bool isPlainAddress(const QString& address)
     });
 }
 
-QString folderOf(const LauncherPackage& package)
-{
-    return package.directoryname.isEmpty() ? QStringLiteral("Quelra") : package.directoryname;
-}
-
 class Verifier
 {
 public:
@@ -92,7 +87,7 @@ private:
 
     void checkPackage(const LauncherPackage& package)
     {
-        const QString folder = folderOf(package);
+        const QString folder = package.folderName();
         const QString fault = directoryFault(folder);
         if (!fault.isEmpty())
             addFault(folder, fault);
