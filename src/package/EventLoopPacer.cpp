@@ -17,6 +17,14 @@ void endByItself(QEventLoop& loop)
         loop.exit(ownExit);
 }
 
+// True when the loop ended by itself. The end of the last window is an event that is still on its
+// way, and that entering a loop would drop.
+bool runToItsOwnEnd(QEventLoop& loop)
+{
+    QCoreApplication::sendPostedEvents(QCoreApplication::instance(), QEvent::Quit);
+    return loop.exec() == ownExit;
+}
+
 } // namespace
 
 bool EventLoopPacer::turnIfDue()
@@ -35,7 +43,7 @@ bool EventLoopPacer::turn()
     // processEvents() does not tell whether a quit was among the events; running a loop does.
     QMetaObject::invokeMethod(
         &loop, [&loop] { endByItself(loop); }, Qt::QueuedConnection);
-    m_quitting = loop.exec() != ownExit;
+    m_quitting = !runToItsOwnEnd(loop);
     m_sinceTurn.restart();
     return !m_quitting;
 }
@@ -46,7 +54,7 @@ bool EventLoopPacer::waitForFinished(QNetworkReply* reply)
     QObject::connect(reply, &QNetworkReply::finished, &loop, [&loop] { endByItself(loop); });
     // Also for one that has finished already, as a local file's does at once: its signals are still
     // on their way.
-    m_quitting = loop.exec() != ownExit;
+    m_quitting = !runToItsOwnEnd(loop);
     m_sinceTurn.restart();
     if (m_quitting && !reply->isFinished())
         reply->abort();

@@ -42,6 +42,12 @@ bool writesInto(const QString& folder)
 
 #endif
 
+// What Qt does when the last window has been closed.
+void postQuit()
+{
+    QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit));
+}
+
 } // namespace
 
 /// The end of the application ends blocking operations, and nothing is written after it.
@@ -57,6 +63,8 @@ private Q_SLOTS:
     void quittingStopsUnpacking();
     void quittingStopsWritingAndLeavesTheOldFile();
     void quittingWithTheLastFileWritesNoMarker();
+    void endOfTheLastWindowIsNotLostOnTheWayIntoADownload();
+    void endOfTheLastWindowIsNotLostBetweenTwoTurns();
     void worksAgainInALaterMainLoop();
     void knowsWhenTheApplicationEnds();
 };
@@ -210,6 +218,38 @@ void QuittingTest::quittingWithTheLastFileWritesNoMarker()
     }),
                    cancelled);
     QCOMPARE(fixture.files(), QStringList{u"Quelra/partial.package.json.version"_s});
+}
+
+void QuittingTest::endOfTheLastWindowIsNotLostOnTheWayIntoADownload()
+{
+    InstallFixture fixture;
+    fixture.server().route(u"/version"_s, QByteArray("1.0.0"));
+    MainLoopRun loop;
+    VERIFY_FAILURE(loop.run([&](QString* error) {
+        postQuit();
+        fixture.client().fetchText(fixture.server().url(u"/version"_s), error);
+        return false;
+    }),
+                   cancelled);
+    QVERIFY(fixture.client().isQuitting());
+}
+
+void QuittingTest::endOfTheLastWindowIsNotLostBetweenTwoTurns()
+{
+    bool wentOn = true;
+    QTimer::singleShot(0, qApp, [&wentOn] {
+        EventLoopPacer pacer;
+        QTimer closing;
+        closing.setSingleShot(true);
+        QObject::connect(&closing, &QTimer::timeout, &closing, &postQuit);
+        closing.start(1);
+        const QDeadlineTimer deadline(promptly);
+        while (wentOn && !deadline.hasExpired())
+            wentOn = pacer.turnIfDue();
+        QCoreApplication::quit();
+    });
+    QCoreApplication::exec();
+    QVERIFY(!wentOn);
 }
 
 void QuittingTest::worksAgainInALaterMainLoop()
