@@ -15,6 +15,10 @@ import time
 import urllib.parse
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.append(str(ROOT / "tests/support"))
+
+from display import Display  # noqa: E402, F401
+
 BIN = pathlib.Path(os.environ.get("VORNAK_BIN", ROOT / "build" / "release" / "bin"))
 FOLDER = pathlib.Path(os.environ.get("VORNAK_BENCH_FOLDER", ROOT / "build" / "benchmarks"))
 SCALE = float(os.environ.get("VORNAK_BENCH_SCALE", "1"))
@@ -193,24 +197,6 @@ class Player:
 
 def clear_players():
     shutil.rmtree(FOLDER / "players", ignore_errors=True)
-
-
-class Display:
-    """A virtual X display."""
-
-    def __enter__(self):
-        read, write = os.pipe()
-        self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x1024x24", "-nolisten", "tcp"],
-            pass_fds=[write], stderr=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as pipe:
-            self.name = ":" + pipe.readline().strip()
-        return self
-
-    def __exit__(self, *_):
-        self.process.terminate()
-        self.process.wait()
 
 
 def publish(source, tree):
