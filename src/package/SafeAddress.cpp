@@ -11,7 +11,7 @@ bool leadsToAnotherMachine(const QUrl& address)
 {
     if (!address.isLocalFile() && !address.scheme().isEmpty())
         return false;
-    if (address.isLocalFile() && !address.host().isEmpty())
+    if (!address.host().isEmpty())
         return address.host() != QLatin1StringView("localhost");
     const QString path = address.path(QUrl::FullyDecoded);
     const auto isSlash = [](QChar character) { return character == u'/' || character == u'\\'; };

@@ -6,7 +6,8 @@
 /// server may have opened outside the launcher.
 [[nodiscard]] bool isWebAddress(const QUrl& address);
 
-/// Whether an address would be read as a file of another machine: a "file" address with a host
-/// other than "localhost", or a path that begins with two slashes or back slashes. Windows connects
-/// to that machine and proves the player's identity to it, which no server's text may bring about.
+/// Whether an address would be read as a file of another machine: one of the scheme "file", or of
+/// none, with a host other than "localhost" or with a path that begins with two slashes or back
+/// slashes. Windows connects to that machine and proves the player's identity to it, which no
+/// server's text may bring about.
 [[nodiscard]] bool leadsToAnotherMachine(const QUrl& address);

@@ -2,6 +2,7 @@
 
 #include "package/SafeAddress.h"
 #include "package/TransferFailure.h"
+#include "shared/PictureHandler.h"
 
 #include <QNetworkRequest>
 #include <QScrollBar>
@@ -11,12 +12,15 @@ namespace shared {
 
 QTextBrowserWithNetwork::QTextBrowserWithNetwork(QWidget* parent)
     : QTextBrowser(parent)
-{}
+{
+    PictureHandler::install(*document());
+}
 
 QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
 {
+    // Nothing in it, but something: for nothing at all the document would open the file itself.
     if (leadsToAnotherMachine(name))
-        return {};
+        return QByteArray();
     if (type != QTextDocument::ImageResource)
         return QTextBrowser::loadResource(type, name);
     const QUrl address = name.isRelative() ? source().resolved(name) : name;

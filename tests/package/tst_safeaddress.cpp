@@ -44,6 +44,7 @@ void SafeAddressTest::knowsAddressesOfAnotherMachine_data()
     row("file://localhost/a", false);
     row("file://host/share/a", true);
     row("FILE://host/share/a", true);
+    row("//host/share/a", true);
     row("file:////host/share/a", true);
     row("file:\\\\host\\share\\a", true);
     row("file:%5C%5Chost/share/a", true);

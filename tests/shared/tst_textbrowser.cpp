@@ -60,6 +60,8 @@ public:
         return m_changes - before;
     }
 
+    [[nodiscard]] QImage picture() const { return viewport()->grab().toImage(); }
+    [[nodiscard]] QRgb emptyColour() const { return picture().pixel(500, 5); }
     [[nodiscard]] int changes() const { return m_changes; }
     [[nodiscard]] bool showsPictures() const
     {
@@ -71,6 +73,8 @@ private:
 };
 
 } // namespace
+
+Q_DECLARE_METATYPE(HttpAnswer)
 
 class TextBrowserTest : public QObject
 {
@@ -89,6 +93,9 @@ private Q_SLOTS:
     void readsBundledPicturesThroughTheirResolvedAddress();
     void readsLocalPicturesByTheAddressAsGiven();
     void asksNoOtherMachineForItsFiles();
+    void missingPictureLeavesItsPlaceEmpty_data();
+    void missingPictureLeavesItsPlaceEmpty();
+    void nameOfAPictureIsNotReadAsAPath();
     void keepsThePlaceOfWhoeverReadsFurtherDown();
     void leavesEverythingButPicturesToTheBaseClass();
     void sendsNoHeadersOfItsOwn();
@@ -280,7 +287,52 @@ void TextBrowserTest::asksNoOtherMachineForItsFiles()
         browser.loadResource(QTextDocument::ImageResource, QUrl::fromLocalFile(path)).isValid());
     // To Windows the first folder is another machine now.
     for (const int type : {QTextDocument::ImageResource, QTextDocument::StyleSheetResource})
-        QVERIFY(!browser.loadResource(type, QUrl(u"file:////"_s + path)).isValid());
+        QCOMPARE(browser.loadResource(type, QUrl(u"file:////"_s + path)), QVariant(QByteArray()));
+}
+
+void TextBrowserTest::missingPictureLeavesItsPlaceEmpty_data()
+{
+    QTest::addColumn<HttpAnswer>("answer");
+    QTest::addColumn<bool>("drawn");
+    QTest::newRow("there") << HttpAnswer::ok(picture()) << true;
+    QTest::newRow("on its way") << HttpAnswer::stall() << false;
+    QTest::newRow("not found") << HttpAnswer::error(404) << false;
+    QTest::newRow("no picture") << HttpAnswer::ok("no picture") << false;
+}
+
+void TextBrowserTest::missingPictureLeavesItsPlaceEmpty()
+{
+    QFETCH(HttpAnswer, answer);
+    QFETCH(bool, drawn);
+    ScriptedHttpServer server;
+    server.route(u"/a.png"_s, answer);
+    ShownBrowser browser;
+    for (const QString& size : {QString(), u" width=\"80\" height=\"80\""_s}) {
+        browser.setContent(u"<img src=\"%1\"%2>"_s.arg(server.url(u"/a.png"_s).toString(), size));
+        const QImage before = browser.picture();
+        QTRY_VERIFY(server.count(u"/a.png"_s) > 0);
+        QTest::qWait(50);
+        QCOMPARE(before.pixel(20, 20), browser.emptyColour());
+        QCOMPARE(browser.picture().pixel(20, 20) != browser.emptyColour(), drawn);
+        if (drawn)
+            break;
+    }
+}
+
+void TextBrowserTest::nameOfAPictureIsNotReadAsAPath()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"a.png"_s);
+    testfiles::write(path, picture());
+    ShownBrowser browser;
+    browser.setContent(image(QUrl::fromLocalFile(path)));
+    QVERIFY(browser.picture().pixel(20, 20) != browser.emptyColour());
+    // To Windows the first folder is another machine now.
+    const QString rest = path.startsWith(u'/') ? path.sliced(1) : path;
+    for (const QString& name : {u"//"_s + rest, u"file:////"_s + rest}) {
+        browser.setContent(u"<p><img src=\"%1\"></p>"_s.arg(name));
+        QCOMPARE(browser.picture().pixel(20, 20), browser.emptyColour());
+    }
 }
 
 void TextBrowserTest::keepsThePlaceOfWhoeverReadsFurtherDown()

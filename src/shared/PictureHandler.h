@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+#include <QTextObjectInterface>
+
+class QTextDocument;
+
+namespace shared {
+
+/// Draws the pictures of a text document. One that is not there, or is no picture, leaves its place
+/// empty: Qt would draw the sign of a file there, and first try to read the picture's name as the
+/// path of a file, which on Windows may lead to another machine.
+class PictureHandler : public QObject, public QTextObjectInterface
+{
+    Q_OBJECT
+    Q_INTERFACES(QTextObjectInterface)
+
+public:
+    /// Takes over from Qt's own handler, which goes on drawing what is there. Lives as long as the
+    /// document's layout.
+    static void install(QTextDocument& document);
+
+    QSizeF intrinsicSize(QTextDocument* document, int position, const QTextFormat& format) override;
+    void drawObject(QPainter* painter, const QRectF& place, QTextDocument* document, int position,
+                    const QTextFormat& format) override;
+
+private:
+    PictureHandler(QTextObjectInterface* usual, QObject* parent);
+
+    QTextObjectInterface* m_usual;
+};
+
+} // namespace shared
