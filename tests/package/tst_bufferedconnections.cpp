@@ -4,6 +4,7 @@
 #include "support/ScriptedHttpServer.h"
 
 #include <QFile>
+#include <QHostInfo>
 #include <QTest>
 
 #include <utility>
@@ -146,6 +147,9 @@ private Q_SLOTS:
 
     void fetchesFromAHostByItsName()
     {
+        if (QHostInfo::fromName(u"localhost"_s).addresses().isEmpty())
+            QSKIP("this machine does not know localhost; put \"127.0.0.1 localhost\" into "
+                  "/etc/hosts");
         ScriptedHttpServer server;
         server.route(u"/a"_s, "body");
         QUrl url = server.url(u"/a"_s);
