@@ -2,6 +2,8 @@
 
 #include "launcher/LauncherWindow.h"
 
+#include <utility>
+
 /// Counts a flow operation for as long as it is on the stack. Nested event loops deliver clicks to
 /// a flow that is already under way; they must find it so. The last such click is served when the
 /// outermost operation has ended.
@@ -15,7 +17,7 @@ public:
     }
     ~FlowGuard()
     {
-        if (--m_window.flowDepth == 0 && m_window.clickWaits)
+        if (--m_window.flowDepth == 0 && std::exchange(m_window.clickWaits, false))
             QMetaObject::invokeMethod(&m_window, &LauncherWindow::onMainButtonClicked,
                                       Qt::QueuedConnection);
     }

@@ -116,7 +116,8 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
 std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder)
 {
     auto lock = std::make_unique<QLockFile>(folder + QLatin1StringView(".lock"));
-    // A slow line makes it last; it is left behind by a killed launcher only, which shows.
+    // Never too old: a download may take long. One that a killed launcher left names a process that
+    // is gone.
     lock->setStaleLockTime(0);
     if (!lock->tryLock())
         lock.reset();

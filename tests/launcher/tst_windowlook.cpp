@@ -1,56 +1,16 @@
 #include "launcher/WindowFixture.h"
 
 #include <QCheckBox>
-#include <QDesktopServices>
 #include <QFile>
 #include <QGroupBox>
 #include <QLabel>
-#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSettings>
-#include <QSignalSpy>
 #include <QStackedLayout>
 #include <QTextBrowser>
 #include <QTextDocument>
 #include <QTextEdit>
-#include <QTimer>
-
-namespace {
-
-/// Takes what the program asks the desktop to open.
-class LinkCollector : public QObject
-{
-    Q_OBJECT
-
-public:
-    LinkCollector()
-    {
-        for (const QString& scheme : schemes())
-            QDesktopServices::setUrlHandler(scheme, this, "open");
-    }
-    ~LinkCollector() override
-    {
-        for (const QString& scheme : schemes())
-            QDesktopServices::unsetUrlHandler(scheme);
-    }
-
-    [[nodiscard]] QList<QUrl> opened() const { return m_opened; }
-
-public Q_SLOTS:
-    void open(const QUrl& address) { m_opened.append(address); }
-
-private:
-    static QStringList schemes()
-    {
-        return {QStringLiteral("http"), QStringLiteral("https"), QStringLiteral("file"),
-                QStringLiteral("search-ms")};
-    }
-
-    QList<QUrl> m_opened;
-};
-
-} // namespace
 
 class WindowLookTest : public QObject
 {
@@ -61,9 +21,6 @@ private Q_SLOTS:
     void everyWidgetCarriesItsName();
     void opensOnTheLicenceUntilItIsAccepted();
     void licenceIsThereBeforeAndAfterItIsAccepted();
-    void acceptingIsRememberedByTheNextWindow();
-    void checkBoxIsCheckedAtFirstAndWritesEveryToggle();
-    void anyLinkOfTheLabelOpensTheAboutBox();
     void versionSuffixIsTheLastNumber_data();
     void versionSuffixIsTheLastNumber();
     void buttonStyleNamesItsPictures();
@@ -74,9 +31,6 @@ private Q_SLOTS:
     void refreshOffersWhatFitsTheInstallation();
     void refreshClearsTheStatusUnlessBusy();
     void textsOfTheServerAreNoMarkup();
-    void returnPressesTheButtonOnTheLauncherPageOnly();
-    void tabReachesCheckBoxLinksAndAccept();
-    void hintsOpenPagesOfTheWebOnly();
     void hintsWithoutPicturesGiveWayToEmbeddedOnes();
     void hintShowsItsTitleAndPicturesOfTheServer();
 };
@@ -144,50 +98,6 @@ void WindowLookTest::licenceIsThereBeforeAndAfterItIsAccepted()
     fixture.find<QPushButton>("acceptButton")->click();
     WindowFixture next;
     QCOMPARE(next.find<QTextEdit>("eulaEdit")->toPlainText(), licence.toPlainText());
-}
-
-void WindowLookTest::acceptingIsRememberedByTheNextWindow()
-{
-    {
-        WindowFixture fixture;
-        fixture.find<QPushButton>("acceptButton")->click();
-        QCOMPARE(QSettings().value(QStringLiteral("eulaAccepted")), QVariant(true));
-    }
-    WindowFixture next;
-    QCOMPARE(next.find<QStackedLayout>("pageStack")->currentIndex(), 1);
-}
-
-void WindowLookTest::checkBoxIsCheckedAtFirstAndWritesEveryToggle()
-{
-    WindowFixture fixture;
-    auto* box = fixture.find<QCheckBox>("defaultClientCheckBox");
-    QVERIFY(box->isChecked());
-    QVERIFY(!QSettings().contains(QStringLiteral("defaultClient")));
-    box->toggle();
-    QCOMPARE(QSettings().value(QStringLiteral("defaultClient")).toBool(), false);
-    WindowFixture next;
-    QVERIFY(!next.find<QCheckBox>("defaultClientCheckBox")->isChecked());
-    box->toggle();
-    QCOMPARE(QSettings().value(QStringLiteral("defaultClient")).toBool(), true);
-}
-
-void WindowLookTest::anyLinkOfTheLabelOpensTheAboutBox()
-{
-    WindowFixture fixture;
-    fixture.window().show();
-    QString title;
-    QString text;
-    QTimer::singleShot(0, &fixture.window(), [&title, &text] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box);
-        title = box->windowTitle();
-        text = box->text();
-        box->close();
-    });
-    Q_EMIT fixture.find<QLabel>("aboutLabel")->linkActivated(QStringLiteral("elsewhere"));
-    QCOMPARE(title, QStringLiteral("About"));
-    QCOMPARE(text, QStringLiteral("Vornak launcher\n\nSource code, including modifications, at the "
-                                  "Vornak repository."));
 }
 
 void WindowLookTest::versionSuffixIsTheLastNumber_data()
@@ -324,68 +234,6 @@ void WindowLookTest::textsOfTheServerAreNoMarkup()
         label->setText(QStringLiteral("1.0"));
         QCOMPARE(marked, label->sizeHint().height());
     }
-}
-
-void WindowLookTest::returnPressesTheButtonOnTheLauncherPageOnly()
-{
-    WindowFixture fixture;
-    QSignalSpy clicks(fixture.find<QPushButton>("mainButton"), &QPushButton::clicked);
-    fixture.window().show();
-    QTest::keyClick(&fixture.window(), Qt::Key_Return);
-    QCOMPARE(clicks.count(), 0);
-    fixture.find<QPushButton>("acceptButton")->click();
-    QTest::keyClick(&fixture.window(), Qt::Key_Return);
-    QCOMPARE(clicks.count(), 1);
-    QTest::keyClick(fixture.find<QCheckBox>("defaultClientCheckBox"), Qt::Key_Enter);
-    QCOMPARE(clicks.count(), 2);
-    QKeyEvent heldDown(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, true);
-    QApplication::sendEvent(&fixture.window(), &heldDown);
-    QCOMPARE(clicks.count(), 2);
-    fixture.find<QPushButton>("mainButton")->setEnabled(false);
-    QTest::keyClick(&fixture.window(), Qt::Key_Return);
-    QCOMPARE(clicks.count(), 2);
-}
-
-void WindowLookTest::tabReachesCheckBoxLinksAndAccept()
-{
-    WindowFixture fixture;
-    fixture.window().show();
-    fixture.window().activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
-    const auto reached = [&fixture](int steps) {
-        QSet<QString> names;
-        for (int i = 0; i < steps; ++i) {
-            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget()
-                                                        : &fixture.window(),
-                            Qt::Key_Tab);
-            if (QApplication::focusWidget())
-                names.insert(QApplication::focusWidget()->objectName());
-        }
-        return names;
-    };
-    QVERIFY(reached(4).contains(QStringLiteral("acceptButton")));
-    fixture.find<QPushButton>("acceptButton")->click();
-    const QSet<QString> names = reached(8);
-    for (const char* name : {"defaultClientCheckBox", "makerLogoLabel", "aboutLabel"})
-        QVERIFY2(names.contains(QLatin1StringView(name)), name);
-}
-
-void WindowLookTest::hintsOpenPagesOfTheWebOnly()
-{
-    WindowFixture fixture;
-    LinkCollector collector;
-    auto* browser = fixture.find<QTextBrowser>("infoBrowser");
-    for (const char* address : {"http://host.invalid/a", "search-ms:query=a", "file:///etc/passwd",
-                                "relative", "https://host.invalid/b"}) {
-        browser->setHtml(QStringLiteral("<a href=\"%1\">link</a>").arg(QLatin1String(address)));
-        browser->setFocus();
-        browser->moveCursor(QTextCursor::Start);
-        QTest::keyClick(browser, Qt::Key_Tab);
-        QTest::keyClick(browser, Qt::Key_Return);
-        QCOMPARE(browser->toPlainText(), QStringLiteral("link"));
-    }
-    QCOMPARE(collector.opened(), (QList<QUrl>{QUrl(QStringLiteral("http://host.invalid/a")),
-                                              QUrl(QStringLiteral("https://host.invalid/b"))}));
 }
 
 void WindowLookTest::hintsWithoutPicturesGiveWayToEmbeddedOnes()
