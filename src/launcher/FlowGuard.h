@@ -1,6 +1,7 @@
 #pragma once
 
 #include "launcher/LauncherWindow.h"
+#include "package/PackageClient.h"
 
 #include <utility>
 
@@ -17,7 +18,8 @@ public:
     }
     ~FlowGuard()
     {
-        if (--m_window.flowDepth == 0 && std::exchange(m_window.clickWaits, false))
+        if (--m_window.flowDepth == 0 && std::exchange(m_window.clickWaits, false) &&
+            !m_window.packageClient->isQuitting())
             QMetaObject::invokeMethod(&m_window, &LauncherWindow::onMainButtonClicked,
                                       Qt::QueuedConnection);
     }

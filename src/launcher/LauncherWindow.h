@@ -145,6 +145,7 @@ private:
     [[nodiscard]] bool replaceLauncher(const QUrl& url, const OrlPackageDoc& launcher,
                                        QString* error);
     [[nodiscard]] QString fetchVersion(const QUrl& url);
+    [[nodiscard]] OrlPackageDoc fetchDocument(const QUrl& url, QString* error);
     void fetchRemoteState();
     void decide();
     [[nodiscard]] bool updatePackage(QString* error);

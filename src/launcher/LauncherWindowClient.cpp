@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QLabel>
+#include <QMessageBox>
 #include <QProcess>
 #include <QTimer>
 
@@ -39,6 +40,11 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
     process->setStandardErrorFile(QProcess::nullDevice());
 
     connect(process, &QProcess::started, this, &QWidget::hide);
+    connect(process, &QProcess::started, this, [this] {
+        // The About box would stay, over the game.
+        for (QMessageBox* box : findChildren<QMessageBox*>())
+            box->close();
+    });
     connect(process, &QProcess::finished, this,
             [this, restart = requests.restart](int exitCode, QProcess::ExitStatus exitStatus) {
                 onClientFinished(exitCode, exitStatus, restart);

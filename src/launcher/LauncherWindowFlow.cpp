@@ -86,13 +86,18 @@ QString LauncherWindow::fetchVersion(const QUrl& url)
     return url.isEmpty() ? QString() : packageClient->fetchText(url, nullptr);
 }
 
+OrlPackageDoc LauncherWindow::fetchDocument(const QUrl& url, QString* error)
+{
+    return url.isEmpty() ? OrlPackageDoc() : packageClient->fetchPackageDoc(url, error);
+}
+
 // An address that cannot be fetched leaves its text empty, which reads as "not up to date".
 void LauncherWindow::fetchRemoteState()
 {
     remoteVersion = fetchVersion(build.versionurl);
     if (!build.assetsversionurl.isEmpty())
         remoteAssetsHash = fetchVersion(build.assetsversionurl);
-    document = packageClient->fetchPackageDoc(build.url, nullptr);
+    document = fetchDocument(build.url, nullptr);
     if (!document.files.isEmpty())
         filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
 }
@@ -163,7 +168,7 @@ bool LauncherWindow::updatePackage(QString* error)
 {
     OrlPackageDoc wanted = document;
     if (wanted.files.isEmpty() || wanted.version != remoteVersion)
-        wanted = packageClient->fetchPackageDoc(build.url, error);
+        wanted = fetchDocument(build.url, error);
     // Without a folder the records would land wherever the launcher was started.
     const QString folder = packagePath();
     if (!wanted.version.isEmpty() && !folder.isEmpty() &&

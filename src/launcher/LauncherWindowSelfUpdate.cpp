@@ -22,13 +22,15 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     const QString version = fetchVersion(selected->versionurl);
     if (version.isEmpty() || version == buildvalues::launcherVersion())
         return false;
-    const OrlPackageDoc launcher = packageClient->fetchPackageDoc(selected->url, nullptr);
+    const OrlPackageDoc launcher = fetchDocument(selected->url, nullptr);
     if (launcher.version.isEmpty() || packageClient->isQuitting())
         return false;
     // What is offered is here already when it was built with another version than it is offered as,
     // or when another launcher has put it here. It would be fetched again at each start.
     if (!packageClient->hasMissingFiles(launcher, QCoreApplication::applicationDirPath()))
         return false;
+    if (packageClient->isQuitting())
+        return true;
 
     setBusy(true, QStringLiteral("UPDATING"));
     elapsed.start();
@@ -55,8 +57,9 @@ bool LauncherWindow::replaceLauncher(const QUrl& url, const OrlPackageDoc& launc
     const QString program = pathBelowFolder(folder, launcher.executable);
     {
         // A player who starts two launchers at once gets one new one.
-        const auto lock = lockSelfUpdate(target);
-        if (!lock)
+        const auto lock = lockSelfUpdate(target, error);
+        if (!lock || !packageClient->hasMissingFiles(launcher, folder) ||
+            packageClient->isQuitting())
             return false;
         QDir(target).removeRecursively();
         if (!packageClient->installPackage(url, launcher, target, error) ||

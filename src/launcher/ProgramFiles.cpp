@@ -11,6 +11,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -49,8 +50,11 @@ bool copyToDisk(const QString& from, const QString& to, const TurnFunction& turn
     if (!in.open(QIODevice::ReadOnly))
         return false;
     const QByteArray bytes = in.readAll();
-    return bytes.size() == in.size() && replaceFile(to, bytes, turn) &&
-           QFile::setPermissions(to, in.permissions());
+    if (bytes.size() != in.size() || !replaceFile(to, bytes, turn))
+        return false;
+    // Not every file system knows them.
+    QFile::setPermissions(to, in.permissions());
+    return true;
 }
 
 bool replaceProgramFile(const QString& source, const QString& destination, const TurnFunction& turn)
@@ -113,15 +117,17 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
     return true;
 }
 
-std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder)
+std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder, QString* error)
 {
     auto lock = std::make_unique<QLockFile>(folder + QLatin1StringView(".lock"));
-    // Never too old: a download may take long. One that a killed launcher left names a process that
-    // is gone.
-    lock->setStaleLockTime(0);
-    if (!lock->tryLock())
-        lock.reset();
-    return lock;
+    // One that a killed launcher left names a process that is gone. What names none, or one of
+    // another machine, counts for a day, in which every download has come to an end.
+    lock->setStaleLockTime(std::chrono::milliseconds(std::chrono::hours(24)).count());
+    if (lock->tryLock())
+        return lock;
+    if (error && lock->error() != QLockFile::LockFailedError)
+        *error = unwritableText(folder);
+    return nullptr;
 }
 
 void settleProgramFiles(const QString& source, const QString& destination)

@@ -12,9 +12,11 @@
 [[nodiscard]] QString selfUpdateFolder(const QString& dataFolder);
 
 /// Keeps other launchers from writing to that folder and from copying out of it, until the lock
-/// goes. Null when another one is at work. On disk meanwhile: a file of the folder's name with the
-/// added ending ".lock"; one that a killed launcher left does not count.
-[[nodiscard]] std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder);
+/// goes. Null when another one is at work, and with an `error` when no lock can be made at all. On
+/// disk meanwhile: a file of the folder's name with the added ending ".lock". One that a killed
+/// launcher left does not count, or not for longer than a day when it is damaged.
+[[nodiscard]] std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder,
+                                                        QString* error = nullptr);
 
 /// Copies the files of a newly installed launcher over the program's own folder, hidden files and
 /// the installation's own records ("package.json", "assets.json", "assets.json.sha256" at the top)

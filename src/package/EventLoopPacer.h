@@ -19,8 +19,7 @@ public:
     [[nodiscard]] bool turnIfDue();
 
     /// Runs the event loop until the reply says that it has finished, which it must not have done
-    /// yet. When the program ends before that, the
-    /// reply is aborted and the result is false.
+    /// yet. When the program ends before that, the reply is aborted and the result is false.
     [[nodiscard]] bool waitForFinished(QNetworkReply* reply);
 
     /// Whether the last turn or wait was ended by the program's end.

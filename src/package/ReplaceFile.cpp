@@ -38,7 +38,7 @@ FileReplacement::FileReplacement(const QString& path)
 {}
 
 // Two launchers may be at work. The file of one that still writes cannot be removed, so that the
-// other fails instead of writing into it.
+// other waits, and fails in the end, instead of writing into it.
 bool FileReplacement::open()
 {
     m_fresh.remove();
@@ -52,12 +52,23 @@ void FileReplacement::prepare() {}
 bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
 {
     const QFileInfo old(m_path);
-    if ((old.exists() && (old.isDir() || !old.isWritable())) || !open())
+    if (old.exists() && (old.isDir() || !old.isWritable()))
+        return false;
+    // A virus scanner may hold what a killed launcher left.
+    const auto begin = [this] {
+        return open() ? FileAttempt::Done
+                      : (m_fresh.exists() ? FileAttempt::Held : FileAttempt::Failed);
+    };
+    if (!tryWhileHeld(begin, turn))
         return false;
     const bool written = write(bytes, turn) && windowsfiles::flushToDisk(m_fresh);
     m_fresh.close();
-    if (written &&
-        tryWhileHeld([this] { return windowsfiles::moveOver(m_fresh.fileName(), m_path); }, turn))
+    // Closed, it may give way to that of another launcher, which may not be whole.
+    const auto finish = [this, &bytes] {
+        return m_fresh.size() == bytes.size() ? windowsfiles::moveOver(m_fresh.fileName(), m_path)
+                                              : FileAttempt::Failed;
+    };
+    if (written && tryWhileHeld(finish, turn))
         return true;
     m_fresh.remove();
     return false;

@@ -11,7 +11,7 @@
 /// looks, or looks again after this was killed, finds the old file or the new one. Unless commit()
 /// comes to its end the old file is untouched and nothing else is left behind; on Windows a program
 /// that is killed in the middle of it leaves a file with the added ending VORNAK_FRESH_SUFFIX,
-/// which the next attempt takes over.
+/// which the next attempt removes.
 class FileReplacement
 {
 public:

@@ -2,10 +2,20 @@
 Conventions Manual", section 4.2.8.1."""
 
 import ctypes
+import time
+
+from waiting import PATIENCE
 
 SUBSTRUCTURE_NOTIFY_MASK = 1 << 19
 MAP_NOTIFY = 19
 CLIENT_MESSAGE = 33
+
+
+# By default an error ends the whole program, without its clearing up; a window that has gone by
+# itself is none here.
+@ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p, ctypes.c_void_p)
+def _ignore_error(_display, _error):
+    return 0
 
 
 class _Event(ctypes.Structure):
@@ -21,6 +31,7 @@ class Closer:
 
     def __init__(self, display):
         self.x11 = ctypes.CDLL("libX11.so.6")
+        self.x11.XSetErrorHandler(_ignore_error)
         self.x11.XOpenDisplay.restype = ctypes.c_void_p
         self.x11.XDefaultRootWindow.restype = ctypes.c_ulong
         self.x11.XInternAtom.restype = ctypes.c_ulong
@@ -40,9 +51,13 @@ class Closer:
 
     def close_next_at_once(self):
         """Waits for the next window that comes up and asks it to close right then."""
+        end = time.monotonic() + PATIENCE
         event = _Event()
         while event.type != MAP_NOTIFY:
-            self.x11.XNextEvent(self.display, ctypes.byref(event))
+            if self.x11.XPending(self.display):
+                self.x11.XNextEvent(self.display, ctypes.byref(event))
+            elif time.monotonic() > end:
+                raise AssertionError("no window came up")
         self.close(event.message_or_mapped_window)
 
     def _atom(self, name):

@@ -216,11 +216,15 @@ void FlowTest::clickDuringAnUpdateDoesNothing()
 void FlowTest::missingAddressesAreNotAskedFor()
 {
     FlowFixture fixture;
-    fixture.tree.metadata.packages.first().builds.first().versionurl.clear();
+    LauncherBuild& build = fixture.tree.metadata.packages.first().builds.first();
+    build.versionurl.clear();
+    build.url.clear();
     // What many servers have there.
     fixture.server.route(u"/"_s, QByteArray("<html>welcome</html>"));
     fixture.publishAndLoad();
     QCOMPARE(fixture.find<QLabel>("versionLabel")->text(), QString());
+    fixture.click();
+    QCOMPARE(fixture.mode(), u"Download"_s);
     QCOMPARE(fixture.server.count(u"/"_s), 0);
 }
 

@@ -1,6 +1,7 @@
 #include "launcher/ProgramFiles.h"
 #include "support/TestFiles.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -71,6 +72,9 @@ private Q_SLOTS:
     void settlesWhatAKilledReplacementLeftBehind();
     void settlesNothingWithoutSource();
     void settlesOnlyWhatBelongsToTheProgram();
+    void waitsForTheLauncherThatReplacesItself();
+    void damagedLockCountsForADay();
+    void saysWhenThereCanBeNoLock();
 
 private:
     QString source(const QString& name = {}) const
@@ -244,6 +248,51 @@ void TestProgramFiles::settlesOnlyWhatBelongsToTheProgram()
         write(program(name), "x");
     settleProgramFiles(source(), program());
     QCOMPARE(names(program()), others);
+}
+
+void TestProgramFiles::waitsForTheLauncherThatReplacesItself()
+{
+    const QString from = m_folder->filePath(QStringLiteral("new"));
+    const QString to = m_folder->filePath(QStringLiteral("app"));
+    write(source(programName), "new");
+    write(program(programName + QLatin1StringView(".vornak-new")), "half made");
+    QString error;
+    {
+        const auto other = lockSelfUpdate(from);
+        QVERIFY(other);
+        QVERIFY(!lockSelfUpdate(from, &error));
+        settleProgramFiles(from, to);
+        QCOMPARE(names(to).size(), 1);
+    }
+    // Another one at work is nothing to complain about.
+    QCOMPARE(error, QString());
+    settleProgramFiles(from, to);
+    QCOMPARE(names(to), QStringList());
+    QVERIFY(lockSelfUpdate(from));
+}
+
+void TestProgramFiles::damagedLockCountsForADay()
+{
+    const QString folder = m_folder->filePath(QStringLiteral("self-update"));
+    const QString path = folder + QLatin1StringView(".lock");
+    for (const char* content : {"", "garbage", "1\nelsewhere\nanother-machine\n"}) {
+        write(path, content);
+        QVERIFY(!lockSelfUpdate(folder));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-2),
+                                 QFileDevice::FileModificationTime));
+        file.close();
+        QVERIFY(lockSelfUpdate(folder));
+    }
+}
+
+void TestProgramFiles::saysWhenThereCanBeNoLock()
+{
+    const QString folder = m_folder->filePath(QStringLiteral("missing/self-update"));
+    QString error;
+    QVERIFY(!lockSelfUpdate(folder, &error));
+    QVERIFY(error.contains(folder));
 }
 
 int main(int argc, char* argv[])

@@ -22,6 +22,7 @@ private Q_SLOTS:
     void quittingEndsATransferUnderAnotherPageOrBox();
     void clickUnderTheAboutBoxDoesNotDisturbTheFlow();
     void aboutBoxDoesNotHoldUpAnUpdate();
+    void aboutBoxGoesWhenTheGameStarts();
 };
 
 void WindowEndTest::windowMayGoWhileItsClientRuns()
@@ -143,6 +144,21 @@ void WindowEndTest::aboutBoxDoesNotHoldUpAnUpdate()
     const QPointer<QMessageBox> gone(box);
     box->button(QMessageBox::Ok)->click();
     QTRY_VERIFY(!gone);
+}
+
+void WindowEndTest::aboutBoxGoesWhenTheGameStarts()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    fixture.window().show();
+    fixture.server.setRequestHook([&](const QString&) {
+        if (!QApplication::activeModalWidget())
+            Q_EMIT fixture.find<QLabel>("aboutLabel")->linkActivated(u"about"_s);
+    });
+    fixture.window().runUpdate(true);
+    QTRY_VERIFY(fixture.clientHasStarted());
+    QTRY_VERIFY(fixture.window().isHidden());
+    QTRY_VERIFY(fixture.window().findChildren<QMessageBox*>().isEmpty());
 }
 
 VORNAK_WIDGET_TEST_MAIN(WindowEndTest)
