@@ -19,7 +19,7 @@ class Closing(kit.EndToEnd):
         self.closer = Closer(self.display.name)
 
     def assert_ends_soon(self):
-        self.assertEqual(self.launcher.ended(seconds=5), 0)
+        self.assertEqual(self.launcher.ended(seconds=10), 0)
         self.assertIsNone(self.launcher.marker("package.json.version"))
 
     def test_as_soon_as_it_shows(self):
