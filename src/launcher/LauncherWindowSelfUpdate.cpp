@@ -23,7 +23,7 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     if (version.isEmpty() || version == buildvalues::launcherVersion())
         return false;
     const OrlPackageDoc launcher = fetchDocument(selected->url, nullptr);
-    if (launcher.version.isEmpty() || packageClient->isQuitting())
+    if (launcher.version.isEmpty())
         return false;
     // What is offered is here already when it was built with another version than it is offered as,
     // or when another launcher has put it here. It would be fetched again at each start.

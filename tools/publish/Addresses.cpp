@@ -1,5 +1,6 @@
 #include "publish/Addresses.h"
 
+#include "package/SafeAddress.h"
 #include "package/Unpack.h"
 
 #include <QUrl>
@@ -69,9 +70,7 @@ QString onServer(const QString& address)
 QString publicUrlFault(const QString& url)
 {
     const QUrl parsed(url, QUrl::StrictMode);
-    if (!parsed.isValid() || parsed.host().isEmpty() ||
-        (parsed.scheme() != QLatin1StringView("http") &&
-         parsed.scheme() != QLatin1StringView("https")))
+    if (!isWebAddress(parsed) || parsed.host().isEmpty())
         return QStringLiteral("'%1' is not an http or https address").arg(url);
     if (!std::all_of(url.begin(), url.end(), isAddressCharacter))
         return QStringLiteral("the public address may hold only plain ASCII without '%', '#', '?'");
