@@ -27,14 +27,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Qt's code generators are the machine's own, of the same version.
-set(QT_HOST_PATH /usr CACHE PATH "")
-execute_process(COMMAND dpkg-architecture -qDEB_HOST_MULTIARCH
-    OUTPUT_VARIABLE host_triplet OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
-if(NOT host_triplet)
-    set(host_triplet x86_64-linux-gnu)
-endif()
-set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${host_triplet}/cmake CACHE PATH "")
+# Qt's code generators lie beside its libraries: the machine's own may be of another version.
+set(QT_HOST_PATH ${VORNAK_WINDOWS_PREFIX}/host CACHE PATH "")
+set(QT_HOST_PATH_CMAKE_DIR ${VORNAK_WINDOWS_PREFIX}/host/lib/cmake CACHE PATH "")
+# Debian's Qt links no plugin by itself; a static program would have no window system.
+set(QT_SKIP_AUTO_PLUGIN_INCLUSION OFF CACHE BOOL "")
 
 # Tests are Windows programs as well.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/run-program)
