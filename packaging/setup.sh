@@ -11,39 +11,44 @@ die() {
     exit 1
 }
 
-as_root() {
-    if [ "$(id -u)" = 0 ]; then
-        "$@"
-    elif command -v sudo >/dev/null; then
-        sudo "$@"
-    else
-        die "packages are missing and this needs root; as root, run: $*"
-    fi
-}
-
-# Installs what is missing of the packages that the given list names.
+# Installs what is missing of the packages that the given list names. On a system without Debian's
+# package tools, says what is needed and leaves the rest to its owner.
 install_packages() {
     local list=$1 missing=() package
+    if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+        say "No Debian package tools here; needed are what Debian calls:" \
+            "$(grep -v '^#' "$list" | xargs)"
+        return
+    fi
     while read -r package; do
         dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' ||
             missing+=("$package")
     done < <(grep -v '^#' "$list")
     if [ ${#missing[@]} = 0 ]; then
-        say "Debian packages: all there"
+        say "Debian packages of ${list#"$root"/}: all there"
         return
     fi
-    say "Debian packages: installing ${missing[*]}"
-    as_root apt-get -q update
-    as_root env DEBIAN_FRONTEND=noninteractive \
-        apt-get -q install -y --no-install-recommends "${missing[@]}"
+    local install=("$root/packaging/install-packages" "${missing[@]}")
+    if [ "$(id -u)" = 0 ]; then
+        say "Debian packages: installing ${missing[*]}"
+        "${install[@]}"
+    elif command -v sudo >/dev/null; then
+        say "Debian packages: installing ${missing[*]}, with sudo"
+        sudo "${install[@]}"
+    else
+        die "packages are missing. As root, run this line, then try again:
+$(printf '%q ' "${install[@]}")"
+    fi
 }
 
 # Configures and builds a preset; quick when nothing has changed.
+#   VORNAK_WARNINGS_AS_ERRORS=ON   a warning of the compiler fails the build, as it does in CI
 build_preset() {
     local preset=$1
     say "Building preset $preset"
     local output
-    output=$(cd "$root" && cmake --preset "$preset" 2>&1) || {
+    output=$(cd "$root" && cmake --preset "$preset" \
+        -DVORNAK_WARNINGS_AS_ERRORS="${VORNAK_WARNINGS_AS_ERRORS:-OFF}" 2>&1) || {
         printf '%s\n' "$output" >&2
         die "configuring failed"
     }

@@ -4,6 +4,7 @@
 #include "launcher/LauncherWindow.h"
 #include "launcher/ProgramFiles.h"
 #include "package/PackageClient.h"
+#include "package/Utf8Locale.h"
 #include "shared/BuildValues.h"
 
 #include <QApplication>
@@ -44,7 +45,9 @@ void findFontsMeanwhile()
 
 int main(int argc, char* argv[])
 {
+    Utf8Locale locale;
     const QApplication application(argc, argv);
+    locale.restoreEnvironment();
     if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
         QApplication::setStyle(style);
     QApplication::setPalette(duskPalette());

@@ -187,6 +187,16 @@ class EndToEnd(unittest.TestCase):
         self.addCleanup(self.launcher.kill)
 
 
+def kill_programs(binary):
+    """Ends every process that was started as this program."""
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if (process / "cmdline").read_bytes().split(b"\0")[0] == os.fsencode(binary):
+                os.kill(int(process.name), signal.SIGTERM)
+        except (FileNotFoundError, ProcessLookupError, PermissionError):
+            pass  # ended meanwhile, or another user's
+
+
 def noise(seed, size):
     """Bytes that no packer makes smaller, the same for the same seed."""
     import random

@@ -2,8 +2,10 @@
 
 import gzip
 import http.client
+import itertools
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -103,6 +105,11 @@ class Server(publishkit.PublishTest):
 
 
 class ProductionSite(unittest.TestCase):
+    def listen_in(self, folder):
+        """Replaces each port by a socket in that folder."""
+        numbers = itertools.count()
+        return lambda _: f"listen unix:{folder}/{next(numbers)}.socket"
+
     def test_nginx_accepts_it(self):
         if not shutil.which("openssl"):
             self.skipTest("openssl is missing; on Debian: apt-get install openssl")
@@ -115,10 +122,9 @@ class ProductionSite(unittest.TestCase):
             shutil.copy(SERVER / "vornak-content.conf", folder / "snippets")
             site = (SERVER / "vornak-site.conf").read_text()
             site = site.replace("/etc/ssl/quelra", str(folder))
-            # Testing opens the ports; the real ones belong to root.
-            for port, other in (("443", "48443"), ("80", "48080")):
-                site = site.replace(f"listen {port}", f"listen {other}")
-                site = site.replace(f"[::]:{port}", f"[::]:{other}")
+            # Testing opens what it listens on; the real ports belong to root, and any other may be
+            # somebody's.
+            site = re.sub(r"listen (?:\[::\]:)?(\d+)", self.listen_in(folder), site)
             (folder / "nginx.conf").write_text(
                 f"pid {folder}/pid; error_log stderr; events {{}}\n"
                 f"http {{ access_log off;\n{site}\n}}\n")

@@ -46,7 +46,7 @@ class SelfUpdate(kit.EndToEnd):
         # The new one runs by itself, finds itself current and waits for the player.
         wait_for(lambda: self.site.requests().count("/launcher/quelrametadata.json") == 2,
                  "the new launcher")
-        subprocess.run(["pkill", "-f", str(self.launcher.binary)], check=True)
+        kit.kill_programs(self.launcher.binary)
         self.assertEqual(len(self.launcher.records()), 1)
 
 

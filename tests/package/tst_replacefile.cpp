@@ -210,7 +210,7 @@ void TestReplaceFile::waitsUntilTheFileIsReleased()
         return true;
     }));
     QVERIFY(clock.elapsed() >= 700);
-    QVERIFY2(turnsWhileHeld > 20, qPrintable(QString::number(turnsWhileHeld)));
+    QVERIFY2(turnsWhileHeld >= 2, qPrintable(QString::number(turnsWhileHeld)));
     QCOMPARE(read(path), QByteArray("new"));
     QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
 }
@@ -224,8 +224,7 @@ void TestReplaceFile::keepsOldFileThatStaysOpen()
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!replaceFile(path, "new"));
-    QVERIFY2(clock.elapsed() >= 2000 && clock.elapsed() < 4000,
-             qPrintable(QString::number(clock.elapsed())));
+    QVERIFY2(clock.elapsed() >= 2000, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(read(path), QByteArray("old"));
     QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
 }
@@ -238,7 +237,8 @@ void TestReplaceFile::refusesReadOnlyFileAtOnce()
     QElapsedTimer clock;
     clock.start();
     QVERIFY(!replaceFile(path, "new"));
-    QVERIFY(clock.elapsed() < 1000);
+    // Less than the patience with a file that is held.
+    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
     QCOMPARE(read(path), QByteArray("old"));
     QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
                                     QFileDevice::ReadUser | QFileDevice::WriteUser);

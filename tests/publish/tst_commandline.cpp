@@ -20,9 +20,11 @@ struct Outcome
     QString errors;
 };
 
-Outcome runProgram(const QStringList& arguments)
+Outcome runProgram(const QStringList& arguments, const QProcessEnvironment& environment =
+                                                  QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(VORNAK_PUBLISH_PROGRAM), arguments);
     if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
         return {};
@@ -46,6 +48,8 @@ private Q_SLOTS:
     void jsonTellsFaults();
     void packsTheSameWhateverTheThreadsAndTheMemory();
     void strongestLevelIsTheDefault();
+    void saysNothingOfTheLocale_data();
+    void saysNothingOfTheLocale();
 };
 
 void CommandLineTest::tellsWrongUsage_data()
@@ -210,6 +214,26 @@ void CommandLineTest::strongestLevelIsTheDefault()
     };
     QCOMPARE(publishAt({}), publishAt({u"--level"_s, u"8e"_s}));
     QVERIFY(publishAt({}) != publishAt({u"--level"_s, u"0"_s}));
+}
+
+void CommandLineTest::saysNothingOfTheLocale_data()
+{
+    QTest::addColumn<QString>("variable");
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"})
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+// A nightly job has no UTF-8 locale, and mails whatever is written to standard error.
+void CommandLineTest::saysNothingOfTheLocale()
+{
+    QFETCH(QString, variable);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const QString& name : {u"LC_ALL"_s, u"LC_CTYPE"_s, u"LANG"_s})
+        environment.remove(name);
+    environment.insert(variable, u"C"_s);
+    const Outcome outcome = runProgram({u"--version"_s}, environment);
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.errors, QString());
 }
 
 VORNAK_TEST_MAIN(CommandLineTest)

@@ -1,3 +1,4 @@
+#include "package/Utf8Locale.h"
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
 #include "shared/BuildValues.h"
@@ -44,7 +45,9 @@ QString helpText()
 
 int main(int argc, char* argv[])
 {
+    Utf8Locale locale;
     const QCoreApplication application(argc, argv);
+    locale.restoreEnvironment();
     const QStringList arguments = QCoreApplication::arguments().sliced(1);
     const QString first = arguments.value(0);
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
