@@ -17,6 +17,8 @@ IsolatedHome::IsolatedHome()
         QDir().mkpath(folder);
         qputenv(variable, QFile::encodeName(folder));
     }
+    // A folder that nobody else may read, or Qt makes one of its own among the temporary ones.
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_folder.path()));
 #ifndef Q_OS_WIN
     // The static Qt for Windows has one platform, Windows itself.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))

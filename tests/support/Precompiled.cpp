@@ -1,0 +1,1 @@
+// Nothing: what counts is the headers that are compiled in front of it.
