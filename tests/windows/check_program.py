@@ -7,6 +7,7 @@ Windows does not bring."""
 
 import argparse
 import pathlib
+import re
 import struct
 import sys
 
@@ -14,8 +15,8 @@ import sys
 SYSTEM_DLLS = {
     "advapi32", "authz", "bcrypt", "comdlg32", "crypt32", "d3d11", "d3d9", "dnsapi", "dwmapi",
     "dwrite", "dxgi", "gdi32", "imm32", "iphlpapi", "kernel32", "mpr", "msvcrt", "ncrypt", "netapi32",
-    "ole32", "oleaut32", "secur32", "shcore", "shell32", "shlwapi", "user32", "userenv", "uxtheme",
-    "version", "winhttp", "winmm", "winspool.drv", "ws2_32", "wtsapi32"}
+    "ole32", "oleaut32", "secur32", "setupapi", "shcore", "shell32", "shlwapi", "user32", "userenv",
+    "uxtheme", "version", "winhttp", "winmm", "winspool.drv", "ws2_32", "wtsapi32"}
 MANIFEST_WORDS = ("asInvoker", "PerMonitorV2", "longPathAware", "UTF-8",
                   "8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a")
 X86_64, GUI, PE32_PLUS = 0x8664, 2, 0x20B
@@ -122,6 +123,19 @@ def faults(program, version):
         yield f"its version is not {version}"
 
 
+def faults_of_notices(notices, program):
+    """The libraries that the notices name are those that the program is made of."""
+    text = notices.read_text()
+    qt = re.search(r"^Qt (\d+\.\d+\.\d+) ", text, re.MULTILINE)
+    if not qt or f"Qt {qt[1]} (".encode() not in program.data:
+        yield "names another Qt than the program holds"
+    if "@" in text:
+        yield "names something without its version"
+    for name in re.findall(r"\b[a-z0-9.-]+\.txt\b", text):
+        if not (notices.parent / "licences" / name).is_file():
+            yield f"{name} is missing"
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("programs", nargs="+", type=pathlib.Path)
@@ -132,6 +146,11 @@ def main():
         for fault in faults(Program(path), arguments.version):
             print(f"{path.name}: {fault}")
             bad = True
+        notices = path.parent / "third-party-notices.txt"
+        if path.name == "vornak-launcher.exe":
+            for fault in faults_of_notices(notices, Program(path)):
+                print(f"{notices.name}: {fault}")
+                bad = True
     return bad
 
 
