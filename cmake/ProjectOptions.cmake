@@ -12,10 +12,11 @@ target_compile_definitions(project_options INTERFACE
     QT_NO_URL_CAST_FROM_STRING
     QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 
-# A static library of one source folder, included from the root "src/".
+# A static library of one source folder, included from the root "src/". One with QObjects of its own
+# turns AUTOMOC on; looking for them costs two build steps.
 function(vornak_add_library name)
     add_library(${name} STATIC ${ARGN})
-    set_target_properties(${name} PROPERTIES AUTOMOC ON CXX_EXTENSIONS OFF)
+    set_target_properties(${name} PROPERTIES CXX_EXTENSIONS OFF)
     target_include_directories(${name} PUBLIC
         $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>)
     target_compile_features(${name} PUBLIC cxx_std_20)
