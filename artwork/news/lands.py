@@ -5,7 +5,7 @@ import math
 import numpy as np
 
 from paint.canvas import clouds, mix, ramp, smooth
-from paint.letters import quad, spark
+from paint.letters import ellipse, quad, spark
 
 from .tile import DUSK, HALL, NIGHT, Tile
 
@@ -48,22 +48,33 @@ def together():
     t.lamp(40, 60, 40, halo=0.7)
     t.ridge([(0, 34), (16, 28), (36, 36), (58, 27), (80, 33)], (44, 38, 60), seed=2, light=0.1)
     t.ridge([(0, 52), (40, 49), (80, 52)], (46, 36, 44), seed=6, light=0.35)
-    # The one behind the fire looks at us, the others are seen from the side.
-    back = lambda c: (c.move_to(27, 66), c.curve_to(28, 52, 32, 46, 35, 43), c.line_to(45, 43), c.curve_to(48, 46, 52, 52, 53, 66), c.close_path(), c.fill())
-    hood = lambda c: (c.move_to(40, 24), c.curve_to(46, 27, 49, 34, 47.5, 41), c.curve_to(45.4, 47, 34.6, 47, 32.5, 41), c.curve_to(31, 34, 34, 27, 40, 24), c.close_path(), c.fill())
-    face = lambda c: (c.move_to(40, 30.4), c.curve_to(44, 32.4, 44.6, 38, 43, 41.4), c.curve_to(41.6, 43.6, 38.4, 43.6, 37, 41.4), c.curve_to(35.4, 38, 36, 32.4, 40, 30.4), c.close_path(), c.fill())
-    t.form(back, (78, 56, 48), 2.4, 0.9, 0.35)
-    t.form(hood, (84, 62, 52), 2.0, 0.9, 0.45)
-    t.over((30, 20, 24), t.shape(face))
-    t.over((190, 112, 66), 0.8 * t.shape(face) * smooth(36, 43, t.y))
-    for x, f, cloak in ((14, 1, (76, 52, 66)), (66, -1, (52, 64, 76))):
-        body = lambda c: (c.move_to(x - 14 * f, 80), c.curve_to(x - 14 * f, 58, x - 9 * f, 50, x - 4 * f, 45), c.line_to(x + 4 * f, 45), c.curve_to(x + 8 * f, 52, x + 9 * f, 56, x + 11 * f, 60), c.curve_to(x + 17 * f, 64, x + 19 * f, 70, x + 19 * f, 80), c.close_path(), c.fill())
-        hood = lambda c: (c.move_to(x - 7 * f, 48), c.curve_to(x - 11 * f, 40, x - 9 * f, 33, x - 5 * f, 29), c.curve_to(x - 1 * f, 27, x + 5 * f, 30, x + 7.4 * f, 36), c.curve_to(x + 6 * f, 42, x + 4 * f, 46, x + 2 * f, 48.4), c.curve_to(x - 2 * f, 50, x - 5 * f, 50, x - 7 * f, 48), c.close_path(), c.fill())
-        face = lambda c: (c.move_to(x + 4.6 * f, 34.4), c.curve_to(x + 7.2 * f, 36.4, x + 7.6 * f, 38.4, x + 8.6 * f, 40), c.curve_to(x + 7.4 * f, 41, x + 7.2 * f, 43.4, x + 5.4 * f, 45.4), c.curve_to(x + 3.4 * f, 43.4, x + 3 * f, 38.4, x + 4.6 * f, 34.4), c.close_path(), c.fill())
+    # The one behind the fire looks at us, the others are seen from the side. All wear pointed
+    # hoods whose rims catch the fire, and all have faces: they are company, not ghosts.
+    skin, brow = (222, 152, 106), (52, 32, 30)
+    back = lambda c: (c.move_to(25, 68), c.curve_to(26, 54, 30, 48, 35, 44), c.line_to(45, 44), c.curve_to(50, 48, 54, 54, 55, 68), c.close_path(), c.fill())
+    hood = lambda c: (c.move_to(40, 19), c.curve_to(45, 23, 50, 31, 49.6, 39), c.curve_to(49.4, 44, 47, 48, 44.6, 50), c.line_to(35.4, 50), c.curve_to(33, 48, 30.6, 44, 30.4, 39), c.curve_to(30, 31, 35, 23, 40, 19), c.close_path(), c.fill())
+    gap = lambda c: (ellipse(c, 40, 38.4, 6.8, 8.6), c.fill())
+    t.form(back, (92, 66, 52), 2.4, 0.9, 0.35)
+    t.form(hood, (104, 74, 56), 2.0, 0.9, 0.45)
+    t.over((34, 22, 24), t.shape(gap))
+    face = t.shape(lambda c: (ellipse(c, 40, 39.6, 5.2, 6.8), c.fill()))
+    t.over(ramp([(33, (96, 58, 50)), (38, (170, 106, 76)), (45, (244, 176, 118))], t.y), face)
+    t.over(brow, 0.8 * t.shape(lambda c: (ellipse(c, 37.7, 38, 1.3, 0.8), c.fill(), ellipse(c, 42.3, 38, 1.3, 0.8), c.fill())))
+    t.over((128, 74, 58), 0.7 * t.shape(lambda c: (c.set_line_width(0.9), c.move_to(40.2, 38.4), c.line_to(40.6, 41), c.stroke())))
+    t.over((116, 52, 44), 0.8 * t.shape(lambda c: (c.set_line_width(0.9), c.move_to(38.2, 43), c.curve_to(39.4, 44, 40.8, 44, 42, 43), c.stroke())))
+    for x, f, cloak in ((14, 1, (100, 62, 80)), (66, -1, (62, 80, 96))):
+        body = lambda c: (c.move_to(x - 14 * f, 80), c.curve_to(x - 14 * f, 62, x - 11 * f, 54, x - 5 * f, 49), c.line_to(x + 4 * f, 49), c.curve_to(x + 8 * f, 54, x + 9 * f, 58, x + 11 * f, 62), c.curve_to(x + 15 * f, 65, x + 17 * f, 71, x + 17 * f, 80), c.close_path(), c.fill())
+        profile = lambda c: (c.move_to(x + 2 * f, 34), c.curve_to(x + 6 * f, 34, x + 7.6 * f, 36, x + 7.6 * f, 38.6), c.line_to(x + 10.2 * f, 42.2), c.line_to(x + 8 * f, 43.2), c.line_to(x + 8.4 * f, 45), c.curve_to(x + 8.4 * f, 48, x + 6 * f, 49.4, x + 2 * f, 48.6), c.close_path(), c.fill())
+        hood = lambda c: (c.move_to(x - 11 * f, 23), c.curve_to(x - 7 * f, 25.6, x - 3 * f, 26, x + 2 * f, 28), c.curve_to(x + 5.4 * f, 29.2, x + 6.6 * f, 32, x + 6.4 * f, 34.4), c.curve_to(x + 4.2 * f, 38, x + 3.8 * f, 44, x + 5 * f, 51), c.curve_to(x - 1 * f, 54, x - 6 * f, 53, x - 9 * f, 51), c.curve_to(x - 9.4 * f, 44, x - 7.6 * f, 34, x - 11 * f, 23), c.close_path(), c.fill())
+        rim = lambda c: (c.set_line_width(1.5), c.set_line_cap(1), c.move_to(x + 5.6 * f, 33.6), c.curve_to(x + 3.4 * f, 38, x + 3.2 * f, 44, x + 4.4 * f, 50.4), c.stroke())
+        fold = lambda c: (c.set_line_width(1.0), c.move_to(x - 8.6 * f, 27), c.curve_to(x - 4 * f, 33, x - 3.6 * f, 43, x - 3 * f, 50), c.stroke())
         t.shadow(body, 2, 0.5)
         t.form(body, cloak, 2.8, 1.0, 0.45)
-        t.form(face, (214, 142, 96), 1.0, 0.5, 0.2)
-        t.form(hood, tuple(v * 1.08 for v in cloak), 2.4, 0.9, 0.5)
+        t.form(profile, skin, 1.0, 0.5, 0.2)
+        t.over(brow, 0.85 * t.shape(lambda c: (ellipse(c, x + 6.5 * f, 39.4, 0.8, 0.8), c.fill())))
+        t.form(hood, tuple(v * 1.06 for v in cloak), 2.2, 0.9, 0.5)
+        t.over(tuple(v * 0.4 for v in cloak), 0.6 * t.shape(fold))
+        t.over((236, 168, 110), 0.75 * t.shape(rim))
     logs = lambda c: (poly(c, (29, 68), (51, 72), (50.4, 75.4), (28.6, 71.6)), poly(c, (51, 68), (29, 72), (29.6, 75.4), (51.4, 71.6)))
     t.form(logs, (64, 42, 34), 1.0, 0.9, 0.2)
     flame = lambda c: (c.move_to(40.5, 48), c.curve_to(43.5, 56, 48.5, 60, 46.4, 67), c.curve_to(44, 71.5, 36.4, 71.5, 33.8, 67), c.curve_to(31.8, 61, 38.5, 57, 40.5, 48), c.close_path(), c.fill())

@@ -5,6 +5,7 @@ import math
 import numpy as np
 
 from paint.canvas import blur, clouds, mix, ramp, smooth
+from paint.controls import rounded
 from paint.letters import ellipse, quad, spark
 
 from .lands import poly
@@ -108,32 +109,41 @@ def controls():
     return t.done()
 
 
-def coin(t, x, y, colour, r=5.0, flat=0.5, star=True):
-    for lift in (1.6, 0.0):
-        shape = lambda c: (ellipse(c, x, y + lift, r, r * flat), c.fill())
-        t.shadow(shape, 0.7, 0.5, 0, 1) if lift else None
-        t.form(shape, colour if not lift else tuple(v * 0.55 for v in colour), 0.9, 0.7, 0.9, 0.03)
-    if star:
-        t.over(tuple(v * 0.42 for v in colour), t.shape(lambda c: (spark(c, x, y, r * flat * 0.86, r * 0.7, 0.24), c.fill())))
+def coin(t, x, y, colour, r=5.0, flat=0.5, thick=1.8):
+    """A coin that lies on the table: its edge, a flat face with a raised rim, the spark."""
+    tone = lambda v: tuple(min(v * k, 255) for k in colour)
+    edge = lambda c: (ellipse(c, x, y + thick, r, r * flat), c.fill(), c.rectangle(x - r, y, 2 * r, thick), c.fill())
+    face = lambda grow: t.shape(lambda c: (ellipse(c, x, y, r - grow, (r - grow) * flat), c.fill()))
+    t.shadow(edge, 0.8, 0.6, 0, 1)
+    t.over(ramp([(x - r, tone(0.62)), (x + r, tone(0.34))], t.x), t.shape(edge))
+    away = np.hypot(t.x - t.light_at[0], t.y - t.light_at[1])
+    lit = 0.82 + 0.3 * np.exp(-((away / t.reach) ** 2))
+    t.over(np.clip(np.array(tone(1.32)) * lit[..., None], 0, 255), face(0.0))
+    t.over(np.clip(np.array(tone(0.98)) * lit[..., None], 0, 255), face(1.0))
+    t.over(tone(0.45), t.shape(lambda c: (spark(c, x, y, (r - 1.2) * flat * 0.9, (r - 1.2) * 0.66, 0.2), c.fill())))
 
 
 def store():
     t = Tile(NIGHT, 91)
     t.lamp(63, 13, 50, halo=0.0)
     t.shine(lambda c: (spark(c, 63, 14, 8.5, 6, 0.16), c.fill()), (255, 226, 160), 4, 1.1)
-    table(t, 54, (60, 44, 50))
-    purse = lambda c: (c.move_to(24, 27), c.curve_to(14, 36, 6, 48, 10, 60), c.curve_to(14, 69, 38, 70, 46, 64), c.curve_to(52, 56, 46, 40, 35, 27), c.close_path(), c.fill())
+    table(t, 50, (60, 44, 50))
+    # The purse has toppled over: its mouth is open towards us, the cord hangs loose.
+    purse = lambda c: (c.move_to(37, 40), c.curve_to(31, 33, 18, 29, 11, 35), c.curve_to(3, 42, 5, 60, 14, 65), c.curve_to(22, 69, 33, 65, 38, 60), c.close_path(), c.fill())
     t.shadow(purse, 3, 0.9, 1, 3)
-    t.form(purse, (104, 54, 116), 3.6, 0.8, 0.9, 0.1)
-    folds = lambda c: [(c.set_line_width(1.1), c.move_to(x0, 29), c.curve_to(x0 + dx * 0.3, 36, x0 + dx, 42, x0 + dx * 1.5, 50), c.stroke()) for x0, dx in ((26, -5), (29, -1), (32, 4))]
+    t.form(purse, (112, 58, 124), 3.8, 0.8, 0.9, 0.1)
+    folds = lambda c: [(c.set_line_width(1.2), c.move_to(36, y0), c.curve_to(31, y0 + dy * 0.3, 26, y0 + dy, 20, y0 + dy * 1.3), c.stroke()) for y0, dy in ((44, -5), (49, -1), (54, 4))]
     t.over((46, 22, 58), 0.6 * t.shape(folds))
-    neck = lambda c: (c.move_to(20, 15), c.curve_to(24, 19, 24, 22, 24, 27), c.line_to(35, 27), c.curve_to(35, 22, 36, 18, 41, 15), c.curve_to(36, 17, 34, 13, 30.5, 15.5), c.curve_to(27, 13, 25, 17, 20, 15), c.close_path(), c.fill())
-    t.form(neck, (118, 64, 128), 1.6, 0.8, 0.8)
-    cord = lambda c: (c.set_line_width(2.4), c.move_to(22.6, 27), c.curve_to(26, 29, 33, 29, 36.4, 27), c.stroke(), c.set_line_width(1.3), c.move_to(35, 28), c.curve_to(41, 31, 41, 37, 44, 40), c.stroke())
+    flare = lambda c: (c.move_to(36, 41), c.curve_to(41, 41, 44, 38, 47, 35), c.curve_to(53, 38, 54, 62, 47, 66), c.curve_to(44, 62, 41, 59, 36, 59), c.close_path(), c.fill())
+    t.form(flare, (130, 70, 142), 2.0, 0.8, 0.9)
+    mouth = lambda c: (ellipse(c, 47.6, 50.6, 4.4, 13.4, -0.06), c.fill())
+    t.over((26, 13, 34), t.shape(mouth))
+    t.over((168, 108, 180), 0.8 * t.shape(lambda c: (c.set_line_width(1.1), ellipse(c, 47.6, 50.6, 4.4, 13.4, -0.06), c.stroke())))
+    cord = lambda c: (c.set_line_width(2.2), c.move_to(37, 40.6), c.curve_to(34.6, 46, 34.6, 54, 37, 59.6), c.stroke(), c.set_line_width(1.5), c.move_to(36.6, 58.6), c.curve_to(34, 64, 28, 66, 27, 72), c.stroke())
     t.form(cord, (214, 166, 92), 0.8, 0.8, 0.8)
-    silver = (176, 164, 206)
-    for x, y, r in ((52, 59.6, 6.4), (66, 61.4, 6.6), (45, 67, 6.8), (59.4, 67.4, 7.0), (69, 71, 7.0), (52, 74, 7.2)):
-        coin(t, x, y, silver, r, 0.58)
+    silver = (176, 160, 212)
+    for x, y, r in ((49.6, 56, 5.2), (62, 55, 6.4), (54.4, 61, 6.6), (69.4, 62, 6.6), (46, 67.6, 6.8), (61, 66.6, 7.0), (54.6, 73, 7.0), (70, 71.6, 7.0)):
+        coin(t, x, y, silver, r, 0.56)
     return t.done()
 
 
@@ -153,9 +163,10 @@ def trade():
         t.form(bowl, (180, 130, 70), 1.6, 0.9, 0.7)
     t.form(lambda c: (c.arc(10, 43, 3.2, 0, 7), c.arc(16, 43, 3, 0, 7), c.arc(13, 40, 2.8, 0, 7), c.fill()), (100, 110, 84), 1.2, 0.6, 0.9)
     t.form(lambda c: poly(c, (63, 37.4), (64, 32), (71, 32), (72, 37.4)), (150, 128, 150), 1.0, 0.6, 0.9)
-    copper, silver, gold = (190, 104, 62), (172, 172, 184), (232, 178, 82)
-    for x, y, colour in ((24, 69, copper), (34, 66.6, silver), (46, 67, gold), (56, 69, copper), (29, 73.5, gold), (40, 72, gold), (51, 73.6, silver), (38, 63.4, gold), (44, 62.6, copper)):
-        coin(t, x, y, colour, 5.2, 0.5, False)
+    # Two stacks and a few that lie loose.
+    copper, silver, gold = (196, 108, 66), (176, 178, 194), (232, 178, 82)
+    for x, y, colour in ((27, 68, silver), (27, 65.4, silver), (27, 62.8, silver), (53, 68, copper), (53, 65.4, copper), (40.4, 68.4, gold), (40.4, 65.8, gold), (40.4, 63.2, gold), (40.4, 60.6, gold), (16, 72, copper), (65, 72, gold), (33.4, 74, copper), (48.6, 74.2, silver)):
+        coin(t, x, y, colour, 6.4, 0.46)
     return t.done()
 
 
@@ -191,19 +202,23 @@ def gather():
     table(t, 48, (62, 60, 48))
     t.ridge([(0, 46), (30, 43), (60, 47), (80, 42)], (58, 48, 58), seed=4, light=0.1)
     t.form(lambda c: poly(c, (0, 56), (80, 54), (80, 80), (0, 80)), (64, 64, 50), 1.6, 0.4, 0.3, 0.2)
-    handle = lambda c: poly(c, (12, 69), (57, 22.6), (60.4, 25.8), (15.4, 72.6))
+    # A miner's pick: a straight handle through the eye of a head with two pointed arms.
+    handle = lambda c: poly(c, (21.4, 76), (43.6, 9.6), (47.4, 10.8), (25.8, 77.4))
     t.shadow(handle, 2, 0.9, 1, 2)
     t.form(handle, WOOD, 1.4, 0.5, 0.9, 0.12)
-    pick = lambda c: (c.move_to(32, 13), c.curve_to(48, 11, 68, 26, 71, 53), c.curve_to(64, 38, 56, 27, 51, 23.6), c.curve_to(46, 19, 40, 15.6, 32, 13), c.close_path(), c.fill())
+    pick = lambda c: (c.move_to(12.6, 22.6), c.curve_to(22, 12.4, 32, 10.8, 43.4, 14.4), c.curve_to(55, 18.2, 65, 26, 70.4, 39.6), c.curve_to(60.6, 29.6, 52, 24.8, 41.2, 21.4), c.curve_to(31, 18.2, 22.6, 18.4, 12.6, 22.6), c.close_path(), c.fill())
     t.shadow(pick, 2, 0.8, 0, 2)
-    t.form(pick, (112, 114, 128), 1.6, 0.6, 1.0)
+    t.form(pick, (122, 124, 138), 1.4, 0.7, 1.0)
+    eye = lambda c: (c.save(), c.translate(42.6, 17.6), c.rotate(0.32), rounded(c, -4.4, -5.4, 8.8, 10.8, 1.6), c.fill(), c.restore())
+    t.shadow(eye, 1.0, 0.6, 0, 1)
+    t.form(eye, (104, 106, 120), 1.2, 0.8, 0.9)
     random = np.random.RandomState(9)
     stems = []
     for i in range(9):
-        x, y = 12 + i * 1.0, 45 + i * 2.4
-        ex, ey = 58 + random.uniform(-6, 8), 36 + i * 3.6 + random.uniform(-2, 2)
+        x, y = 10 + i * 1.0, 50 + i * 2.2
+        ex, ey = 60 + random.uniform(-6, 8), 44 + i * 3.0 + random.uniform(-2, 2)
         stems.append((x, y, ex, ey))
-    leaf = lambda c: [(c.set_line_width(1.5), c.move_to(x, y), c.curve_to(26, 52, 40, 52, ex, ey), c.stroke()) for x, y, ex, ey in stems]
+    leaf = lambda c: [(c.set_line_width(1.5), c.move_to(x, y), c.curve_to(25, 57, 40, 57, ex, ey), c.stroke()) for x, y, ex, ey in stems]
     t.shadow(leaf, 1.6, 0.9, 0, 2)
     t.form(leaf, (84, 120, 66), 0.9, 0.5, 0.9)
 
@@ -218,7 +233,7 @@ def gather():
                     c.fill()
 
     t.form(leaves, (74, 112, 62), 0.8, 0.5, 1.0)
-    t.form(lambda c: (c.save(), c.translate(31, 51.5), c.rotate(0.12), c.rectangle(-2, -5.4, 4, 13), c.fill(), c.restore()), (190, 146, 88), 1.0, 0.5, 0.8)
+    t.form(lambda c: (c.save(), c.translate(30, 57), c.rotate(0.12), c.rectangle(-2, -5.4, 4, 12), c.fill(), c.restore()), (190, 146, 88), 1.0, 0.5, 0.8)
     for _, _, x, y in stems:
         bloom = lambda c: [(c.save(), c.translate(x, y), c.rotate(k * math.pi * 2 / 5), ellipse(c, 2.0, 0, 2.1, 1.2), c.fill(), c.restore()) for k in range(5)]
         cover = t.shape(bloom)

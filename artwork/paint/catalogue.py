@@ -101,7 +101,7 @@ def launcher():
             f"QuelraLogo_{name}", 196, 129, size, title + (", disabled" if disabled else ""),
             ["The beacon in a bronze ring, the name, and the word for the client that it stands for."]
             + (["Grey and without its light, because it cannot be chosen."] if disabled else []),
-            logos.variant(word, disabled, word == "TEST"), Textured,
+            logos.variant(word, disabled), Textured,
         )
     yield small("OrlenvikLogo", 168, 36, 1586, "Orlenvik", ["Two ridges with a star between them, and the maker's name."], logos.maker)
     yield from buttons()

@@ -196,7 +196,8 @@ def draw_caption(c, text, x, y, height, gap=34, weight=11):
     c.translate(x, y)
     c.scale(height / 100, height / 100)
     c.set_line_width(weight)
-    c.set_line_join(0)
+    # Round joins: the sharp ones of N and V would stand above and below the line.
+    c.set_line_join(1)
     c.set_line_cap(0)
     at = 0.0
     for letter in text:

@@ -173,19 +173,12 @@ def classic(disabled=False):
     return variant("", True)
 
 
-def variant(word, disabled, card=False):
+def variant(word, disabled):
     """A logo of another client: emblem, name and the word for what it is."""
 
     def paint(amount=0):
         picture = Layer(196, 129)
         x, y = grid(196, 129)
-        if card:
-            # The test client stands on a card of its own, so that nobody mistakes it.
-            plate = mask(196, 129, lambda c: (rounded(c, 1, 1, 194, 127, 8), c.fill()))
-            picture.over((134, 98, 62), plate)
-            plate = mask(196, 129, lambda c: (rounded(c, 2.2, 2.2, 191.6, 124.6, 7), c.fill()))
-            ground = ramp([(0, (30, 29, 48)), (70, (58, 42, 62)), (128, (26, 23, 34))], y)
-            picture.over(ground + 7 * clouds(196, 129, 60, 18, 421, 5)[..., None], plate)
         emblem(picture, 98, 34, 29, lit=0.35 if disabled else 1.0)
         lay_name(picture, 71, 27, 26, 0.2 if disabled else 1.0)
         if word:
@@ -225,7 +218,7 @@ def maker():
     def mark(c):
         c.translate(left - 6, 0.5)
         c.set_line_width(1.7)
-        c.set_line_join(0)
+        c.set_line_join(1)
         c.move_to(6, 26)
         c.line_to(15.5, 10)
         c.line_to(20.5, 18.4)

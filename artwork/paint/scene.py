@@ -111,7 +111,7 @@ def tower(c, x, foot, top, half, lantern=0.0):
         c.fill()
 
 
-# The hold on its crag, climbing from west to east: x, foot, top, half width, lantern.
+# The hold on its crag, climbing from left to right: x, foot, top, half width, lantern.
 HOLD = [
     (128, 262, 214, 4.4, 0), (147, 250, 190, 5.4, 0), (166, 244, 172, 4.6, 10), (184, 240, 186, 7.0, 0), (206, 240, 108, 6.4, 17),
     (226, 240, 158, 8.4, 0), (243, 244, 142, 4.6, 10), (262, 254, 188, 6.0, 0), (322, 276, 214, 4.2, 8),
@@ -182,10 +182,12 @@ def paint_land():
     rim = smooth(0.1, 0.7, bars - np.roll(bars, -3, axis=0)) * smooth(60, 130, y)
     picture.over((204, 108, 62), 0.42 * rim * lit)
 
-    # A thin moon, and the first stars.
+    # A thin moon, lit from where the sun went down, and the first stars.
     moon_x, moon_y = 676.0, 84.0
+    to_sun = math.atan2(SUN[1] - moon_y, SUN[0] - moon_x)
+    dark_x, dark_y = moon_x - 9.3 * math.cos(to_sun), moon_y - 9.3 * math.sin(to_sun)
     crescent = mask(WIDTH, HEIGHT, lambda c: (c.arc(moon_x, moon_y, 17, 0, 7), c.fill()))
-    crescent = np.clip(crescent - mask(WIDTH, HEIGHT, lambda c: (c.arc(moon_x - 7.5, moon_y - 5.5, 15.6, 0, 7), c.fill())), 0, 1)
+    crescent = np.clip(crescent - mask(WIDTH, HEIGHT, lambda c: (c.arc(dark_x, dark_y, 15.6, 0, 7), c.fill())), 0, 1)
     picture.glow((96, 88, 124), crescent, 13, 0.9)
     picture.over((44, 41, 66), 0.35 * mask(WIDTH, HEIGHT, lambda c: (c.arc(moon_x, moon_y, 17, 0, 7), c.fill())))
     picture.over((112, 103, 124), crescent)
@@ -218,9 +220,9 @@ def paint_land():
     body = np.maximum(walls, below(crag))
     picture.glow((96, 62, 66), walls, 16, 0.35)
     picture.over(stone, body)
-    east = np.clip(walls - np.roll(walls, -1, axis=1), 0, 1)
-    picture.over((132, 70, 54), 0.7 * east * (1 - below(crag)))
-    # Broken rock: faces that look east catch the afterglow, the others fall away.
+    sunward = np.clip(walls - np.roll(walls, -1, axis=1), 0, 1)
+    picture.over((132, 70, 54), 0.7 * sunward * (1 - below(crag)))
+    # Broken rock: faces that look to the right catch the afterglow, the others fall away.
     rock = clouds(WIDTH, HEIGHT, 20, 34, 131, 5) + 0.35 * clouds(WIDTH, HEIGHT, 9, 30, 137, 3)
     face = rock - np.roll(rock, -2, axis=1)
     deep = below(crag) * smooth(86, 4, y - crag[None, :])
@@ -228,7 +230,7 @@ def paint_land():
     picture.over((15, 15, 25), 0.55 * deep * smooth(0.02, 0.22, -face))
     haze(crag, 70, (70, 50, 66), 0.26)
 
-    # East: a valley with a village, and the beacon on its spur.
+    # On the right a valley with a village, and the beacon on its spur.
     spur = ridge([(0, 420), (420, 330), (520, 300), (600, 276), (668, 258), (716, 232), (752, 226), (800, 244)], 350, 6, 40)
     beacon = mask(WIDTH, HEIGHT, lambda c: tower(c, 735, 240, 170, 4.8, 15))
     picture.over((28, 25, 39), np.maximum(beacon, below(spur)))
