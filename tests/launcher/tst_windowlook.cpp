@@ -21,6 +21,7 @@ private Q_SLOTS:
     void everyWidgetCarriesItsName();
     void opensOnTheLicenceUntilItIsAccepted();
     void licenceIsThereBeforeAndAfterItIsAccepted();
+    void acceptShowsKeyboardAndPress();
     void versionSuffixIsTheLastNumber_data();
     void versionSuffixIsTheLastNumber();
     void buttonStyleNamesItsPictures();
@@ -98,6 +99,27 @@ void WindowLookTest::licenceIsThereBeforeAndAfterItIsAccepted()
     fixture.find<QPushButton>("acceptButton")->click();
     WindowFixture next;
     QCOMPARE(next.find<QTextEdit>("eulaEdit")->toPlainText(), licence.toPlainText());
+}
+
+void WindowLookTest::acceptShowsKeyboardAndPress()
+{
+    WindowFixture fixture;
+    fixture.window().show();
+    fixture.window().activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    auto* accept = fixture.find<QPushButton>("acceptButton");
+    const QPoint rim(accept->width() / 2, 0);
+    const QPoint ground(12, accept->height() / 2);
+
+    fixture.find<QTextEdit>("eulaEdit")->setFocus();
+    const QImage idle = accept->grab().toImage();
+    QCOMPARE(idle.pixelColor(rim), QColor(0x96, 0x6e, 0x42));
+    accept->setFocus();
+    const QImage focused = accept->grab().toImage();
+    QCOMPARE(focused.pixelColor(rim), QColor(0xff, 0xc4, 0x74));
+    accept->setDown(true);
+    const QImage pressed = accept->grab().toImage();
+    QVERIFY(pressed.pixelColor(ground).lightness() < focused.pixelColor(ground).lightness());
 }
 
 void WindowLookTest::versionSuffixIsTheLastNumber_data()
