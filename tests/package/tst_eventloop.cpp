@@ -8,8 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Counts a timer's ticks. How many there are within a time depends on what else the machine does, so
-/// tests ask only whether there were enough to show that the loop turned all along.
+/// Counts a timer's ticks. How many there are within a time depends on what else the machine does,
+/// so tests ask only whether there were enough to show that the loop turned all along.
 class TickWatch
 {
 public:

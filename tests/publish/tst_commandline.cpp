@@ -20,8 +20,9 @@ struct Outcome
     QString errors;
 };
 
-Outcome runProgram(const QStringList& arguments, const QProcessEnvironment& environment =
-                                                  QProcessEnvironment::systemEnvironment())
+Outcome
+runProgram(const QStringList& arguments,
+           const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
 {
     QProcess process;
     process.setProcessEnvironment(environment);
