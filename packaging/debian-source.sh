@@ -57,7 +57,7 @@ fetch_source() {
         mkdir -p "$download"
         if (cd "$download" && private_apt apt-get -q source --download-only "$package=$version") \
             >"$download.log" 2>&1; then
-            dpkg-source --no-check --extract "$download"/*.dsc "$folder.partial" >/dev/null
+            dpkg-source --no-check --extract "$download"/*.dsc "$folder.partial" >"$download.log" 2>&1
             rm -rf "$download"
             mv "$folder.partial" "$folder"
             return 0
