@@ -125,9 +125,12 @@ class ProductionSite(unittest.TestCase):
             # Testing opens what it listens on; the real ports belong to root, and any other may be
             # somebody's.
             site = re.sub(r"listen (?:\[::\]:)?(\d+)", self.listen_in(folder), site)
+            # The system's own folders belong to root, too.
+            temporary = " ".join(f"{kind}_temp_path {folder}/{kind};" for kind in
+                                 ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
             (folder / "nginx.conf").write_text(
                 f"pid {folder}/pid; error_log stderr; events {{}}\n"
-                f"http {{ access_log off;\n{site}\n}}\n")
+                f"http {{ access_log off; {temporary}\n{site}\n}}\n")
             done = subprocess.run(["nginx", "-t", "-q", "-p", folder, "-c", folder / "nginx.conf",
                                    "-e", folder / "error.log"], text=True, capture_output=True,
                                   env=os.environ | {"PATH": os.environ["PATH"] + ":/usr/sbin"})
