@@ -1,4 +1,5 @@
 #include "package/PackageClient.h"
+#include "package/SafePath.h"
 #include "publish/Addresses.h"
 #include "support/IsolatedHome.h"
 
@@ -33,7 +34,10 @@ const QStringList awkwardTexts{u"1.0"_s,
                                QString(66, u'x'),
                                u"\U0001f600"_s,
                                u"-"_s,
-                               u".a"_s};
+                               u".a"_s,
+                               u"1."_s,
+                               u"aux"_s,
+                               u"aux.1"_s};
 
 } // namespace
 
@@ -67,6 +71,7 @@ void AddressesTest::noTwoTextsShareASegment()
         segments.insert(segment);
         QVERIFY(!segment.contains(u'/'));
         QVERIFY(!segment.startsWith(u'.'));
+        QVERIFY2(staysBelowFolder(segment, PathRules::Windows), qPrintable(segment));
         // A segment of one text must not be another text's own.
         QVERIFY(segment == text || addresses::segment(segment) != segment);
     }

@@ -160,18 +160,19 @@ void CommandLineTest::quietTellsFaultsOnly()
     Outcome outcome = runProgram(arguments);
     QCOMPARE(outcome.code, 0);
     QCOMPARE(outcome.output + outcome.errors, QString());
-    writeFiles(fixture.input(), {{u"aux"_s, "1"}, {u"nul"_s, "1"}});
+    writeFiles(fixture.input(), {{u"a.vornak-new"_s, "1"}, {u"b.vornak-new"_s, "1"}});
     outcome = runProgram(arguments);
     QCOMPARE(outcome.code, 1);
     QCOMPARE(outcome.output, QString());
-    QCOMPARE(outcome.errors, u"vornak-publish: aux: the name is reserved on Windows\n"
-                             "vornak-publish: nul: the name is reserved on Windows\n"_s);
+    QCOMPARE(outcome.errors,
+             u"vornak-publish: a.vornak-new: the launcher keeps this name for itself\n"
+             "vornak-publish: b.vornak-new: the launcher keeps this name for itself\n"_s);
 }
 
 void CommandLineTest::jsonTellsFaults()
 {
     const PublishFixture fixture;
-    fixture.setInput({{u"client"_s, "1"}, {u"aux"_s, "1"}});
+    fixture.setInput({{u"client"_s, "1"}, {u"a.vornak-new"_s, "1"}});
     const Outcome outcome =
         runProgram({u"package"_s, fixture.input(), fixture.content(), u"--version"_s, u"1"_s,
                     u"--executable"_s, u"client"_s, u"--json"_s});

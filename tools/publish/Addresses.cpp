@@ -1,6 +1,7 @@
 #include "publish/Addresses.h"
 
 #include "package/SafeAddress.h"
+#include "package/SafePath.h"
 #include "package/Unpack.h"
 
 #include <QUrl>
@@ -31,15 +32,20 @@ namespace addresses {
 
 QString segment(const QString& text)
 {
-    // A leading dot would hide the folder from web servers and could even lead out of it.
-    if (!text.isEmpty() && text.size() <= plainLength && text.at(0) != u'.' &&
-        std::all_of(text.begin(), text.end(), isPlain))
+    // A leading dot would hide the folder from web servers and could even lead out of it. The
+    // content must also fit on a Windows machine, which has no folder "1." or "aux".
+    if (text.size() <= plainLength && !text.startsWith(u'.') &&
+        std::all_of(text.begin(), text.end(), isPlain) &&
+        staysBelowFolder(text, PathRules::Windows))
         return text;
     QString name = text.left(plainLength - hashLength - 1);
     std::replace_if(
         name.begin(), name.end(), [](QChar character) { return !isPlain(character); }, QChar(u'_'));
     if (name.startsWith(u'.'))
         name[0] = u'_';
+    // "aux.txt" is as much of a device as "aux".
+    if (!staysBelowFolder(name + u'~', PathRules::Windows))
+        name.replace(u'.', u'_');
     return name + u'~' + hashBytes(text.toUtf8()).first(hashLength);
 }
 

@@ -1,6 +1,7 @@
 #include "publish/CommandLine.h"
 
-#include <QTextStream>
+#include "publish/Terminal.h"
+
 #include <QThread>
 
 namespace {
@@ -75,7 +76,7 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     if (!m_parser.parse(whole + arguments))
         return wrongUsage(m_parser.errorText());
     if (isSet("help")) {
-        QTextStream(stdout) << helpText();
+        print(Stream::Output, helpText());
         return Done;
     }
     // The command's own name is among the arguments, for the usage line's sake.
@@ -156,7 +157,7 @@ OutputMode CommandLine::outputMode() const
 
 int CommandLine::wrongUsage(const QString& text) const
 {
-    QTextStream(stderr) << "vornak-publish: " << text << "\nTry 'vornak-publish " << m_command
-                        << " --help'.\n";
+    print(Stream::Errors, QStringLiteral("vornak-publish: %1\nTry 'vornak-publish %2 --help'.\n")
+                              .arg(text, m_command));
     return WrongUsage;
 }

@@ -1,38 +1,17 @@
 #include "publish/Console.h"
 
 #include "package/Sizes.h"
+#include "publish/Terminal.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
-
 #include <array>
-#include <cstdio>
 
 namespace {
 
 constexpr qint64 terminalIntervalMs = 100;
 constexpr qint64 logIntervalMs = 5000;
-
-bool isTerminal()
-{
-#ifdef Q_OS_UNIX
-    const QByteArray kind = qgetenv("TERM");
-    return ::isatty(STDERR_FILENO) != 0 && kind != "dumb";
-#else
-    return false;
-#endif
-}
-
-void print(std::FILE* stream, const QString& text)
-{
-    const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), stream);
-    std::fflush(stream);
-}
 
 } // namespace
 
@@ -60,7 +39,7 @@ QString durationText(qint64 seconds)
 
 Console::Console(OutputMode mode)
     : m_mode(mode)
-    , m_terminal(isTerminal())
+    , m_terminal(isTerminal(Stream::Errors))
 {}
 
 void Console::begin(const QString& what, qint64 bytes, qint64 files)
@@ -109,10 +88,13 @@ void Console::draw(bool last)
         line += last ? QStringLiteral(", took %1").arg(durationText(static_cast<qint64>(seconds)))
                      : QStringLiteral(", %1 left").arg(durationText(static_cast<qint64>(left)));
     }
-    // "Erase to the end of the line", so that a shorter line leaves nothing of a longer one.
-    if (m_terminal)
-        line = u'\r' + line + QLatin1StringView("\x1b[K");
-    print(stderr, !m_terminal || last ? line + u'\n' : line);
+    if (m_terminal) {
+        // A shorter line leaves nothing of a longer one. Blanks do that on every terminal.
+        const qsizetype length = line.size();
+        line = u'\r' + line.leftJustified(m_drawnLength);
+        m_drawnLength = last ? 0 : length;
+    }
+    print(Stream::Errors, !m_terminal || last ? line + u'\n' : line);
 }
 
 void Console::warn(const QString& text)
@@ -120,7 +102,7 @@ void Console::warn(const QString& text)
     const std::lock_guard lock(m_mutex);
     m_warnings.append(text);
     if (m_mode == OutputMode::Normal)
-        print(stderr, QStringLiteral("vornak-publish: warning: %1\n").arg(text));
+        print(Stream::Errors, QStringLiteral("vornak-publish: warning: %1\n").arg(text));
 }
 
 void Console::succeed(const QString& line, QJsonObject result)
@@ -129,9 +111,10 @@ void Console::succeed(const QString& line, QJsonObject result)
     if (!m_warnings.isEmpty())
         result.insert(QStringLiteral("warnings"), QJsonArray::fromStringList(m_warnings));
     if (m_mode == OutputMode::Normal)
-        print(stdout, line + u'\n');
+        print(Stream::Output, line + u'\n');
     else if (m_mode == OutputMode::Json)
-        print(stdout, QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
+        print(Stream::Output,
+              QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
 }
 
 void Console::fail(const QStringList& faults, QJsonObject result)
@@ -141,8 +124,9 @@ void Console::fail(const QStringList& faults, QJsonObject result)
     if (!m_warnings.isEmpty())
         result.insert(QStringLiteral("warnings"), QJsonArray::fromStringList(m_warnings));
     if (m_mode == OutputMode::Json)
-        print(stdout, QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
+        print(Stream::Output,
+              QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
     else
         for (const QString& fault : faults)
-            print(stderr, QStringLiteral("vornak-publish: %1\n").arg(fault));
+            print(Stream::Errors, QStringLiteral("vornak-publish: %1\n").arg(fault));
 }

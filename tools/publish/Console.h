@@ -41,6 +41,8 @@ private:
     std::mutex m_mutex;
     QElapsedTimer m_clock;
     QElapsedTimer m_sinceDraw;
+    // Of the line that stands on the terminal.
+    qsizetype m_drawnLength = 0;
     QString m_what;
     qint64 m_bytes = 0;
     qint64 m_files = 0;

@@ -1,17 +1,12 @@
 #include "publish/ContentFolder.h"
 
+#include "publish/DiskSteps.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QThread>
-
-#ifdef Q_OS_UNIX
-#include <fcntl.h>
-#include <unistd.h>
-#endif
-
-#include <filesystem>
 
 namespace {
 
@@ -20,18 +15,6 @@ bool fail(QString* error, const QString& text)
     if (error)
         *error = text;
     return false;
-}
-
-std::filesystem::path nativePath(const QString& path)
-{
-    return {path.toStdU16String()};
-}
-
-void flushToDisk([[maybe_unused]] const QFile& file)
-{
-#ifdef Q_OS_UNIX
-    ::fsync(file.handle());
-#endif
 }
 
 // A publisher writes its name into the lock right after making it. One that was killed in between
@@ -67,7 +50,11 @@ void makeYounger(const QString& path, const QString& than)
 
 ContentFolder::ContentFolder(const QString& root)
     : m_root(QDir::cleanPath(QDir(root).absolutePath()))
-{}
+{
+    // Addresses begin with the "/" that the root of a drive ends with.
+    if (m_root.endsWith(u'/'))
+        m_root.chop(1);
+}
 
 QString ContentFolder::path(const QString& address) const
 {
@@ -118,11 +105,22 @@ bool ContentFolder::moveIntoPlace(const QString& workPath, const QString& addres
                                   QString* error) const
 {
     const QString target = path(address.endsWith(u'/') ? address.chopped(1) : address);
-    QDir().mkpath(QFileInfo(target).path());
-    std::error_code code;
-    std::filesystem::rename(nativePath(workPath), nativePath(target), code);
-    return !code || fail(error, QStringLiteral("%1: cannot be written: %2")
-                                    .arg(target, QString::fromStdString(code.message())));
+    {
+        // On Windows, of two threads that make the same folders at once one may end without them.
+        const std::lock_guard lock(m_makingFolders);
+        QDir().mkpath(QFileInfo(target).path());
+    }
+    QString reason;
+    return moveInOneStep(workPath, target, &reason) ||
+           fail(error, QStringLiteral("%1: cannot be written: %2").arg(target, reason));
+}
+
+bool ContentFolder::removeFolder(const QString& address)
+{
+    const QString folder = path(address.endsWith(u'/') ? address.chopped(1) : address);
+    const QString work = workPath();
+    QString reason;
+    return moveInOneStep(folder, work, &reason) && QDir(work).removeRecursively();
 }
 
 bool ContentFolder::replace(const QString& address, const QByteArray& bytes, QString* error)
@@ -136,14 +134,7 @@ bool ContentFolder::replace(const QString& address, const QByteArray& bytes, QSt
 
 void ContentFolder::sync() const
 {
-#ifdef Q_OS_LINUX
-    // One call for the whole file system is many times faster than one for each of many files.
-    const int folder = ::open(QFile::encodeName(m_root).constData(), O_RDONLY | O_CLOEXEC);
-    if (folder >= 0) {
-        ::syncfs(folder);
-        ::close(folder);
-    }
-#endif
+    syncFileSystem(m_root);
 }
 
 bool writeFile(const QString& path, const QByteArray& bytes, bool durable, QString* error)
@@ -154,7 +145,6 @@ bool writeFile(const QString& path, const QByteArray& bytes, bool durable, QStri
     if (!written)
         return fail(error,
                     QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
-    if (durable)
-        flushToDisk(file);
-    return true;
+    return !durable || flushToDisk(file) ||
+           fail(error, QStringLiteral("%1: cannot be written: %2").arg(path, qt_error_string()));
 }

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 class QFile;
 
@@ -46,13 +47,19 @@ public:
     /// and size.
     [[nodiscard]] bool replace(const QString& address, const QByteArray& bytes, QString* error);
 
-    /// Waits until everything that was moved into place is on the disk.
+    /// Takes the folder at the address away in one step, then deletes it. False when the folder is
+    /// still there, or when some of it is left in the work folder.
+    [[nodiscard]] bool removeFolder(const QString& address);
+
+    /// Waits until everything that was moved into place is on the disk, where that can be done at
+    /// once; files of many bytes must have been flushed elsewhere (see canSyncFileSystem).
     void sync() const;
 
 private:
     QString m_root;
     std::unique_ptr<QLockFile> m_lock;
     std::atomic<int> m_workNumber = 0;
+    mutable std::mutex m_makingFolders;
 };
 
 /// Writes a new file of these bytes; with `durable`, they are on the disk afterwards.

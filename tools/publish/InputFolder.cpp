@@ -1,5 +1,6 @@
 #include "publish/InputFolder.h"
 
+#include "publish/EntryFacts.h"
 #include "publish/Limits.h"
 
 #include <QDir>
@@ -14,7 +15,7 @@ class Walk
 {
 public:
     explicit Walk(const QString& root)
-        : m_root(QFileInfo(root).canonicalFilePath())
+        : m_root(entryFacts(QFileInfo(root)).finalPath)
     {}
 
     InputFolder run(const QString& given)
@@ -36,7 +37,7 @@ private:
     void visit(const QString& folder, const QString& prefix, const QStringList& ancestors)
     {
         const QDir dir(folder);
-        if (!QFileInfo(folder).isReadable()) {
+        if (!entryFacts(QFileInfo(folder)).isReadable) {
             addFault(prefix.chopped(1), "the folder cannot be read");
             return;
         }
@@ -48,26 +49,27 @@ private:
 
     void visitEntry(const QFileInfo& entry, const QString& name, const QStringList& ancestors)
     {
-        const QString target = entry.canonicalFilePath();
+        const EntryFacts facts = entryFacts(entry);
+        const QString& target = facts.finalPath;
         if (target.isEmpty()) {
             addFault(name, entry.isSymLink()
                                ? "the link leads nowhere"
                                : "the file cannot be found again; is its name UTF-8?");
-        } else if (target != m_root && !target.startsWith(m_root + u'/')) {
+        } else if (!liesIn(target, m_root)) {
             addFault(name, "the link leaves the folder");
-        } else if (entry.isDir()) {
+        } else if (facts.kind == EntryFacts::Kind::Folder) {
             if (ancestors.contains(target))
                 addFault(name, "the link leads in a circle");
             else
                 visit(target, name + u'/', ancestors + QStringList(target));
-        } else if (!entry.isFile()) {
+        } else if (facts.kind != EntryFacts::Kind::File) {
             addFault(name, "neither a file nor a folder");
-        } else if (!entry.isReadable()) {
+        } else if (!facts.isReadable) {
             addFault(name, "the file cannot be read");
-        } else if (entry.size() >= limits::fileSize) {
+        } else if (facts.size >= limits::fileSize) {
             addFault(name, "2 GiB or more; the launcher cannot unpack it");
         } else {
-            m_found.files.append({target, name, entry.size()});
+            m_found.files.append({target, name, facts.size});
         }
     }
 
@@ -81,6 +83,11 @@ private:
 };
 
 } // namespace
+
+bool liesIn(const QString& path, const QString& folder)
+{
+    return path == folder || path.startsWith(folder.endsWith(u'/') ? folder : folder + u'/');
+}
 
 InputFolder readInputFolder(const QString& folder)
 {

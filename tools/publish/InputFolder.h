@@ -30,6 +30,10 @@ struct InputFolder
 /// vanish: the documents know files only.
 [[nodiscard]] InputFolder readInputFolder(const QString& folder);
 
+/// Whether the path is the folder's or one below it; both absolute and clean. The root of a file
+/// system or drive counts as a folder.
+[[nodiscard]] bool liesIn(const QString& path, const QString& folder);
+
 /// A line for each name that Windows cannot hold below a package folder called `directory`, that
 /// differs from another in case only, or that the launcher keeps for itself.
 [[nodiscard]] QStringList nameFaults(const QList<InputFile>& files, const QString& directory);

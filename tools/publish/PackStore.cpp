@@ -4,6 +4,7 @@
 #include "package/Unpack.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
+#include "publish/DiskSteps.h"
 #include "publish/Progress.h"
 
 #include <QDirIterator>
@@ -195,6 +196,8 @@ std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFi
         return failure(reason);
     if (packed->unpackedhash != hash)
         return failure(QStringLiteral("the file changed while it was published"));
+    if (!canSyncFileSystem && !(output.flush() && flushToDisk(output)))
+        return failure(output.errorString());
     output.close();
     if (output.error() != QFileDevice::NoError)
         return failure(output.errorString());

@@ -150,8 +150,7 @@ private:
             !m_tree.replace(addresses::metadata, bytes, error))
             return false;
         for (const QString& folder : std::as_const(m_goingFolders)) {
-            const QString work = m_tree.workPath();
-            if (!QDir().rename(m_tree.path(folder), work) || !QDir(work).removeRecursively()) {
+            if (!m_tree.removeFolder(folder)) {
                 *error = QStringLiteral("%1 cannot be removed").arg(m_tree.path(folder));
                 return false;
             }

@@ -98,6 +98,15 @@ private:
     // never learn of the change, and caches keep it for ever.
     bool checkHistory(QString* error)
     {
+        for (const QString& known : m_metadata.history(m_request.product)) {
+            if (known == m_request.version ||
+                known.compare(m_request.version, Qt::CaseInsensitive) != 0)
+                continue;
+            // On Windows both would have one folder.
+            *error = QStringLiteral("version %1 differs from version %2 in case only")
+                         .arg(m_request.version, known);
+            return false;
+        }
         if (!m_tree.exists(m_folder + addresses::packageDocument) ||
             !m_metadata.history(m_request.product).contains(m_request.version))
             return true;

@@ -1,3 +1,4 @@
+#include "publish/EntryFacts.h"
 #include "publish/Publication.h"
 
 #include <QDir>
@@ -48,7 +49,7 @@ QStringList PublishInput::read(const PublishRequest& request)
     }
     const QString content = QDir::cleanPath(QFileInfo(request.content).absoluteFilePath());
     const QString folder = QDir::cleanPath(QFileInfo(request.input).absoluteFilePath());
-    if (content == folder || content.startsWith(folder + u'/'))
+    if (liesIn(content, folder))
         m_faults.append(QStringLiteral("the content folder lies in the input"));
     InputFolder input = readInputFolder(request.input);
     m_files = std::move(input.files);
@@ -62,13 +63,13 @@ QStringList PublishInput::read(const PublishRequest& request)
 // Files of a part of the input keep their paths; those of another folder are taken from its root.
 void PublishInput::readAssets(const PublishRequest& request)
 {
-    const QString folder = QFileInfo(assetsFolder(request)).canonicalFilePath();
-    const QString input = QFileInfo(request.input).canonicalFilePath();
-    if (folder.isEmpty() || !QFileInfo(folder).isDir()) {
+    const auto [folder, kind, isReadable, size] = entryFacts(QFileInfo(assetsFolder(request)));
+    const QString input = entryFacts(QFileInfo(request.input)).finalPath;
+    if (folder.isEmpty() || kind != EntryFacts::Kind::Folder) {
         m_faults.append(QStringLiteral("%1: no such folder of assets").arg(request.assets));
         return;
     }
-    if (folder != input && !folder.startsWith(input + u'/')) {
+    if (!liesIn(folder, input)) {
         InputFolder other = readInputFolder(folder);
         m_assets = std::move(other.files);
         m_faults += other.faults;

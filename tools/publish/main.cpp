@@ -1,10 +1,9 @@
 #include "package/Utf8Locale.h"
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
-#include "shared/BuildValues.h"
+#include "publish/Terminal.h"
 
 #include <QCoreApplication>
-#include <QTextStream>
 
 #include <array>
 
@@ -52,20 +51,20 @@ int main(int argc, char* argv[])
     const QString first = arguments.value(0);
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
         first == QLatin1StringView("help")) {
-        QTextStream(stdout) << helpText();
+        print(Stream::Output, helpText());
         return Done;
     }
     if (first == QLatin1StringView("--version")) {
-        QTextStream(stdout) << "vornak-publish " << buildvalues::launcherVersion() << '\n';
+        print(Stream::Output, QStringLiteral("vornak-publish " VORNAK_PUBLISH_VERSION "\n"));
         return Done;
     }
     for (const Command& command : commandList) {
         if (first == QLatin1StringView(command.name))
             return command.run(arguments);
     }
-    QTextStream(stderr) << (first.isEmpty()
-                                ? QStringLiteral("vornak-publish: no command is given\n")
-                                : QStringLiteral("vornak-publish: '%1' is no command\n").arg(first))
-                        << "Try 'vornak-publish --help'.\n";
+    const QString fault = first.isEmpty() ? QStringLiteral("no command is given")
+                                          : QStringLiteral("'%1' is no command").arg(first);
+    print(Stream::Errors,
+          QStringLiteral("vornak-publish: %1\nTry 'vornak-publish --help'.\n").arg(fault));
     return WrongUsage;
 }

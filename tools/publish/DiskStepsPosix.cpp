@@ -1,0 +1,32 @@
+#include "publish/DiskSteps.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+bool moveInOneStep(const QString& from, const QString& to, QString* reason)
+{
+    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
+        return true;
+    *reason = qt_error_string(errno);
+    return false;
+}
+
+bool flushToDisk(const QFileDevice& file)
+{
+    return ::fsync(file.handle()) == 0;
+}
+
+void syncFileSystem([[maybe_unused]] const QString& folder)
+{
+#ifdef Q_OS_LINUX
+    const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0) {
+        ::syncfs(descriptor);
+        ::close(descriptor);
+    }
+#endif
+}

@@ -1,0 +1,29 @@
+#include "package/HeldFile.h"
+#include "package/WindowsFiles.h"
+#include "publish/DiskSteps.h"
+
+#include <QFileDevice>
+
+#include <windows.h>
+
+bool moveInOneStep(const QString& from, const QString& to, QString* reason)
+{
+    DWORD code = 0;
+    const auto attempt = [&from, &to, &code] {
+        const FileAttempt result = windowsfiles::moveOver(from, to);
+        code = GetLastError();
+        return result;
+    };
+    if (tryWhileHeld(attempt, {}))
+        return true;
+    *reason = qt_error_string(static_cast<int>(code)).trimmed();
+    return false;
+}
+
+bool flushToDisk(const QFileDevice& file)
+{
+    return windowsfiles::flushToDisk(file);
+}
+
+// Only an administrator may flush a whole volume.
+void syncFileSystem(const QString&) {}
