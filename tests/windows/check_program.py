@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks what a program for Windows has to be: check_program.py PROGRAM... [--version VERSION]
+[--console]
 
-64-bit, without a console, not executing data, loaded at a changing address from the whole address
+64-bit, without a console (or with one), not executing data, loaded at a changing address from the whole address
 space, with the manifest, icon and version that players and Windows look at, and without a DLL that
 Windows does not bring."""
 
@@ -19,7 +20,7 @@ SYSTEM_DLLS = {
     "uxtheme", "version", "winhttp", "winmm", "winspool.drv", "ws2_32", "wtsapi32"}
 MANIFEST_WORDS = ("asInvoker", "PerMonitorV2", "longPathAware", "UTF-8",
                   "8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a")
-X86_64, GUI, PE32_PLUS = 0x8664, 2, 0x20B
+X86_64, GUI, CONSOLE, PE32_PLUS = 0x8664, 2, 3, 0x20B
 HIGH_ENTROPY, DYNAMIC_BASE, NO_EXECUTE = 0x20, 0x40, 0x100
 RELOCATIONS_STRIPPED = 0x1
 EXPORTS, IMPORTS, RESOURCES, RELOCATIONS, DEBUG = 0, 1, 2, 5, 6
@@ -82,11 +83,11 @@ class Program:
                 for leaf in walk(root + (target & 0x7FFFFFFF))]
 
 
-def faults(program, version):
+def faults(program, version, console):
     if program.machine != X86_64 or program.magic != PE32_PLUS:
         yield "is no 64-bit program for x86-64"
-    if program.subsystem != GUI:
-        yield "opens a console"
+    if program.subsystem != (CONSOLE if console else GUI):
+        yield "has no console" if console else "opens a console"
     for bit, name in ((NO_EXECUTE, "execution of data is not refused"),
                       (DYNAMIC_BASE, "the load address is fixed"),
                       (HIGH_ENTROPY, "the load address is not taken from 64 bits")):
@@ -140,14 +141,15 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("programs", nargs="+", type=pathlib.Path)
     parser.add_argument("--version")
+    parser.add_argument("--console", action="store_true")
     arguments = parser.parse_args()
     bad = False
     for path in arguments.programs:
-        for fault in faults(Program(path), arguments.version):
+        for fault in faults(Program(path), arguments.version, arguments.console):
             print(f"{path.name}: {fault}")
             bad = True
         notices = path.parent / "third-party-notices.txt"
-        if path.name == "vornak-launcher.exe":
+        if path.name in ("vornak-launcher.exe", "vornak-publish.exe"):
             for fault in faults_of_notices(notices, Program(path)):
                 print(f"{notices.name}: {fault}")
                 bad = True

@@ -75,7 +75,8 @@ void PublishInput::readAssets(const PublishRequest& request)
         m_faults += other.faults;
         return;
     }
-    const QString prefix = folder == input ? QString() : folder.sliced(input.size() + 1) + u'/';
+    const qsizetype inner = input.size() + (input.endsWith(u'/') ? 0 : 1);
+    const QString prefix = folder == input ? QString() : folder.sliced(inner) + u'/';
     QList<InputFile> rest;
     for (const InputFile& file : std::as_const(m_files))
         (file.localfile.startsWith(prefix) ? m_assets : rest).append(file);
