@@ -1,5 +1,6 @@
 #pragma once
 
+#include "launcher/WindowHeight.h"
 #include "package/LauncherMetadata.h"
 #include "package/OrlPackageDoc.h"
 #include "shared/Hints.h"
@@ -9,6 +10,7 @@
 #include <QPointer>
 #include <QProcess>
 
+class FittingLabel;
 class PackageClient;
 class QCheckBox;
 class QGroupBox;
@@ -113,6 +115,7 @@ public:
     void refreshHint();
 
 protected:
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -136,7 +139,6 @@ private:
     void applyMakerLogoLink();
     void fitHeight();
     void showStatus(const QString& text);
-    [[nodiscard]] int statusWidth(const QString& text);
     void showCannotStart(const QString& reason = {});
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] bool assetsAreCurrent() const;
@@ -169,8 +171,8 @@ private:
     QStackedLayout* pageStack = nullptr;
     shared::QTextBrowserWithNetwork* infoBrowser = nullptr;
     QLabel* logoLabel = nullptr;
-    QLabel* versionLabel = nullptr;
-    QLabel* statusLabel = nullptr;
+    FittingLabel* versionLabel = nullptr;
+    FittingLabel* statusLabel = nullptr;
     QLabel* revisionLabel = nullptr;
     QLabel* makerLogoLabel = nullptr;
     QCheckBox* defaultClientCheckBox = nullptr;
@@ -182,7 +184,5 @@ private:
     // How many flow operations are on the stack, and whether the main button was clicked meanwhile.
     int flowDepth = 0;
     bool clickWaits = false;
-    // The last status text that was measured, with all digits alike, and its width.
-    QString measuredForm;
-    int measuredWidth = 0;
+    WindowHeight windowHeight;
 };

@@ -1,3 +1,4 @@
+#include "launcher/FittingLabel.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/StyleSheet.h"
 #include "package/SafeAddress.h"
@@ -21,6 +22,8 @@
 // styles of its new place.
 
 namespace {
+
+constexpr int panelTextWidth = 420;
 
 // A group box takes its margins from a style sheet that it meets before its parent's.
 QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
@@ -63,15 +66,20 @@ void openHintLink(const QUrl& address)
         QDesktopServices::openUrl(address);
 }
 
+void setUpLabel(QLabel& label, const char* name, const char* styleSheet, Qt::Alignment alignment)
+{
+    label.setObjectName(QLatin1StringView(name));
+    label.setStyleSheet(loadStyleSheet(styleSheet));
+    label.setAlignment(alignment);
+    // Versions and reasons come from the server; marks in them are no markup.
+    label.setTextFormat(Qt::PlainText);
+}
+
 QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignment,
                   QWidget* parent)
 {
     auto* label = new QLabel(parent);
-    label->setObjectName(QLatin1StringView(name));
-    label->setStyleSheet(loadStyleSheet(styleSheet));
-    label->setAlignment(alignment);
-    // Versions and reasons come from the server; marks in them are no markup.
-    label->setTextFormat(Qt::PlainText);
+    setUpLabel(*label, name, styleSheet, alignment);
     return label;
 }
 
@@ -108,12 +116,14 @@ void LauncherWindow::buildPackageWidgets()
     progressBar->setStyleSheet(loadStyleSheet("progress.qss"));
     progressBar->hide();
 
-    versionLabel = makeLabel("versionLabel", "label-13.qss", Qt::AlignCenter, packageGroup);
+    versionLabel = new FittingLabel({panelTextWidth, 1, 16}, packageGroup);
+    setUpLabel(*versionLabel, "versionLabel", "label-13.qss", Qt::AlignCenter);
     versionLabel->setWordWrap(false);
-    versionLabel->setMinimumHeight(16);
     versionLabel->setAccessibleDescription(QStringLiteral("Client version"));
 
-    statusLabel = makeLabel("statusLabel", "label-13.qss", Qt::AlignCenter, packageGroup);
+    // With the most lines, the window is just below its largest height.
+    statusLabel = new FittingLabel({panelTextWidth, 6}, packageGroup);
+    setUpLabel(*statusLabel, "statusLabel", "label-13.qss", Qt::AlignCenter);
     statusLabel->setWordWrap(true);
     statusLabel->setAccessibleDescription(QStringLiteral("Status"));
 

@@ -4,7 +4,6 @@
 #include "package/PackageClient.h"
 
 #include <QCoreApplication>
-#include <QLabel>
 #include <QMessageBox>
 #include <QProcess>
 #include <QTimer>

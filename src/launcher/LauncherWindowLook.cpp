@@ -1,3 +1,4 @@
+#include "launcher/FittingLabel.h"
 #include "launcher/FlowGuard.h"
 #include "launcher/LauncherWindow.h"
 #include "package/PackageClient.h"
@@ -6,11 +7,9 @@
 #include <QGroupBox>
 #include <QImageReader>
 #include <QLabel>
-#include <QLayout>
 #include <QProgressBar>
 #include <QPushButton>
 
-#include <algorithm>
 #include <optional>
 
 namespace {
@@ -39,21 +38,6 @@ std::optional<QString> partAfterLast(const QString& text, QChar separator)
     if (index < 0 || index == text.size() - 1)
         return std::nullopt;
     return text.sliced(index + 1);
-}
-
-QChar widestDigit(const QFontMetrics& metrics)
-{
-    const QString digits = QStringLiteral("0123456789");
-    return *std::max_element(digits.begin(), digits.end(), [&metrics](QChar left, QChar right) {
-        return metrics.horizontalAdvance(left) < metrics.horizontalAdvance(right);
-    });
-}
-
-QString withDigits(QString text, QChar digit)
-{
-    std::replace_if(
-        text.begin(), text.end(), [](QChar character) { return character.isDigit(); }, digit);
-    return text;
 }
 
 } // namespace
@@ -108,51 +92,11 @@ void LauncherWindow::setLogo(int mode)
     fitHeight();
 }
 
-// A wrapping label asks for a width that breaks even short texts; it gets the text's own as long as
-// that fits the panel. While an update runs it only grows, so that the panel does not twitch with
-// every digit, and has a fixed size: otherwise the whole window would be laid out for each of the
-// many texts.
 void LauncherWindow::showStatus(const QString& text)
 {
-    constexpr int widest = 420;
-    const int wanted = std::min(statusWidth(text) + 4, widest);
-    const bool isFixed = statusLabel->minimumSize() == statusLabel->maximumSize();
-    if (busy && isFixed && wanted <= statusLabel->minimumWidth() && wanted < widest) {
-        statusLabel->setText(text);
-        return;
-    }
-    const int width = busy ? std::max(statusLabel->minimumWidth(), wanted) : wanted;
-    statusLabel->setMinimumSize(width, 0);
-    statusLabel->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-    statusLabel->setText(text);
-    if (busy && wanted < widest)
-        statusLabel->setFixedSize(width, statusLabel->heightForWidth(width));
-    else if (!busy)
+    statusLabel->showText(text, busy ? FittingLabel::Width::OnlyGrows : FittingLabel::Width::Fits);
+    if (!busy)
         fitHeight();
-}
-
-// Measuring a text takes longer than showing it. The progress comes in hundreds of texts a second
-// that differ in nothing but their digits.
-int LauncherWindow::statusWidth(const QString& text)
-{
-    const QString form = withDigits(text, u'0');
-    if (form != measuredForm) {
-        statusLabel->ensurePolished();
-        const QFontMetrics metrics = statusLabel->fontMetrics();
-        measuredWidth = metrics.horizontalAdvance(withDigits(text, widestDigit(metrics)));
-        measuredForm = form;
-    }
-    return measuredWidth;
-}
-
-// A window grows with its contents but does not shrink with them; too tall a window would show the
-// name on the background under the panels.
-void LauncherWindow::fitHeight()
-{
-    if (!isVisible() || isMaximized() || isFullScreen())
-        return;
-    centralWidget()->layout()->activate();
-    resize(width(), sizeHint().height());
 }
 
 void LauncherWindow::refreshState()
@@ -160,7 +104,7 @@ void LauncherWindow::refreshState()
     const FlowGuard guard(*this);
     const QString installed = installedVersion();
     const QString shown = remoteVersion.isEmpty() ? installed : remoteVersion;
-    versionLabel->setText(shown);
+    versionLabel->showText(shown);
     if (revisionLabel) {
         const QString revision = versionSuffix(shown);
         revisionLabel->setText(revision.isEmpty() ? QStringLiteral("dev") : revision);

@@ -1,7 +1,6 @@
 #include "launcher/LauncherWindow.h"
 #include "package/Sizes.h"
 
-#include <QLabel>
 #include <QProgressBar>
 
 #include <algorithm>

@@ -176,11 +176,12 @@ void ProgressTextTest::statusGrowsWithALongerText()
         QCoreApplication::processEvents();
         QVERIFY(status->width() > status->fontMetrics().horizontalAdvance(status->text()));
     }
-    // More than fits the panel on one line: how high it gets is the layout's affair again.
+    // More than fits the panel on one line.
+    const int oneLine = status->height();
     fixture.window().onProgress(std::numeric_limits<qint64>::max() / 2,
                                 std::numeric_limits<qint64>::max());
     QVERIFY(status->fontMetrics().horizontalAdvance(status->text()) > status->minimumWidth());
-    QCOMPARE(status->maximumHeight(), QWIDGETSIZE_MAX);
+    QVERIFY(status->minimumHeight() > oneLine);
 }
 
 void ProgressTextTest::statusTakesItsOwnSizeAfterTheUpdate()
