@@ -1,5 +1,6 @@
 #include "launcher/LauncherWindow.h"
 
+#include "launcher/FocusMark.h"
 #include "launcher/ProgramIcon.h"
 #include "launcher/StyleSheet.h"
 #include "package/PackageClient.h"
@@ -46,6 +47,7 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
     // Last, since the stack shows a page at once, which styles and lays out all that is on it.
     buildPageStack(licencePage, launcherPage, showsLicence);
+    new FocusMark(this);
 }
 
 LauncherWindow::~LauncherWindow()
@@ -85,8 +87,12 @@ void LauncherWindow::showAbout()
 void LauncherWindow::keyPressEvent(QKeyEvent* event)
 {
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (isReturn && !event->isAutoRepeat() && pageStack->currentIndex() == 1 &&
-        mainButton->isEnabled())
+    const bool isPress = isReturn && !event->isAutoRepeat();
+    // Qt presses a button by Return in dialogs only.
+    auto* focused = qobject_cast<QPushButton*>(focusWidget());
+    if (isPress && focused)
+        focused->click();
+    else if (isPress && pageStack->currentIndex() == 1)
         mainButton->click();
     else
         QMainWindow::keyPressEvent(event);

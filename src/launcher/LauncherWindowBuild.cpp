@@ -1,5 +1,6 @@
 #include "launcher/FittingLabel.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/LinkLabel.h"
 #include "launcher/StyleSheet.h"
 #include "package/SafeAddress.h"
 #include "shared/BuildValues.h"
@@ -196,7 +197,7 @@ void LauncherWindow::buildHintGroup(QWidget* page)
 
 void LauncherWindow::buildMakerLogo(QWidget* page)
 {
-    makerLogoLabel = new QLabel(page);
+    makerLogoLabel = new LinkLabel(page);
     makerLogoLabel->setObjectName(QStringLiteral("makerLogoLabel"));
     makerLogoLabel->setAccessibleName(QStringLiteral("Vornak web site"));
     makerLogoLabel->setTextFormat(Qt::RichText);
@@ -222,8 +223,8 @@ QLayout* LauncherWindow::buildBottomRow(QWidget* page)
         makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter, page);
     revisionLabel->setAccessibleDescription(QStringLiteral("Revision"));
 
-    auto* aboutLabel =
-        makeLabel("aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter, page);
+    auto* aboutLabel = new LinkLabel(page);
+    setUpLabel(*aboutLabel, "aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter);
     aboutLabel->setTextFormat(Qt::RichText);
     aboutLabel->setText(QStringLiteral(
         "<a href=\"about\" style=\"color: #909090; text-decoration: none;\">About</a>"));

@@ -141,7 +141,9 @@ void LauncherWindow::showHint(const QList<HintEntry>& hints)
         pickRandomHint(hintsHaveRichContent(hints) ? hints : loadEmbeddedHints());
     if (hint.richText.isEmpty())
         return;
-    hintGroup->setTitle(hint.title.isEmpty() ? QStringLiteral("Hint") : hint.title);
+    // A single one would mark the letter behind it as a key.
+    const QString title = QString(hint.title).replace(u'&', QLatin1StringView("&&"));
+    hintGroup->setTitle(title.isEmpty() ? QStringLiteral("Hint") : title);
     infoBrowser->setHtml(rewriteHintHtml(hint.richText, packageClient->baseUrl()));
 }
 

@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QDesktopServices>
+#include <QFocusFrame>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
@@ -59,6 +60,12 @@ private Q_SLOTS:
     void anyLinkOfTheLabelOpensTheAboutBox();
     void returnPressesTheButtonOnTheLauncherPageOnly();
     void tabReachesCheckBoxLinksAndAccept();
+    void everyStopOfTheKeyboardShows_data();
+    void everyStopOfTheKeyboardShows();
+    void aClickShowsNoStop();
+    void returnAcceptsTheLicence_data();
+    void returnAcceptsTheLicence();
+    void returnOpensALinkAndDoesNotPressTheButton();
     void hintsOpenPagesOfTheWebOnly();
 };
 
@@ -153,6 +160,90 @@ void WindowInputTest::tabReachesCheckBoxLinksAndAccept()
     const QSet<QString> names = reached(8);
     for (const char* name : {"defaultClientCheckBox", "makerLogoLabel", "aboutLabel"})
         QVERIFY2(names.contains(QLatin1StringView(name)), name);
+}
+
+void WindowInputTest::everyStopOfTheKeyboardShows_data()
+{
+    QTest::addColumn<bool>("accepted");
+    QTest::addColumn<int>("key");
+    QTest::newRow("licence, Tab") << false << int(Qt::Key_Tab);
+    QTest::newRow("licence, Shift+Tab") << false << int(Qt::Key_Backtab);
+    QTest::newRow("launcher, Tab") << true << int(Qt::Key_Tab);
+    QTest::newRow("launcher, Shift+Tab") << true << int(Qt::Key_Backtab);
+}
+
+void WindowInputTest::everyStopOfTheKeyboardShows()
+{
+    QFETCH(bool, accepted);
+    QFETCH(int, key);
+    WindowFixture fixture;
+    LauncherWindow& window = fixture.window();
+    window.show();
+    if (accepted)
+        fixture.find<QPushButton>("acceptButton")->click();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    if (QWidget* first = QApplication::focusWidget())
+        first->clearFocus();
+    const auto picture = [&window] { return window.grab().toImage(); };
+    const QImage without = picture();
+    for (int step = 0; step < 12; ++step) {
+        QWidget* at = QApplication::focusWidget();
+        QTest::keyClick(at ? at : &window, Qt::Key(key));
+        QVERIFY(QApplication::focusWidget() != at);
+        at = QApplication::focusWidget();
+        QVERIFY2(picture() != without, qPrintable(at->objectName()));
+    }
+}
+
+void WindowInputTest::aClickShowsNoStop()
+{
+    WindowFixture fixture;
+    fixture.window().show();
+    fixture.find<QPushButton>("acceptButton")->click();
+    fixture.window().activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    auto* browser = fixture.find<QTextBrowser>("infoBrowser");
+    browser->clearFocus();
+    QTest::mouseClick(browser->viewport(), Qt::LeftButton);
+    QCOMPARE(QApplication::focusWidget(), browser);
+    QVERIFY(!fixture.window().findChild<QFocusFrame*>()->isVisible());
+}
+
+void WindowInputTest::returnAcceptsTheLicence_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::newRow("Return") << int(Qt::Key_Return);
+    QTest::newRow("Enter") << int(Qt::Key_Enter);
+    QTest::newRow("Space") << int(Qt::Key_Space);
+}
+
+void WindowInputTest::returnAcceptsTheLicence()
+{
+    QFETCH(int, key);
+    WindowFixture fixture;
+    QSignalSpy clicks(fixture.find<QPushButton>("mainButton"), &QPushButton::clicked);
+    fixture.window().show();
+    fixture.find<QPushButton>("acceptButton")->setFocus();
+    QTest::keyClick(fixture.find<QPushButton>("acceptButton"), Qt::Key(key));
+    QCOMPARE(fixture.find<QStackedLayout>("pageStack")->currentIndex(), 1);
+    QCOMPARE(clicks.count(), 0);
+}
+
+void WindowInputTest::returnOpensALinkAndDoesNotPressTheButton()
+{
+    WindowFixture fixture;
+    LinkCollector collector;
+    fixture.window().show();
+    fixture.find<QPushButton>("acceptButton")->click();
+    fixture.window().activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&fixture.window()));
+    QSignalSpy clicks(fixture.find<QPushButton>("mainButton"), &QPushButton::clicked);
+    auto* logo = fixture.find<QLabel>("makerLogoLabel");
+    logo->setFocus(Qt::TabFocusReason);
+    QTest::keyClick(logo, Qt::Key_Return);
+    QCOMPARE(collector.opened().size(), 1);
+    QCOMPARE(clicks.count(), 0);
 }
 
 void WindowInputTest::hintsOpenPagesOfTheWebOnly()

@@ -34,6 +34,7 @@ private Q_SLOTS:
     void textsOfTheServerAreNoMarkup();
     void hintsWithoutPicturesGiveWayToEmbeddedOnes();
     void hintShowsItsTitleAndPicturesOfTheServer();
+    void hintTitleShowsItsAmpersand();
 };
 
 void WindowLookTest::init()
@@ -261,9 +262,9 @@ void WindowLookTest::textsOfTheServerAreNoMarkup()
 void WindowLookTest::hintsWithoutPicturesGiveWayToEmbeddedOnes()
 {
     WindowFixture fixture;
-    fixture.window().showHint({{QString(), QStringLiteral("plain")}});
+    fixture.window().showHint({{QString(), QStringLiteral("neither picture nor table")}});
     const QString shown = fixture.find<QTextBrowser>("infoBrowser")->toPlainText();
-    QVERIFY(!shown.contains(QLatin1StringView("plain")));
+    QVERIFY(!shown.contains(QLatin1StringView("neither picture nor table")));
     QVERIFY(!shown.contains(QLatin1StringView("Loading")));
     QVERIFY(fixture.find<QGroupBox>("hintGroup")->title() != QLatin1StringView("Hint"));
 }
@@ -280,6 +281,20 @@ void WindowLookTest::hintShowsItsTitleAndPicturesOfTheServer()
         QLatin1StringView("src=\"http://127.0.0.1:9/images/news/a.png\"")));
     fixture.window().showHint({{QString(), QStringLiteral("<TABLE><tr><td>x</td></tr></TABLE>")}});
     QCOMPARE(fixture.find<QGroupBox>("hintGroup")->title(), QStringLiteral("Hint"));
+}
+
+void WindowLookTest::hintTitleShowsItsAmpersand()
+{
+    WindowFixture fixture;
+    auto* group = fixture.find<QGroupBox>("hintGroup");
+    fixture.window().show();
+    const auto picture = [&](const QString& title) {
+        fixture.window().showHint({{title, QStringLiteral("<table><tr><td>x</td></tr></table>")}});
+        return group->grab(QRect(0, 0, group->width(), 16)).toImage();
+    };
+    const QImage without = picture(QStringLiteral("Food Drink"));
+    QVERIFY(picture(QStringLiteral("Food &Drink")) != without);
+    QCOMPARE(QKeySequence::mnemonic(group->title()), QKeySequence());
 }
 
 QTEST_MAIN(WindowLookTest)
