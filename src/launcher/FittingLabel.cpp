@@ -1,5 +1,7 @@
 #include "launcher/FittingLabel.h"
 
+#include "launcher/PlainToolTip.h"
+
 #include <QImage>
 #include <QPainter>
 #include <QTextOption>
@@ -53,9 +55,14 @@ FittingLabel::FittingLabel(Limits limits, QWidget* parent)
     setMinimumHeight(m_limits.lowest);
 }
 
-void FittingLabel::showText(const QString& text, Width width, const QString& toolTip)
+void FittingLabel::showText(const QString& text, Width width)
 {
-    const int wanted = std::min(widthOf(text) + 2 * sideMargin, m_limits.widest);
+    ensurePolished();
+    const int natural =
+        width == Width::OnlyGrows
+            ? widthOfAnyDigits(text)
+            : fontMetrics().horizontalAdvance(text.first(std::min(text.size(), longest)));
+    const int wanted = std::min(natural + 2 * sideMargin, m_limits.widest);
     const bool isFixed = minimumSize() == maximumSize();
     if (text.isEmpty())
         // An empty text would have a height.
@@ -67,7 +74,7 @@ void FittingLabel::showText(const QString& text, Width width, const QString& too
         m_fitted = m_painted = text;
         return;
     }
-    setToolTip(toolTip);
+    setToolTip(QString());
     if (!text.isEmpty()) {
         fixSize(width == Width::OnlyGrows ? std::max(minimumWidth(), wanted) : wanted);
         return;
@@ -82,16 +89,15 @@ void FittingLabel::fixSize(int width)
     m_painted = fitting(m_fitted, width);
     setFixedSize(width, std::max(heightOf(m_painted, width), m_limits.lowest));
     if (m_painted != m_fitted)
-        setToolTip(m_fitted);
+        setToolTip(plainToolTip(m_fitted));
 }
 
 // Measuring a text takes longer than showing it. Progress comes in hundreds of texts a second that
 // differ in nothing but their digits.
-int FittingLabel::widthOf(const QString& text)
+int FittingLabel::widthOfAnyDigits(const QString& text)
 {
     const QString form = withDigits(text.first(std::min(text.size(), longest)), u'0');
     if (form != m_measuredForm) {
-        ensurePolished();
         const QFontMetrics metrics = fontMetrics();
         m_measuredWidth = metrics.horizontalAdvance(withDigits(form, widestDigit(metrics)));
         m_measuredForm = form;

@@ -30,14 +30,14 @@ public:
     };
 
     /// Shows the text and takes the size that it needs. The tool tip is the text when some of it
-    /// is left out, else `toolTip`.
-    void showText(const QString& text, Width width = Width::Fits, const QString& toolTip = {});
+    /// is left out, else empty.
+    void showText(const QString& text, Width width = Width::Fits);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    [[nodiscard]] int widthOf(const QString& text);
+    [[nodiscard]] int widthOfAnyDigits(const QString& text);
     [[nodiscard]] int heightOf(const QString& text, int width) const;
     [[nodiscard]] QString fitting(const QString& text, int width) const;
     void fixSize(int width);

@@ -3,8 +3,6 @@
 #include "launcher/LauncherWindow.h"
 #include "package/PackageClient.h"
 
-#include <utility>
-
 /// Counts a flow operation for as long as it is on the stack. Nested event loops deliver clicks to
 /// a flow that is already under way; they must find it so. The last such click is served when the
 /// outermost operation has ended.
@@ -18,7 +16,7 @@ public:
     }
     ~FlowGuard()
     {
-        if (--m_window.flowDepth == 0 && std::exchange(m_window.clickWaits, false) &&
+        if (--m_window.flowDepth == 0 && m_window.takeWaitingClick() &&
             !m_window.packageClient->isQuitting())
             QMetaObject::invokeMethod(&m_window, &LauncherWindow::onMainButtonClicked,
                                       Qt::QueuedConnection);

@@ -48,6 +48,8 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     // Last, since the stack shows a page at once, which styles and lays out all that is on it.
     buildPageStack(licencePage, launcherPage, showsLicence);
     new FocusMark(this);
+    buildClickTimer();
+    buildProgressTimer();
 }
 
 LauncherWindow::~LauncherWindow()

@@ -9,6 +9,7 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QProcess>
+#include <QTimer>
 
 class FittingLabel;
 class PackageClient;
@@ -19,6 +20,7 @@ class QLabel;
 class QProgressBar;
 class QPushButton;
 class QStackedLayout;
+class QTextEdit;
 
 namespace shared {
 class QTextBrowserWithNetwork;
@@ -59,8 +61,8 @@ public:
     void runUpdate(bool launchAfter);
 
     /// Starts an up-to-date client, else installs. While the flow is on the stack already the click
-    /// waits for its end, and is forgotten when an update or the client begins before; during an
-    /// update nothing happens.
+    /// waits for its end, which the button shows, and is forgotten after ten seconds, or when an
+    /// update or the client begins before; during an update nothing happens.
     void onMainButtonClicked();
 
     /// Starts the installed client.
@@ -121,6 +123,10 @@ protected:
 private:
     class FlowGuard;
 
+    // Pixels, on a screen that has room for them.
+    static constexpr int hintHeight = 110;
+    static constexpr int licenceHeight = 330;
+
     QWidget* buildLauncherPage();
     QLayout* buildTopRow(QWidget* page);
     void buildLogo(QWidget* page);
@@ -138,7 +144,16 @@ private:
     void showMessage(const QString& text);
     void applyMakerLogoLink();
     void fitHeight();
+    [[nodiscard]] int roomForHeight() const;
+    bool squeezeInto(int room);
+    void keepOnScreen();
     void showStatus(const QString& text);
+    void showProgressLine();
+    void buildProgressTimer();
+    void buildClickTimer();
+    void setClickWaits(bool waits);
+    [[nodiscard]] bool takeWaitingClick();
+    void explainMainButton();
     void showCannotStart(const QString& reason = {});
     [[nodiscard]] bool isUpToDate() const;
     [[nodiscard]] bool assetsAreCurrent() const;
@@ -180,9 +195,18 @@ private:
     QPushButton* mainButton = nullptr;
     QGroupBox* packageGroup = nullptr;
     QGroupBox* hintGroup = nullptr;
+    QTextEdit* eulaEdit = nullptr;
     QPointer<QProcess> clientProcess;
-    // How many flow operations are on the stack, and whether the main button was clicked meanwhile.
+    // How many flow operations are on the stack. The timer runs while a click waits for their end.
     int flowDepth = 0;
-    bool clickWaits = false;
+    QTimer clickTimer{this};
+    // Why the last update failed; empty after the next click.
+    QString lastError;
+    // Runs between the reports of an installation, whose last one these are.
+    QTimer progressTimer{this};
+    qint64 lastBytes = 0;
+    qint64 lastTotal = 0;
     WindowHeight windowHeight;
+    // Of the logo as it is; on a low screen its label has less.
+    int logoHeight = 0;
 };

@@ -183,7 +183,7 @@ void LauncherWindow::buildHintGroup(QWidget* page)
     infoBrowser->setOpenLinks(false);
     connect(infoBrowser, &QTextBrowser::anchorClicked, this, &openHintLink);
     infoBrowser->setContextMenuPolicy(Qt::NoContextMenu);
-    infoBrowser->setFixedSize(542, 110);
+    infoBrowser->setFixedSize(542, hintHeight);
     infoBrowser->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     infoBrowser->viewport()->setAutoFillBackground(false);
     infoBrowser->document()->setDefaultStyleSheet(loadStyleSheet("textbrowser-links.qss"));
@@ -222,6 +222,8 @@ QLayout* LauncherWindow::buildBottomRow(QWidget* page)
     revisionLabel =
         makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter, page);
     revisionLabel->setAccessibleDescription(QStringLiteral("Revision"));
+    // A version without points is its own revision, and the links stay in the window.
+    revisionLabel->setMaximumWidth(240);
 
     auto* aboutLabel = new LinkLabel(page);
     setUpLabel(*aboutLabel, "aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter);
@@ -261,12 +263,12 @@ QWidget* LauncherWindow::buildLauncherPage()
 QWidget* LauncherWindow::buildLicencePage(const QString& licence)
 {
     auto* page = new QWidget(centralWidget());
-    auto* eulaEdit = new QTextEdit(page);
+    eulaEdit = new QTextEdit(page);
     eulaEdit->setObjectName(QStringLiteral("eulaEdit"));
     eulaEdit->setAccessibleName(QStringLiteral("Licence agreement"));
     eulaEdit->setReadOnly(true);
     eulaEdit->setWordWrapMode(QTextOption::WordWrap);
-    eulaEdit->setFixedHeight(330);
+    eulaEdit->setFixedHeight(licenceHeight);
     // The spaces between paragraphs are made from the font's size in points, which a font from a
     // style sheet does not have: so the text is read before there is one.
     setLicence(*eulaEdit, licence);

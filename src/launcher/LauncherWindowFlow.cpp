@@ -124,17 +124,6 @@ bool LauncherWindow::isUpToDate() const
            assetsAreCurrent();
 }
 
-void LauncherWindow::onMainButtonClicked()
-{
-    clickWaits = flowDepth > 0 && !busy;
-    if (flowDepth > 0)
-        return;
-    if (isUpToDate())
-        play();
-    else
-        runUpdate(false);
-}
-
 void LauncherWindow::runUpdate(bool launchAfter)
 {
     const FlowGuard guard(*this);
@@ -143,6 +132,7 @@ void LauncherWindow::runUpdate(bool launchAfter)
             play();
         return;
     }
+    lastError.clear();
     setBusy(true, QStringLiteral("UPDATING"));
     elapsed.start();
     QString error;
@@ -216,12 +206,14 @@ void LauncherWindow::endUpdateWithFailure(const QString& error)
     setBusy(false);
     showStatus(error);
     refreshState();
+    lastError = error;
+    explainMainButton();
 }
 
 void LauncherWindow::play()
 {
     const FlowGuard guard(*this);
-    clickWaits = false;
+    setClickWaits(false);
     setLogo(Launching);
     setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
     mainButton->setEnabled(false);

@@ -1,6 +1,7 @@
 #include "launcher/FittingLabel.h"
 #include "launcher/FlowGuard.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/PlainToolTip.h"
 #include "package/PackageClient.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
@@ -56,9 +57,8 @@ void LauncherWindow::setButtonStyle(const QString& colour, const QString& icon)
             "padding-bottom: -1px; padding-right: -1px; }QPushButton:disabled { background-image: "
             "url(:/images/launcher/Button_%1_idle.png); }")
             .arg(colour, iconCss));
-    // The mode shows only as a picture; the icon's word says it to a screen reader and on hovering.
     mainButton->setAccessibleName(icon);
-    mainButton->setToolTip(icon);
+    explainMainButton();
 }
 
 void LauncherWindow::setBusy(bool updating, const QString& statusText)
@@ -67,8 +67,9 @@ void LauncherWindow::setBusy(bool updating, const QString& statusText)
     busy = updating;
     mainButton->setEnabled(!updating);
     progressBar->setVisible(updating);
+    progressTimer.stop();
     if (updating) {
-        clickWaits = false;
+        setClickWaits(false);
         mainButton->setText(QString());
         setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
     }
@@ -89,6 +90,7 @@ void LauncherWindow::setLogo(int mode)
         logoLabel->setFixedSize(256, 128);
         logoLabel->setText(QStringLiteral("Vornak"));
     }
+    logoHeight = logoLabel->minimumHeight();
     fitHeight();
 }
 
@@ -108,6 +110,8 @@ void LauncherWindow::refreshState()
     if (revisionLabel) {
         const QString revision = versionSuffix(shown);
         revisionLabel->setText(revision.isEmpty() ? QStringLiteral("dev") : revision);
+        revisionLabel->setToolTip(
+            plainToolTip(QStringLiteral("Revision %1").arg(revisionLabel->text())));
     }
     if (busy)
         return;

@@ -4,6 +4,7 @@
 #include <QProgressBar>
 
 #include <algorithm>
+#include <chrono>
 
 namespace {
 
@@ -34,7 +35,23 @@ void LauncherWindow::onProgress(qint64 bytes, qint64 totalBytes)
     if (total > 0)
         progressBar->setValue(
             static_cast<int>(std::clamp<qint64>(percentOf(bytes, total), 0, 100)));
-    showStatus(etaText(bytes, total, elapsed.elapsed()));
+    lastBytes = bytes;
+    lastTotal = total;
+    showProgressLine();
+    progressTimer.start();
+}
+
+void LauncherWindow::showProgressLine()
+{
+    showStatus(etaText(lastBytes, lastTotal, elapsed.elapsed()));
+}
+
+// While nothing arrives, a line that stands still would promise the last rate for ever.
+void LauncherWindow::buildProgressTimer()
+{
+    progressTimer.setObjectName(QStringLiteral("progressTimer"));
+    progressTimer.setInterval(std::chrono::seconds(1));
+    connect(&progressTimer, &QTimer::timeout, this, &LauncherWindow::showProgressLine);
 }
 
 QString LauncherWindow::etaText(qint64 bytes, qint64 total, qint64 elapsedMs)

@@ -35,6 +35,7 @@ private Q_SLOTS:
     void hintsWithoutPicturesGiveWayToEmbeddedOnes();
     void hintShowsItsTitleAndPicturesOfTheServer();
     void hintTitleShowsItsAmpersand();
+    void toolTipsTellWhatACutTextHides();
 };
 
 void WindowLookTest::init()
@@ -295,6 +296,24 @@ void WindowLookTest::hintTitleShowsItsAmpersand()
     const QImage without = picture(QStringLiteral("Food Drink"));
     QVERIFY(picture(QStringLiteral("Food &Drink")) != without);
     QCOMPARE(QKeySequence::mnemonic(group->title()), QKeySequence());
+}
+
+void WindowLookTest::toolTipsTellWhatACutTextHides()
+{
+    WindowFixture fixture;
+    auto* version = fixture.find<QLabel>("versionLabel");
+    auto* revision = fixture.find<QLabel>("revisionLabel");
+    fixture.install(QStringLiteral("package.json.version"), "1.4.27");
+    fixture.window().refreshState();
+    QCOMPARE(version->toolTip(), QString());
+    QCOMPARE(revision->toolTip(), QStringLiteral("Revision 27"));
+    const QByteArray longVersion = QByteArray(200, 'v') + "<img src=x>" + QByteArray(200, 'v');
+    fixture.install(QStringLiteral("package.json.version"), longVersion);
+    fixture.window().refreshState();
+    QCOMPARE(version->text(), QString::fromLatin1(longVersion));
+    QVERIFY(version->minimumSizeHint().width() <= 420 || version->maximumWidth() <= 420);
+    QVERIFY(version->toolTip().contains(QLatin1StringView("&lt;img")));
+    QVERIFY(revision->maximumWidth() < 300);
 }
 
 QTEST_MAIN(WindowLookTest)
