@@ -34,7 +34,10 @@ QProcessEnvironment clientEnvironment(QProcessEnvironment environment, const Cli
     environment.insert(QStringLiteral("VORNAK_SSO_SWITCH_FILE"), launch.requests.ssoSwitch);
     environment.insert(QStringLiteral("VORNAK_LAUNCHER_BIN"), launch.launcherProgram);
     environment.insert(QStringLiteral("VORNAK_ASSET_BASE"), launch.assetBase);
-    if (!launch.bootstrapCode.isEmpty())
+    // What has been inherited already may be bytes that are no text; writing it again would change
+    // them.
+    const QString inherited = environment.value(QStringLiteral("VORNAK_PLAY_BOOTSTRAP_CODE"));
+    if (!launch.bootstrapCode.isEmpty() && launch.bootstrapCode != inherited)
         environment.insert(QStringLiteral("VORNAK_PLAY_BOOTSTRAP_CODE"), launch.bootstrapCode);
     insertLogin(environment, launch.portalUrl);
     return environment;

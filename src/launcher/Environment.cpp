@@ -29,7 +29,8 @@ struct DevClient
 std::optional<DevClient> readDevClient(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    // Opening a file without a name is an error of the program to Qt, and logged as such.
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return std::nullopt;
     const QJsonObject desktop = QJsonDocument::fromJson(file.readAll())
                                     .object()

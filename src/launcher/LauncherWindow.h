@@ -1,5 +1,6 @@
 #pragma once
 
+#include "launcher/FileLock.h"
 #include "launcher/WindowHeight.h"
 #include "package/LauncherMetadata.h"
 #include "package/OrlPackageDoc.h"
@@ -10,6 +11,8 @@
 #include <QPointer>
 #include <QProcess>
 #include <QTimer>
+
+#include <memory>
 
 class FittingLabel;
 class PackageClient;
@@ -165,6 +168,8 @@ private:
     [[nodiscard]] OrlPackageDoc fetchDocument(const QUrl& url, QString* error);
     void fetchRemoteState();
     void decide();
+    [[nodiscard]] bool updateAlone(QString* error);
+    [[nodiscard]] std::unique_ptr<FileLock> lockPackages(bool* waited);
     [[nodiscard]] bool updatePackage(QString* error);
     [[nodiscard]] bool updateAssets(QString* error);
     [[nodiscard]] bool installAssetsAs(const QString& hash, QString* error);

@@ -13,6 +13,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 
+#include <chrono>
+
 namespace {
 
 QString makerLogoLink(const QUrl& target)
@@ -136,14 +138,13 @@ void LauncherWindow::runUpdate(bool launchAfter)
     setBusy(true, QStringLiteral("UPDATING"));
     elapsed.start();
     QString error;
-    const bool updated = updatePackage(&error) && updateAssets(&error);
+    const bool updated = updateAlone(&error);
     if (packageClient->isQuitting())
         return;
     if (!updated) {
         endUpdateWithFailure(error);
         return;
     }
-    remoteVersion = document.version;
     filesIncomplete = false;
     setBusy(false);
     showStatus(QString());
@@ -151,6 +152,44 @@ void LauncherWindow::runUpdate(bool launchAfter)
     refreshState();
     if (launchAfter && !packageClient->isQuitting())
         play();
+}
+
+// Two launchers that wrote files of two versions into one folder would leave a mixture that the
+// records call whole.
+bool LauncherWindow::updateAlone(QString* error)
+{
+    bool waited = false;
+    const auto lock = lockPackages(&waited);
+    if (packageClient->isQuitting())
+        return false;
+    if (waited) {
+        // Most of it has been done meanwhile, and perhaps of another version.
+        fetchRemoteState();
+        if (packageClient->isQuitting() || isUpToDate())
+            return !packageClient->isQuitting();
+        elapsed.start();
+    }
+    if (!updatePackage(error) || !updateAssets(error))
+        return false;
+    remoteVersion = document.version;
+    return true;
+}
+
+// Null also when no lock can be made: then nothing can be written either, or nobody else is there.
+std::unique_ptr<FileLock> LauncherWindow::lockPackages(bool* waited)
+{
+    const QString path =
+        pathBelowFolder(packageClient->dataFolder(), QStringLiteral("packages.lock"));
+    for (;;) {
+        QString error;
+        auto lock = FileLock::take(path, &error);
+        if (lock || !error.isEmpty())
+            return lock;
+        *waited = true;
+        showStatus(QStringLiteral("Waiting for another launcher"));
+        if (!packageClient->waitFor(std::chrono::milliseconds(250)))
+            return nullptr;
+    }
 }
 
 // The window's document changes only when its package is in place.

@@ -156,5 +156,8 @@ void LauncherWindow::refreshHint()
     const QString base = packageClient->baseUrl();
     const QUrl address =
         base.isEmpty() ? QUrl() : QUrl(base + QLatin1StringView("/hints.json"), QUrl::TolerantMode);
-    showHint(parseHints(packageClient->fetchBytes(address, nullptr)));
+    const QByteArray hints = packageClient->fetchBytes(address, nullptr);
+    // The embedded ones have pictures too, which would be asked for.
+    if (!packageClient->isQuitting())
+        showHint(parseHints(hints));
 }

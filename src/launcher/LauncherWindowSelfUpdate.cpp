@@ -27,7 +27,8 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
         return false;
     // What is offered is here already when it was built with another version than it is offered as,
     // or when another launcher has put it here. It would be fetched again at each start.
-    if (!packageClient->hasMissingFiles(launcher, QCoreApplication::applicationDirPath()))
+    if (!packageClient->hasMissingFiles(copiedPart(launcher),
+                                        QCoreApplication::applicationDirPath()))
         return false;
     if (packageClient->isQuitting())
         return true;
@@ -58,7 +59,7 @@ bool LauncherWindow::replaceLauncher(const QUrl& url, const OrlPackageDoc& launc
     {
         // A player who starts two launchers at once gets one new one.
         const auto lock = lockSelfUpdate(target, error);
-        if (!lock || !packageClient->hasMissingFiles(launcher, folder) ||
+        if (!lock || !packageClient->hasMissingFiles(copiedPart(launcher), folder) ||
             packageClient->isQuitting())
             return false;
         QDir(target).removeRecursively();

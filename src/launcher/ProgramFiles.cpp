@@ -11,7 +11,6 @@
 #include <QFileInfo>
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace {
@@ -21,6 +20,16 @@ bool isInstallationRecord(const QString& relative)
     return relative == QLatin1StringView("package.json") ||
            relative == QLatin1StringView("assets.json") ||
            relative == QLatin1StringView("assets.json.sha256");
+}
+
+// What a listing of the folder leaves out: on Windows that is no matter of the name.
+bool isHidden([[maybe_unused]] const QString& relative)
+{
+#ifdef Q_OS_WIN
+    return false;
+#else
+    return relative.startsWith(u'.') || relative.contains(QLatin1StringView("/."));
+#endif
 }
 
 QString freshName(const QString& path)
@@ -117,17 +126,19 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
     return true;
 }
 
-std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder, QString* error)
+std::unique_ptr<FileLock> lockSelfUpdate(const QString& folder, QString* error)
 {
-    auto lock = std::make_unique<QLockFile>(folder + QLatin1StringView(".lock"));
-    // One that a killed launcher left names a process that is gone. What names none, or one of
-    // another machine, counts for a day, in which every download has come to an end.
-    lock->setStaleLockTime(std::chrono::milliseconds(std::chrono::hours(24)).count());
-    if (lock->tryLock())
-        return lock;
-    if (error && lock->error() != QLockFile::LockFailedError)
-        *error = unwritableText(folder);
-    return nullptr;
+    return FileLock::take(folder + QLatin1StringView(".lock"), error);
+}
+
+OrlPackageDoc copiedPart(const OrlPackageDoc& launcher)
+{
+    OrlPackageDoc copied = launcher;
+    copied.files.removeIf([](const OrlFile& file) {
+        const QString path = QDir::cleanPath(file.localfile);
+        return isInstallationRecord(path) || isHidden(path);
+    });
+    return copied;
 }
 
 void settleProgramFiles(const QString& source, const QString& destination)

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "launcher/FileLock.h"
+#include "package/OrlPackageDoc.h"
 #include "package/TurnFunction.h"
 
-#include <QLockFile>
 #include <QString>
 
 #include <memory>
@@ -13,10 +14,13 @@
 
 /// Keeps other launchers from writing to that folder and from copying out of it, until the lock
 /// goes. Null when another one is at work, and with an `error` when no lock can be made at all. On
-/// disk meanwhile: a file of the folder's name with the added ending ".lock". One that a killed
-/// launcher left does not count, or not for longer than a day when it is damaged.
-[[nodiscard]] std::unique_ptr<QLockFile> lockSelfUpdate(const QString& folder,
-                                                        QString* error = nullptr);
+/// disk from then on: a file of the folder's name with the added ending ".lock".
+[[nodiscard]] std::unique_ptr<FileLock> lockSelfUpdate(const QString& folder,
+                                                       QString* error = nullptr);
+
+/// The package without the files that copyProgramFiles() leaves out. Whether a launcher is in place
+/// already is asked of these only: the others never get there, and would be missed for ever.
+[[nodiscard]] OrlPackageDoc copiedPart(const OrlPackageDoc& launcher);
 
 /// Copies the files of a newly installed launcher over the program's own folder, hidden files and
 /// the installation's own records ("package.json", "assets.json", "assets.json.sha256" at the top)

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QNetworkReply>
+#include <QTimer>
 
 namespace {
 
@@ -58,6 +59,15 @@ bool EventLoopPacer::waitForFinished(QNetworkReply* reply)
     m_sinceTurn.restart();
     if (m_quitting && !reply->isFinished())
         reply->abort();
+    return !m_quitting;
+}
+
+bool EventLoopPacer::waitFor(std::chrono::milliseconds time)
+{
+    QEventLoop loop;
+    QTimer::singleShot(time, &loop, [&loop] { endByItself(loop); });
+    m_quitting = !runToItsOwnEnd(loop);
+    m_sinceTurn.restart();
     return !m_quitting;
 }
 

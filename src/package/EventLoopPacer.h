@@ -2,6 +2,8 @@
 
 #include <QElapsedTimer>
 
+#include <chrono>
+
 class QNetworkReply;
 
 /// Keeps the window alive while long work runs on its thread: between slices of the work the event
@@ -21,6 +23,9 @@ public:
     /// Runs the event loop until the reply says that it has finished, which it must not have done
     /// yet. When the program ends before that, the reply is aborted and the result is false.
     [[nodiscard]] bool waitForFinished(QNetworkReply* reply);
+
+    /// Runs the event loop for that long. False when the program ends.
+    [[nodiscard]] bool waitFor(std::chrono::milliseconds time);
 
     /// Whether the last turn or wait was ended by the program's end.
     [[nodiscard]] bool isQuitting() const { return m_quitting; }

@@ -11,6 +11,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -56,6 +57,9 @@ public:
     /// Keeps the window alive during a caller's own long work: the event loop turns once when it is
     /// due. False when the program is ending.
     [[nodiscard]] bool turnIfDue() { return m_pacer.turnIfDue(); }
+
+    /// Waits with the window alive. False when the program is ending.
+    [[nodiscard]] bool waitFor(std::chrono::milliseconds time) { return m_pacer.waitFor(time); }
 
     // Documents. All of these block; a failed download reads as empty and sets
     // "Download failed: " and the network error.

@@ -89,7 +89,7 @@ bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
     // Files that need no reading take their time too when there are many.
     if (!m_pacer.turnIfDue())
         return false;
-    const QString path = pathBelowFolder(folder, file.localfile);
+    const QString path = pathOfListedFile(folder, file.localfile);
     return !path.isEmpty() &&
            isInstalledAt(path, file, m_verified, [this] { return m_pacer.turnIfDue(); });
 }
@@ -133,7 +133,7 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
 bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QString& folder,
                                RunPosition& position, QString* error)
 {
-    const QString path = pathBelowFolder(folder, file.localfile);
+    const QString path = pathOfListedFile(folder, file.localfile);
     if (path.isEmpty()) {
         setText(error, unwritableText(joinedPath(folder, file)));
         return false;
@@ -172,7 +172,7 @@ void PackageClient::startAsync(const QUrl& url, const QList<OrlFile>& files, con
 {
     qint64 sum = 0;
     for (const OrlFile& file : files) {
-        const QString path = pathBelowFolder(folder, file.localfile);
+        const QString path = pathOfListedFile(folder, file.localfile);
         if (path.isEmpty() || !isInstalledAt(path, file, m_verified))
             sum = addSizes(sum, qMax<qint64>(file.packedsize, 0));
     }
@@ -195,7 +195,7 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
     for (; run->index < count; ++run->index) {
         const OrlFile& file = run->files.at(run->index);
         const int number = run->index + 1;
-        const QString path = pathBelowFolder(run->folder, file.localfile);
+        const QString path = pathOfListedFile(run->folder, file.localfile);
         if (path.isEmpty()) {
             endAsync(*run, false, unwritableText(joinedPath(run->folder, file)));
             return;
@@ -226,7 +226,7 @@ void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QByte
         endAsync(*run, false, orPlainFailure(message));
         return;
     }
-    const QString path = pathBelowFolder(run->folder, file.localfile);
+    const QString path = pathOfListedFile(run->folder, file.localfile);
     FileReplacement target(path);
     const StoreResult result = storeFile(file, body, target);
     if (result != StoreResult::Stored) {

@@ -29,6 +29,9 @@ QString inFolder(const QString& folder, QLatin1StringView name)
 // failed write is ignored.
 void beginPackage(const OrlPackageDoc& package, const QString& folder)
 {
+    // Without a folder it would land wherever the launcher was started.
+    if (folder.isEmpty())
+        return;
     QDir().mkpath(folder);
     [[maybe_unused]] const bool written =
         writeMarker(inFolder(folder, markers::partialVersion), package.version);
@@ -41,7 +44,7 @@ bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)
 {
-    return writeMarker(inFolder(folder, markers::assetsIdentity), hash) ||
+    return (!folder.isEmpty() && writeMarker(inFolder(folder, markers::assetsIdentity), hash)) ||
            fail(error, installationFailedText(folder));
 }
 
@@ -61,6 +64,8 @@ bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString&
     const QString executable = pathBelowFolder(folder, package.executable);
     if (!executable.isEmpty())
         makeExecutable(executable);
+    if (folder.isEmpty())
+        return fail(error, unwritableText(folder));
     // The version marker comes last: a reader that sees it finds everything else in place.
     if (!replaceDocument(package, folder))
         return fail(error, unwritableText(folder));

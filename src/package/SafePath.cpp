@@ -1,5 +1,7 @@
 #include "package/SafePath.h"
 
+#include "package/Markers.h"
+
 #include <QDir>
 #include <QStringTokenizer>
 #include <QStringView>
@@ -60,6 +62,22 @@ bool staysBelowFolder(const QString& relative, PathRules rules)
     return named;
 }
 
+bool namesMarker(const QString& relative, PathRules rules)
+{
+    static constexpr std::array names{markers::partialVersion, markers::packageDocument,
+                                      markers::packageVersion, markers::assetsIdentity};
+    const auto sensitivity =
+        rules == PathRules::Windows ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    for (const QStringView segment : qTokenize(QStringView(relative), u'/')) {
+        if (segment.isEmpty() || segment == QLatin1StringView("."))
+            continue;
+        return std::any_of(names.begin(), names.end(), [&](QLatin1StringView name) {
+            return segment.compare(name, sensitivity) == 0;
+        });
+    }
+    return false;
+}
+
 QString pathBelowFolder(const QString& folder, const QString& relative)
 {
     if (folder.isEmpty() || !staysBelowFolder(relative))
@@ -72,4 +90,9 @@ QString pathBelowFolder(const QString& folder, const QString& relative)
         path += u'/';
     path += relative;
     return path;
+}
+
+QString pathOfListedFile(const QString& folder, const QString& relative)
+{
+    return namesMarker(relative) ? QString() : pathBelowFolder(folder, relative);
 }

@@ -22,7 +22,16 @@ enum class PathRules {
 /// would silently strip.
 bool staysBelowFolder(const QString& relative, PathRules rules = PathRules::Native);
 
+/// Whether `relative`, which stays below its folder, is one of the files in which an installation
+/// is recorded there (see Markers.h), or lies below one. By the Windows rules without regard to
+/// case.
+bool namesMarker(const QString& relative, PathRules rules = PathRules::Native);
+
 /// The path of `relative` in `folder`; empty when `folder` is empty or `relative` would leave it.
 /// Every path that comes from the server and is read, written, made executable or started goes
 /// through here. Touches no disk.
 QString pathBelowFolder(const QString& folder, const QString& relative);
+
+/// As pathBelowFolder(), for a file that a package lists: empty also for one that would take the
+/// place of a record of the installation.
+QString pathOfListedFile(const QString& folder, const QString& relative);

@@ -1,6 +1,7 @@
 #include "client/ClientEnvironment.h"
 #include "support/IsolatedHome.h"
 
+#include <QProcess>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -44,6 +45,7 @@ private Q_SLOTS:
     void keepsTheLaunchersOwnVariables();
     void replacesInheritedValues();
     void handsTheBootstrapCodeOnUnchanged();
+    void handsOnABootstrapCodeThatIsNoText();
     void takesTheLoginFromThePortalAddress_data();
     void takesTheLoginFromThePortalAddress();
     void unusablePortalAddressLeavesInheritedLoginAlone_data();
@@ -84,6 +86,21 @@ void ClientEnvironmentTest::handsTheBootstrapCodeOnUnchanged()
     QCOMPARE(variables(clientEnvironment({}, launch)), expected);
     launch.bootstrapCode.clear();
     QVERIFY(!clientEnvironment({}, launch).contains(u"VORNAK_PLAY_BOOTSTRAP_CODE"_s));
+}
+
+void ClientEnvironmentTest::handsOnABootstrapCodeThatIsNoText()
+{
+    const QByteArray code("a\xff\xfe\x80z");
+    qputenv("VORNAK_PLAY_BOOTSTRAP_CODE", code);
+    ClientLaunch launch = exampleLaunch();
+    launch.bootstrapCode = qEnvironmentVariable("VORNAK_PLAY_BOOTSTRAP_CODE");
+    QProcess child;
+    child.setProcessEnvironment(
+        clientEnvironment(QProcessEnvironment::systemEnvironment(), launch));
+    child.start(u"env"_s);
+    QVERIFY(child.waitForFinished());
+    QVERIFY(child.readAllStandardOutput().contains("VORNAK_PLAY_BOOTSTRAP_CODE=" + code + "\n"));
+    qunsetenv("VORNAK_PLAY_BOOTSTRAP_CODE");
 }
 
 void ClientEnvironmentTest::takesTheLoginFromThePortalAddress_data()

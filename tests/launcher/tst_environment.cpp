@@ -1,6 +1,7 @@
 #include "launcher/Environment.h"
 #include "package/PackageClient.h"
 #include "support/IsolatedHome.h"
+#include "support/MessageCapture.h"
 #include "support/TestClient.h"
 #include "support/TestFiles.h"
 
@@ -136,7 +137,9 @@ void EnvironmentTest::autoplayNeedsADescribedProgram()
 {
     QFETCH(QByteArray, description);
     qputenv("VORNAK_AUTOPLAY", "1");
+    const MessageCapture log;
     QVERIFY(!tryDevAutoplay());
+    QCOMPARE(log.lines(), QStringList());
     if (!description.isEmpty()) {
         testfiles::write(m_folder.filePath(u"dev.json"_s), description);
         qputenv("VORNAK_DEV_JSON", m_folder.filePath(u"dev.json"_s).toUtf8());

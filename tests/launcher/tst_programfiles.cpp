@@ -73,7 +73,6 @@ private Q_SLOTS:
     void settlesNothingWithoutSource();
     void settlesOnlyWhatBelongsToTheProgram();
     void waitsForTheLauncherThatReplacesItself();
-    void damagedLockCountsForADay();
     void saysWhenThereCanBeNoLock();
 
 private:
@@ -269,22 +268,6 @@ void TestProgramFiles::waitsForTheLauncherThatReplacesItself()
     settleProgramFiles(from, to);
     QCOMPARE(names(to), QStringList());
     QVERIFY(lockSelfUpdate(from));
-}
-
-void TestProgramFiles::damagedLockCountsForADay()
-{
-    const QString folder = m_folder->filePath(QStringLiteral("self-update"));
-    const QString path = folder + QLatin1StringView(".lock");
-    for (const char* content : {"", "garbage", "1\nelsewhere\nanother-machine\n"}) {
-        write(path, content);
-        QVERIFY(!lockSelfUpdate(folder));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addDays(-2),
-                                 QFileDevice::FileModificationTime));
-        file.close();
-        QVERIFY(lockSelfUpdate(folder));
-    }
 }
 
 void TestProgramFiles::saysWhenThereCanBeNoLock()

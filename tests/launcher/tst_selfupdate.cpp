@@ -25,6 +25,8 @@ private Q_SLOTS:
     void unreachableVersionLeavesTheLauncherAlone();
     void documentWithoutAVersionLeavesTheLauncherAlone();
     void whatIsHereAlreadyIsNotFetchedAgain();
+    void whatIsNeverCopiedIsNotMissed_data();
+    void whatIsNeverCopiedIsNotMissed();
     void onlyOneLauncherReplacesItself();
     void showsItsProgress();
     void anotherVersionIsInstalledStartedAndQuits();
@@ -101,6 +103,26 @@ void SelfUpdateTest::whatIsHereAlreadyIsNotFetchedAgain()
     fixture.publishAndLoad();
     QCOMPARE(fixture.server.paths().last(), QString(documentPath));
     QVERIFY(!QFile::exists(fixture.dataFolder() + u"/self-update"_s));
+    QVERIFY(!QFile::exists(testclient::recordPath(program())));
+}
+
+void SelfUpdateTest::whatIsNeverCopiedIsNotMissed_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char* name :
+         {"package.json", "assets.json", "./assets.json.sha256", ".hidden", "data/.hidden/file"})
+        QTest::newRow(name) << QString::fromLatin1(name);
+}
+
+void SelfUpdateTest::whatIsNeverCopiedIsNotMissed()
+{
+    QFETCH(QString, name);
+    FlowFixture fixture;
+    m_launcher.files.append(fileEntry(name, u"q.lzma"_s, "x", packLzma("x")));
+    offer(fixture, u"1.1"_s);
+    testfiles::write(program(), testclient::programBytes());
+    fixture.publishAndLoad();
+    QCOMPARE(fixture.server.paths().last(), QString(documentPath));
     QVERIFY(!QFile::exists(testclient::recordPath(program())));
 }
 

@@ -1,5 +1,6 @@
 #include "launcher/FlowFixture.h"
 
+#include <QApplication>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -10,12 +11,81 @@ class WaitingTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void secondLauncherWaitsAndLooksAgain();
+    void closingEndsTheWaitForAnotherLauncher();
+    void noPictureIsAskedForAfterClosing();
     void clickThatWaitsIsSeenToBeTaken();
     void clickIsForgottenWhenItWaitedTooLong();
     void stalledTransferIsToldOnceASecond();
     void nothingIsToldBeforeTheFirstReportAndAfterTheUpdate();
     void reasonOfAFailedUpdateStaysOnTheButtonUntilTheNextClick();
 };
+
+void WaitingTest::secondLauncherWaitsAndLooksAgain()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    auto other = FileLock::take(fixture.dataFolder() + u"/packages.lock"_s);
+    QVERIFY(other);
+    fixture.server.clearLog();
+    QString meanwhile;
+    QStringList askedMeanwhile;
+    QTimer::singleShot(300, &fixture.window(), [&] {
+        meanwhile = fixture.status();
+        askedMeanwhile = fixture.server.paths();
+        // The other one has installed a newer version.
+        fixture.tree.package.version = u"2.0.0"_s;
+        fixture.tree.publish();
+        fixture.install(u"bin/client"_s, testclient::programBytes());
+        fixture.install(u"data.bin"_s, fixture.data);
+        fixture.install(u"package.json"_s, serializePackageDoc(fixture.tree.package));
+        fixture.install(u"package.json.version"_s, "2.0.0");
+        other.reset();
+    });
+    fixture.click();
+    QCOMPARE(meanwhile, u"Waiting for another launcher"_s);
+    QCOMPARE(askedMeanwhile, QStringList());
+    QCOMPARE(fixture.server.paths(),
+             (QStringList{ContentTree::versionPath, ContentTree::packagePath}));
+    QCOMPARE(fixture.mode(), u"Play"_s);
+    QCOMPARE(fixture.window().installedVersion(), u"2.0.0"_s);
+    QVERIFY(FileLock::take(fixture.dataFolder() + u"/packages.lock"_s));
+}
+
+void WaitingTest::closingEndsTheWaitForAnotherLauncher()
+{
+    FlowFixture fixture;
+    fixture.publishAndLoad();
+    const auto other = FileLock::take(fixture.dataFolder() + u"/packages.lock"_s);
+    fixture.server.clearLog();
+    fixture.window().show();
+    QElapsedTimer sinceClosing;
+    QTimer::singleShot(0, &fixture.window(), [&] { fixture.click(); });
+    QTimer::singleShot(100, &fixture.window(), [&] {
+        sinceClosing.start();
+        fixture.window().close();
+    });
+    QTimer::singleShot(20'000, qApp, [] { QCoreApplication::exit(9); });
+    QCOMPARE(QCoreApplication::exec(), 0);
+    QVERIFY(sinceClosing.elapsed() < 1000);
+    QCOMPARE(fixture.server.paths(), QStringList());
+    QVERIFY(!QFile::exists(fixture.packageFolder()));
+}
+
+void WaitingTest::noPictureIsAskedForAfterClosing()
+{
+    FlowFixture fixture;
+    fixture.tree.publish();
+    fixture.server.route(ContentTree::hintsPath, HttpAnswer::stall().calling([&] {
+        QTimer::singleShot(20, &fixture.window(), &QWidget::close);
+    }));
+    auto* browser = fixture.find<QTextBrowser>("infoBrowser");
+    fixture.window().show();
+    QTimer::singleShot(0, &fixture.window(), &LauncherWindow::loadConfiguration);
+    QTimer::singleShot(20'000, qApp, [] { QCoreApplication::exit(9); });
+    QCOMPARE(QCoreApplication::exec(), 0);
+    QVERIFY(browser->toPlainText().startsWith(u"Loading"_s));
+}
 
 void WaitingTest::clickThatWaitsIsSeenToBeTaken()
 {

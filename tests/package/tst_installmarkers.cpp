@@ -22,6 +22,9 @@ private Q_SLOTS:
     void completePackageStillRewritesItsMarkers();
     void interruptedInstallationGoesOnWithoutMarkerLogic_data() { InstallFixture::addForms(); }
     void interruptedInstallationGoesOnWithoutMarkerLogic();
+    void fileNamedLikeAMarkerFails_data();
+    void fileNamedLikeAMarkerFails();
+    void nothingIsWrittenWithoutAFolder();
     void missingExecutableIsPassedOver_data() { InstallFixture::addForms(); }
     void missingExecutableIsPassedOver();
     void recordsAssets_data() { InstallFixture::addForms(); }
@@ -121,6 +124,45 @@ void InstallMarkersTest::interruptedInstallationGoesOnWithoutMarkerLogic()
     QCOMPARE(fixture.server().paths().size(), 2);
     QVERIFY(fixture.content(partial).isNull());
     QCOMPARE(fixture.content(version), QByteArray("1.0.0"));
+}
+
+void InstallMarkersTest::fileNamedLikeAMarkerFails_data()
+{
+    QTest::addColumn<Form>("form");
+    QTest::addColumn<QString>("name");
+    for (const Form form : {Form::Blocking, Form::Async}) {
+        for (const QString& name : {document, version, partial, assetsMarker,
+                                    QString(u"./package.json"_s), QString(u"package.json/a"_s)})
+            QTest::addRow("%s %d", qPrintable(name), int(form)) << form << name;
+    }
+}
+
+void InstallMarkersTest::fileNamedLikeAMarkerFails()
+{
+    QFETCH(Form, form);
+    QFETCH(QString, name);
+    InstallFixture fixture;
+    fixture.tree().addFile(name, "not the installer's");
+    VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(name)));
+    QVERIFY(fixture.server().paths().isEmpty());
+    QCOMPARE(fixture.files(), QStringList{u"Quelra/partial.package.json.version"_s});
+    QVERIFY(fixture.client().hasMissingFiles(fixture.tree().package, fixture.folder()));
+}
+
+void InstallMarkersTest::nothingIsWrittenWithoutAFolder()
+{
+    const QTemporaryDir here;
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(here.path()));
+    InstallFixture fixture;
+    QString error;
+    QVERIFY(!fixture.client().installPackage(fixture.tree().packageUrl(), fixture.tree().package,
+                                             QString(), &error));
+    QCOMPARE(error, unwritable(QString()));
+    QVERIFY(!fixture.client().installAssets(fixture.tree().assetsUrl(), {}, u"a"_s, QString(),
+                                            &error));
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(testfiles::list(here.path()), QStringList());
 }
 
 void InstallMarkersTest::missingExecutableIsPassedOver()

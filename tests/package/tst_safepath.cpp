@@ -15,6 +15,8 @@ private Q_SLOTS:
     void refusesEveryControlCharacterOnWindows();
     void refusesAnEmbeddedNul();
     void joinsOnlyWhatStaysBelow();
+    void knowsTheRecordsOfAnInstallation_data();
+    void knowsTheRecordsOfAnInstallation();
 };
 
 void SafePathTest::judgesPaths_data()
@@ -120,6 +122,34 @@ void SafePathTest::joinsOnlyWhatStaysBelow()
     QCOMPARE(pathBelowFolder(u"/data"_s, u"/data/x"_s), QString());
     QCOMPARE(pathBelowFolder(u"/data"_s, QString()), QString());
     QCOMPARE(pathBelowFolder(QString(), u"x"_s), QString());
+}
+
+void SafePathTest::knowsTheRecordsOfAnInstallation_data()
+{
+    QTest::addColumn<bool>("posix");
+    QTest::addColumn<bool>("windows");
+    const auto row = [](const char* path, bool posix, bool windows) {
+        QTest::newRow(path) << posix << windows;
+    };
+    row("package.json", true, true);
+    row("package.json.version", true, true);
+    row("partial.package.json.version", true, true);
+    row("assets.json.sha256", true, true);
+    row("./package.json", true, true);
+    row(".//package.json/below/it", true, true);
+    row("Package.JSON", false, true);
+    row("data/package.json", false, false);
+    row("package.json.old", false, false);
+    row("assets.json", false, false);
+}
+
+void SafePathTest::knowsTheRecordsOfAnInstallation()
+{
+    const QString path = QString::fromLatin1(QTest::currentDataTag());
+    QTEST(namesMarker(path, PathRules::Posix), "posix");
+    QTEST(namesMarker(path, PathRules::Windows), "windows");
+    QCOMPARE(pathOfListedFile(u"/folder"_s, path).isEmpty(), namesMarker(path));
+    QVERIFY(!pathBelowFolder(u"/folder"_s, path).isEmpty());
 }
 
 VORNAK_TEST_MAIN(SafePathTest)

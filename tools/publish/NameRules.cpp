@@ -1,4 +1,3 @@
-#include "package/Markers.h"
 #include "package/ReplacementNames.h"
 #include "package/SafePath.h"
 #include "publish/InputFolder.h"
@@ -19,15 +18,6 @@ QString upperCase(const QString& name)
     std::transform(upper.begin(), upper.end(), upper.begin(),
                    [](QChar character) { return character.toUpper(); });
     return upper;
-}
-
-bool isMarker(const QString& path)
-{
-    static constexpr std::array names{markers::partialVersion, markers::packageDocument,
-                                      markers::packageVersion, markers::assetsIdentity};
-    return std::any_of(names.begin(), names.end(), [&path](QLatin1StringView name) {
-        return path.compare(name, Qt::CaseInsensitive) == 0;
-    });
 }
 
 // Beside such a file the launcher could not write the one that it is named after, and would clear
@@ -60,7 +50,7 @@ QString pathFault(const QString& path, const QString& directory)
 {
     if (!staysBelowFolder(path, PathRules::Windows))
         return windowsFault(path);
-    if (isMarker(path) || isReplacementName(path))
+    if (namesMarker(path, PathRules::Windows) || isReplacementName(path))
         return QStringLiteral("the launcher keeps this name for itself");
     const qsizetype length = directory.size() + 1 + path.size();
     if (length > limits::pathLength)

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+
+/// Keeps other launchers from work on the same files, until it goes. The system gives it back when
+/// its holder dies, however that happens; what lies on the disk afterwards, an empty file, means
+/// nothing. Processes that are started meanwhile do not inherit it.
+class FileLock
+{
+public:
+    /// Null when another launcher has the lock, and with an `error` when none can be made there.
+    /// Does not wait.
+    [[nodiscard]] static std::unique_ptr<FileLock> take(const QString& path,
+                                                        QString* error = nullptr);
+
+    ~FileLock();
+    Q_DISABLE_COPY_MOVE(FileLock)
+
+private:
+    using Handle = std::intptr_t;
+
+    explicit FileLock(Handle handle)
+        : m_handle(handle)
+    {}
+
+    Handle m_handle;
+};
