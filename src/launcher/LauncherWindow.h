@@ -113,7 +113,8 @@ public:
     /// The last number of a version text: what follows its last "." (or else "-"), or all of it.
     [[nodiscard]] static QString versionSuffix(const QString& text);
 
-    /// Shows one hint of the list, or of the embedded ones when the list has no pictures.
+    /// Shows one hint of the list, or of the embedded ones when the list has no pictures, or none
+    /// that the window could lay out in good time.
     void showHint(const QList<HintEntry>& hints);
 
     /// Fetches the hints and shows one.

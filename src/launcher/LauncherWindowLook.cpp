@@ -141,8 +141,11 @@ QString LauncherWindow::versionSuffix(const QString& text)
 
 void LauncherWindow::showHint(const QList<HintEntry>& hints)
 {
-    const HintEntry hint =
-        pickRandomHint(hintsHaveRichContent(hints) ? hints : loadEmbeddedHints());
+    HintEntry hint;
+    if (hintsHaveRichContent(hints))
+        hint = pickShowableHint(hints);
+    if (hint.richText.isEmpty())
+        hint = pickRandomHint(loadEmbeddedHints());
     if (hint.richText.isEmpty())
         return;
     // A single one would mark the letter behind it as a key.

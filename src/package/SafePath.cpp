@@ -66,8 +66,7 @@ bool namesMarker(const QString& relative, PathRules rules)
 {
     static constexpr std::array names{markers::partialVersion, markers::packageDocument,
                                       markers::packageVersion, markers::assetsIdentity};
-    const auto sensitivity =
-        rules == PathRules::Windows ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    const auto sensitivity = rules == PathRules::Windows ? Qt::CaseInsensitive : Qt::CaseSensitive;
     for (const QStringView segment : qTokenize(QStringView(relative), u'/')) {
         if (segment.isEmpty() || segment == QLatin1StringView("."))
             continue;

@@ -1,5 +1,6 @@
 #include "shared/Hints.h"
 
+#include "package/HintLimits.h"
 #include "shared/BuildValues.h"
 
 #include <QFile>
@@ -22,18 +23,37 @@ bool hintsHaveRichContent(const QList<HintEntry>& hints)
     return std::any_of(hints.begin(), hints.end(), isRichHint);
 }
 
-HintEntry pickRandomHint(const QList<HintEntry>& hints)
+namespace {
+
+qsizetype randomIndex(qsizetype size)
 {
-    if (hints.isEmpty())
-        return {};
     // Drawing again, rather than taking a remainder, keeps every hint equally likely.
-    const auto count = static_cast<quint64>(hints.size());
+    const auto count = static_cast<quint64>(size);
     const quint64 mask = std::bit_ceil(count) - 1;
     quint64 index = 0;
     do {
         index = QRandomGenerator64::global()->generate() & mask;
     } while (index >= count);
-    return hints.at(static_cast<qsizetype>(index));
+    return static_cast<qsizetype>(index);
+}
+
+} // namespace
+
+HintEntry pickRandomHint(const QList<HintEntry>& hints)
+{
+    return hints.isEmpty() ? HintEntry() : hints.at(randomIndex(hints.size()));
+}
+
+HintEntry pickShowableHint(QList<HintEntry> hints)
+{
+    while (!hints.isEmpty()) {
+        const qsizetype index = randomIndex(hints.size());
+        if (hintFault(hints.at(index)).isEmpty())
+            return hints.at(index);
+        hints.swapItemsAt(index, hints.size() - 1);
+        hints.removeLast();
+    }
+    return {};
 }
 
 QString rewriteHintHtml(const QString& html, const QString& base)

@@ -15,6 +15,10 @@
 /// One hint, each with the same probability; an empty one when the list is empty.
 [[nodiscard]] HintEntry pickRandomHint(const QList<HintEntry>& hints);
 
+/// One hint of the list that keeps hintlimits, each of those with the same probability; an empty
+/// one when there is none.
+[[nodiscard]] HintEntry pickShowableHint(QList<HintEntry> hints);
+
 /// Points the picture addresses of a hint at the content server: double-quoted root-relative ones
 /// under "/images/", and absolute ones on the game's static-content host. `base` is the server's
 /// base address; trailing "/" do not count.

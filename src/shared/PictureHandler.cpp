@@ -12,13 +12,20 @@ namespace shared {
 
 namespace {
 
+// A few bytes may stand for a picture that fills the memory.
+bool isReasonable(QSize size)
+{
+    constexpr int longest = 4096;
+    return size.isValid() && size.width() <= longest && size.height() <= longest;
+}
+
 bool isPicture(const QVariant& resource)
 {
     if (resource.typeId() != QMetaType::QByteArray)
         return resource.typeId() == QMetaType::QPixmap || resource.typeId() == QMetaType::QImage;
     QByteArray bytes = resource.toByteArray();
     QBuffer buffer(&bytes);
-    return QImageReader(&buffer).size().isValid();
+    return isReasonable(QImageReader(&buffer).size());
 }
 
 // Asks the document, which has what is missing fetched.

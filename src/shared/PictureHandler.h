@@ -7,9 +7,9 @@ class QTextDocument;
 
 namespace shared {
 
-/// Draws the pictures of a text document. One that is not there, or is no picture, leaves its place
-/// empty: Qt would draw the sign of a file there, and first try to read the picture's name as the
-/// path of a file, which on Windows may lead to another machine.
+/// Draws the pictures of a text document. One that is not there, is no picture or has more than
+/// 4096 pixels a side leaves its place empty: Qt would draw the sign of a file there, and first try
+/// to read the picture's name as the path of a file, which on Windows may lead to another machine.
 class PictureHandler : public QObject, public QTextObjectInterface
 {
     Q_OBJECT

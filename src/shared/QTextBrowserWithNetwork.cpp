@@ -4,11 +4,44 @@
 #include "package/TransferFailure.h"
 #include "shared/PictureHandler.h"
 
+#include <QFileInfo>
 #include <QNetworkRequest>
 #include <QScrollBar>
 #include <QTextDocument>
 
+#include <algorithm>
+
 namespace shared {
+
+namespace {
+
+constexpr qint64 largestPicture = 8 * 1024 * 1024;
+
+// A device or a pipe may have no end, and a file that says that it is empty may be one of these.
+bool isEndless(const QString& path)
+{
+    const QFileInfo file(path);
+    const bool isSized = file.isFile() && file.size() > 0 && file.size() <= largestPicture;
+    return file.exists() && !isSized;
+}
+
+bool isReadable(const QUrl& name)
+{
+    const bool isPath = name.scheme().isEmpty();
+    return (!isPath && !name.isLocalFile()) ||
+           !isEndless(isPath ? name.path() : name.toLocalFile());
+}
+
+void limitSize(QNetworkReply& reply)
+{
+    QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply,
+                     [&reply](qint64 received, qint64 total) {
+                         if (std::max(received, total) > largestPicture)
+                             reply.abort();
+                     });
+}
+
+} // namespace
 
 QTextBrowserWithNetwork::QTextBrowserWithNetwork(QWidget* parent)
     : QTextBrowser(parent)
@@ -31,6 +64,8 @@ QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
         startDownload(address);
         return {};
     }
+    if (!isReadable(name))
+        return QByteArray();
     const bool isBundled = address.isValid() && address.scheme() == QLatin1StringView("qrc");
     return QTextBrowser::loadResource(type, isBundled ? address : name);
 }
@@ -44,6 +79,7 @@ void QTextBrowserWithNetwork::startDownload(const QUrl& url)
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     QNetworkReply* reply = m_network.get(request);
+    limitSize(*reply);
     connect(reply, &QNetworkReply::finished, this, [this, reply, url] {
         reply->deleteLater();
         m_pending.remove(url);

@@ -13,7 +13,8 @@ namespace shared {
 /// A text browser that also shows pictures from the web: it fetches "http" and "https" pictures in
 /// the background, keeps their bytes for its lifetime and lays the text out again once the last of
 /// those in flight has arrived. A picture that cannot be fetched stays missing, without a message,
-/// and is asked for again by the next layout.
+/// and is asked for again by the next layout. So does one of more than 8 MiB, of the web or of this
+/// machine.
 class QTextBrowserWithNetwork : public QTextBrowser
 {
     Q_OBJECT

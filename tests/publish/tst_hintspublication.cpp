@@ -69,6 +69,7 @@ void HintsPublicationTest::judgesDocuments_data()
     row("object without hints", "{\"hint\":[]}", 1);
     row("no hint", "[]", 1);
     row("nothing rich", "[\"plain\"]", 1);
+    row("too many tables", "[\"" + QByteArray("<table><tr><td>").repeated(9) + "\"]", 1);
     row("number among hints", "[\"<table>\",1]", 1);
     row("empty hint", "[\"<table>\",{\"title\":\"T\",\"richText\":\"\"}]", 1);
     row("text of another type", "[\"<table>\",{\"richText\":1}]", 1);

@@ -1,3 +1,4 @@
+#include "package/HintLimits.h"
 #include "shared/BuildValues.h"
 #include "shared/Hints.h"
 #include "support/IsolatedHome.h"
@@ -43,6 +44,10 @@ private Q_SLOTS:
     void picksTheOnlyOne();
     void picksEveryHintEquallyOften_data();
     void picksEveryHintEquallyOften();
+    void judgesHintsByWhatTheyAskOfTheWindow_data();
+    void judgesHintsByWhatTheyAskOfTheWindow();
+    void embeddedHintsKeepTheLimits();
+    void passesOverWhatCannotBeShown();
     void pointsPicturesAtTheServer_data();
     void pointsPicturesAtTheServer();
 };
@@ -183,6 +188,66 @@ void HintsTest::picksEveryHintEquallyOften()
     // place of drawing again does.
     QVERIFY2(*least > perHint - 360 && *most < perHint + 360,
              qPrintable(u"%1 to %2"_s.arg(*least).arg(*most)));
+}
+
+void HintsTest::judgesHintsByWhatTheyAskOfTheWindow_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("isShown");
+    const auto times = [](const char* text, int count) {
+        return QString::fromLatin1(text).repeated(count);
+    };
+    const auto row = [](const char* name, const QString& text, bool isShown) {
+        QTest::newRow(name) << text << isShown;
+    };
+    row("plain", u"a few words"_s, true);
+    row("64 KiB", times("word ", 13107), true);
+    row("over 64 KiB", times("word ", 13108), false);
+    row("over 64 KiB as UTF-8", times("\xe4\xe4\xe4\xe4 ", 8000), false);
+    row("8 tables deep", times("<table><tr><td>", 8) + u"x"_s, true);
+    row("9 tables deep", times("<table><tr><td>", 9) + u"x"_s, false);
+    row("9 tables, ends in quotes", times("<table title='</table>'><tr><td>", 9), false);
+    row("9 tables, ends in comments", times("<table><!--</table>--><tr><td>", 9), false);
+    row("9 tables, ends of others", times("<table></b><tr><td></i>", 9), false);
+    row("many tables side by side", times("<table><tr><td>x</td></tr></table>", 500), true);
+    row("32 tags deep", times("<b><i>", 16), true);
+    row("33 tags deep", times("<b><i>", 16) + u"<U>"_s, false);
+    row("many tags side by side", times("<b>x</b> ", 5000), true);
+    row("paragraphs, rows and cells without ends",
+        times("<p>x", 50) + u"<table>"_s + times("<tr><td>x<td>y", 50), true);
+    row("32 pictures", times("<IMG src=a>", 32), true);
+    row("33 pictures", times("<IMG src=a>", 33), false);
+    row("much text in many tables", times("<table><tr><td>", 8) + times("x ", 5000), false);
+    row("many cells", u"<table><tr>"_s + times("<td>x", 1001), false);
+    row("wide cell", u"<td ColSpan=\"20000\">x"_s, false);
+    row("cell over cells", u"<td colspan=2 rowspan=2>x"_s, true);
+    row("endless number", u"<td rowspan=99999999999999999999>x"_s, false);
+    row("long word", QString(1001, u'w'), false);
+    row("unfinished tag", u"<table <img "_s, true);
+    row("lone angle", u"a < b <"_s, true);
+}
+
+void HintsTest::judgesHintsByWhatTheyAskOfTheWindow()
+{
+    QFETCH(QString, text);
+    const QString fault = hintFault({QString(), text});
+    QTEST(fault.isEmpty(), "isShown");
+}
+
+void HintsTest::embeddedHintsKeepTheLimits()
+{
+    for (const HintEntry& hint : loadEmbeddedHints())
+        QCOMPARE(hintFault(hint), QString());
+}
+
+void HintsTest::passesOverWhatCannotBeShown()
+{
+    const HintEntry good{u"good"_s, u"<table>"_s};
+    const HintEntry bad{u"bad"_s, u"<table><tr><td>"_s.repeated(20)};
+    for (int i = 0; i < 20; ++i)
+        QCOMPARE(pickShowableHint({bad, bad, good, bad}), good);
+    QCOMPARE(pickShowableHint({bad, bad}), HintEntry());
+    QCOMPARE(pickShowableHint({}), HintEntry());
 }
 
 void HintsTest::pointsPicturesAtTheServer_data()

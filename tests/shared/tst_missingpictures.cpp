@@ -11,6 +11,7 @@
 #include <QTextDocument>
 
 #include <memory>
+#include <sys/stat.h>
 
 using namespace Qt::StringLiterals;
 using namespace browserkit;
@@ -32,6 +33,9 @@ private Q_SLOTS:
     void missingPictureLeavesItsPlaceEmpty_data();
     void missingPictureLeavesItsPlaceEmpty();
     void nameOfAPictureIsNotReadAsAPath();
+    void readsNoDevicesPipesAndLargeFiles();
+    void endsATransferThatIsTooLarge();
+    void decodesNoPictureOfAbsurdSize();
     void mayBeDestroyedDuringAFetch();
 };
 
@@ -156,6 +160,52 @@ void MissingPicturesTest::nameOfAPictureIsNotReadAsAPath()
         browser.setContent(u"<p><img src=\"%1\"></p>"_s.arg(name));
         QCOMPARE(browser.picture().pixel(20, 20), browser.emptyColour());
     }
+}
+
+void MissingPicturesTest::readsNoDevicesPipesAndLargeFiles()
+{
+    const QTemporaryDir folder;
+    const QString pipe = folder.filePath(u"pipe"_s);
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    QFile large(folder.filePath(u"large"_s));
+    QVERIFY(large.open(QIODevice::WriteOnly));
+    QVERIFY(large.resize(8 * 1024 * 1024 + 1));
+    ShownBrowser browser;
+    for (const QString& path : {u"/dev/zero"_s, u"/dev/null"_s, pipe, large.fileName()}) {
+        for (const QUrl& name : {QUrl::fromLocalFile(path), QUrl(path)})
+            QCOMPARE(browser.loadResource(QTextDocument::ImageResource, name),
+                     QVariant(QByteArray()));
+    }
+    browser.setContent(image(QUrl(u"file:///dev/zero"_s)));
+}
+
+void MissingPicturesTest::endsATransferThatIsTooLarge()
+{
+    ScriptedHttpServer server;
+    server.route(u"/large.png"_s, picture() + QByteArray(8 * 1024 * 1024, 'x'));
+    ShownBrowser browser;
+    browser.setContent(image(server.url(u"/large.png"_s)));
+    QTRY_COMPARE(server.count(u"/large.png"_s), 1);
+    QTRY_COMPARE(server.activeTransfers(), 0);
+    QCoreApplication::processEvents();
+    QVERIFY(!browser.showsPictures());
+    QVERIFY(!browser.document()
+                 ->resource(QTextDocument::ImageResource, server.url(u"/large.png"_s))
+                 .isValid());
+}
+
+void MissingPicturesTest::decodesNoPictureOfAbsurdSize()
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"wide.png"_s);
+    QImage wide(5000, 1, QImage::Format_Mono);
+    wide.fill(0);
+    QVERIFY(wide.save(path));
+    ShownBrowser browser;
+    const QImage empty = browser.picture();
+    browser.setContent(image(QUrl::fromLocalFile(path)));
+    QCOMPARE(browser.picture(), empty);
+    QVERIFY(browser.document()->idealWidth() < 5000);
 }
 
 void MissingPicturesTest::mayBeDestroyedDuringAFetch()

@@ -1,5 +1,6 @@
 #include "publish/HintsPublication.h"
 
+#include "package/HintLimits.h"
 #include "package/HintsDocument.h"
 #include "package/SafeAddress.h"
 #include "package/SafePath.h"
@@ -156,6 +157,9 @@ QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* coun
         const QString where = QStringLiteral("hint %1: ").arg(i + 1);
         if (hint.richText.isEmpty())
             faults.append(where + QLatin1StringView("the launcher finds no text in it"));
+        const QString tooMuch = hintFault(hint);
+        if (!tooMuch.isEmpty())
+            faults.append(where + tooMuch);
         for (const QString& fault : pictureFaults(hint.richText, pictures))
             faults.append(where + fault);
         rich = rich || isRichHint(hint);

@@ -1,0 +1,200 @@
+#include "package/HintLimits.h"
+
+#include <QStringView>
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+using namespace hintlimits;
+
+bool isOneOf(QStringView name, std::initializer_list<const char*> names)
+{
+    return std::any_of(names.begin(), names.end(), [name](const char* one) {
+        return name.compare(QLatin1StringView(one), Qt::CaseInsensitive) == 0;
+    });
+}
+
+bool isCell(QStringView name)
+{
+    return isOneOf(name, {"td", "th"});
+}
+
+bool hasNoEnd(QStringView name)
+{
+    return isOneOf(name, {"br", "hr", "img", "meta", "link", "input", "col"});
+}
+
+/// Reads a text tag by tag, as Qt's own reader does, and stops at the first limit.
+class HintReader
+{
+public:
+    explicit HintReader(QStringView text)
+        : m_text(text)
+    {}
+
+    QString fault()
+    {
+        while (m_at < m_text.size() && m_fault.isEmpty()) {
+            if (m_text.at(m_at) == u'<')
+                readMarkup();
+            else
+                readCharacter();
+        }
+        return m_fault;
+    }
+
+private:
+    void readCharacter()
+    {
+        const QChar character = m_text.at(m_at++);
+        m_word = character.isSpace() ? 0 : m_word + 1;
+        if (m_word > wordLength)
+            fail(QStringLiteral("a word has more than %1 characters").arg(wordLength));
+        countWork(1);
+    }
+
+    void readMarkup()
+    {
+        m_word = 0;
+        const QStringView rest = m_text.sliced(m_at + 1);
+        if (rest.startsWith(QLatin1StringView("!--"))) {
+            skipPast(m_text.indexOf(QLatin1StringView("-->"), m_at), 3);
+            return;
+        }
+        const bool isEnd = rest.startsWith(u'/');
+        const QStringView name = nameAt(m_at + (isEnd ? 2 : 1));
+        const qsizetype begin = m_at;
+        skipPast(endOfTag(), 1);
+        countWork(m_at - begin);
+        if (isEnd)
+            close(name);
+        else if (!name.isEmpty())
+            open(name, m_text.sliced(begin, m_at - begin));
+    }
+
+    [[nodiscard]] QStringView nameAt(qsizetype begin) const
+    {
+        qsizetype end = begin;
+        while (end < m_text.size() && m_text.at(end).isLetterOrNumber())
+            ++end;
+        return m_text.sliced(std::min(begin, m_text.size()), end - std::min(begin, end));
+    }
+
+    /// Of the ">" that is not in quotes; below 0 when there is none.
+    [[nodiscard]] qsizetype endOfTag() const
+    {
+        QChar quote;
+        for (qsizetype i = m_at; i < m_text.size(); ++i) {
+            const QChar character = m_text.at(i);
+            if (!quote.isNull())
+                quote = character == quote ? QChar() : quote;
+            else if (character == u'"' || character == u'\'')
+                quote = character;
+            else if (character == u'>')
+                return i;
+        }
+        return -1;
+    }
+
+    void skipPast(qsizetype found, qsizetype length)
+    {
+        m_at = found < 0 ? m_text.size() : found + length;
+    }
+
+    void open(QStringView name, QStringView tag)
+    {
+        if (isOneOf(name, {"img"}) && ++m_pictures > pictures)
+            fail(QStringLiteral("it names more than %1 pictures").arg(pictures));
+        if (isCell(name) && (++m_cells > cells || spansTooMuch(tag)))
+            fail(QStringLiteral("it has more than %1 cells, or one that spans more than %2")
+                     .arg(cells)
+                     .arg(spannedCells));
+        if (hasNoEnd(name))
+            return;
+        endWhatIsOver(name);
+        m_open.push_back(name);
+        if (std::ssize(m_open) > nestedTags)
+            fail(QStringLiteral("its tags lie more than %1 deep").arg(nestedTags));
+        if (isOneOf(name, {"table"}) && ++m_tables > nestedTables)
+            fail(QStringLiteral("its tables lie more than %1 deep").arg(nestedTables));
+    }
+
+    /// Cells, rows and paragraphs end where the next one begins.
+    void endWhatIsOver(QStringView next)
+    {
+        if (isOneOf(next, {"tr"}) && !m_open.empty() && isCell(m_open.back()))
+            m_open.pop_back();
+        if (m_open.empty())
+            return;
+        const bool isNextCell = isCell(next) && isCell(m_open.back());
+        const bool isNextOne =
+            isOneOf(next, {"tr", "p"}) && next.compare(m_open.back(), Qt::CaseInsensitive) == 0;
+        if (isNextCell || isNextOne)
+            m_open.pop_back();
+    }
+
+    void close(QStringView name)
+    {
+        const auto same = std::find_if(m_open.rbegin(), m_open.rend(), [name](QStringView one) {
+            return one.compare(name, Qt::CaseInsensitive) == 0;
+        });
+        if (same == m_open.rend())
+            return;
+        m_tables -= static_cast<int>(std::count_if(
+            m_open.rbegin(), same + 1, [](QStringView one) { return isOneOf(one, {"table"}); }));
+        m_open.erase(std::prev(same.base()), m_open.end());
+    }
+
+    static bool spansTooMuch(QStringView tag)
+    {
+        for (const char* name : {"colspan", "rowspan"}) {
+            qsizetype at = tag.indexOf(QLatin1StringView(name), 0, Qt::CaseInsensitive);
+            for (; at >= 0 && at < tag.size() && !tag.at(at).isDigit(); ++at)
+                ;
+            qsizetype end = std::max<qsizetype>(at, 0);
+            while (at >= 0 && end < tag.size() && tag.at(end).isDigit())
+                ++end;
+            bool isNumber = false;
+            if (at >= 0 && end > at &&
+                (tag.sliced(at, end - at).toInt(&isNumber) > spannedCells || !isNumber))
+                return true;
+        }
+        return false;
+    }
+
+    void countWork(qint64 characters)
+    {
+        m_work += characters << std::min(m_tables, nestedTables);
+        if (m_work > work)
+            fail(QStringLiteral("too much text lies in tables within tables"));
+    }
+
+    void fail(const QString& text)
+    {
+        if (m_fault.isEmpty())
+            m_fault = text;
+    }
+
+    QStringView m_text;
+    qsizetype m_at = 0;
+    std::vector<QStringView> m_open;
+    int m_tables = 0;
+    int m_pictures = 0;
+    int m_cells = 0;
+    int m_word = 0;
+    qint64 m_work = 0;
+    QString m_fault;
+};
+
+} // namespace
+
+QString hintFault(const HintEntry& hint)
+{
+    // As UTF-8 it is as long at least; counting first spares converting what is much too long.
+    const qsizetype units = hint.title.size() + hint.richText.size();
+    if (units > bytes || hint.title.toUtf8().size() + hint.richText.toUtf8().size() > bytes)
+        return QStringLiteral("it is larger than %1 KiB").arg(bytes / 1024);
+    return HintReader(hint.richText).fault();
+}
