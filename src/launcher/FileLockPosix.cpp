@@ -1,11 +1,9 @@
 #include "launcher/FileLock.h"
-
 #include "package/ReplaceFile.h"
 
 #include <QFile>
 
 #include <cerrno>
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>

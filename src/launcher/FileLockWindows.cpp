@@ -1,5 +1,4 @@
 #include "launcher/FileLock.h"
-
 #include "package/ReplaceFile.h"
 #include "package/WindowsFiles.h"
 

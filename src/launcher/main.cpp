@@ -2,6 +2,7 @@
 #include "launcher/Environment.h"
 #include "launcher/InstalledEntry.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/LogFile.h"
 #include "launcher/ProgramFiles.h"
 #include "package/PackageClient.h"
 #include "package/Utf8Locale.h"
@@ -10,6 +11,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFontDatabase>
+#include <QImageReader>
 #include <QLoggingCategory>
 #include <QStyleFactory>
 #include <QThreadPool>
@@ -51,7 +53,10 @@ int main(int argc, char* argv[])
     if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
         QApplication::setStyle(style);
     QApplication::setPalette(duskPalette());
+    // Pictures of hints come from elsewhere; a few bytes may claim to be one that fills the memory.
+    QImageReader::setAllocationLimit(128);
     setNames();
+    startLogFile(logFilePath());
     writeLauncherPath();
 #ifdef Q_OS_WIN
     updateInstalledEntry();
