@@ -4,6 +4,7 @@ launcher, each with folders of its own. Everything is started here and ended her
 import json
 import os
 import pathlib
+import re
 import shutil
 import signal
 import subprocess
@@ -17,6 +18,7 @@ sys.path.append(str(ROOT / "tests/support"))
 from display import Display  # noqa: E402
 from waiting import PATIENCE, wait_for  # noqa: E402, F401
 
+OWN_LINE = re.compile(r"launcher CDN: |Download failed: |packed hash mismatch for ")
 BIN = pathlib.Path(os.environ["VORNAK_BIN"])
 
 
@@ -143,6 +145,12 @@ class Launcher:
             os.killpg(self.process.pid, signal.SIGKILL)
             self.process.wait()
 
+    def strange_lines(self):
+        """What it said on standard error that is none of its own messages: Qt's complaints about
+        the program, above all."""
+        text = self.log.read_text(errors="replace") if self.log.exists() else ""
+        return [line for line in text.splitlines() if line and not OWN_LINE.match(line)]
+
     def marker(self, name):
         path = self.package / name
         return path.read_bytes().decode() if path.exists() else None
@@ -184,6 +192,7 @@ class EndToEnd(unittest.TestCase):
         self.site = Site(self.folder, self.rate)
         self.addCleanup(self.site.stop)
         self.launcher = Launcher(self.folder, self.site, self.display)
+        self.addCleanup(lambda: self.assertEqual(self.launcher.strange_lines(), []))
         self.addCleanup(self.launcher.kill)
 
 

@@ -159,8 +159,8 @@ void InstallMarkersTest::nothingIsWrittenWithoutAFolder()
     QVERIFY(!fixture.client().installPackage(fixture.tree().packageUrl(), fixture.tree().package,
                                              QString(), &error));
     QCOMPARE(error, unwritable(QString()));
-    QVERIFY(!fixture.client().installAssets(fixture.tree().assetsUrl(), {}, u"a"_s, QString(),
-                                            &error));
+    QVERIFY(
+        !fixture.client().installAssets(fixture.tree().assetsUrl(), {}, u"a"_s, QString(), &error));
     QVERIFY(QDir::setCurrent(before));
     QCOMPARE(testfiles::list(here.path()), QStringList());
 }
