@@ -26,7 +26,8 @@ bool hasNoEnd(QStringView name)
     return isOneOf(name, {"br", "hr", "img", "meta", "link", "input", "col"});
 }
 
-/// Reads a text tag by tag, as Qt's own reader does, and stops at the first limit.
+/// Reads a text tag by tag and stops at the first limit. Qt's reader takes more for a tag than this
+/// one; where the two could differ on where something ends, the hint is refused.
 class HintReader
 {
 public:
@@ -58,20 +59,25 @@ private:
     void readMarkup()
     {
         m_word = 0;
-        const QStringView rest = m_text.sliced(m_at + 1);
+        const qsizetype begin = m_at++;
+        while (m_at < m_text.size() && m_text.at(m_at).isSpace())
+            ++m_at;
+        const QStringView rest = m_text.sliced(m_at);
         if (rest.startsWith(QLatin1StringView("!--"))) {
-            skipPast(m_text.indexOf(QLatin1StringView("-->"), m_at), 3);
+            skipPast(m_text.indexOf(QLatin1StringView("-->"), m_at + 3), 3);
             return;
         }
         const bool isEnd = rest.startsWith(u'/');
-        const QStringView name = nameAt(m_at + (isEnd ? 2 : 1));
-        const qsizetype begin = m_at;
-        skipPast(endOfTag(), 1);
-        countWork(m_at - begin);
-        if (isEnd)
+        const QStringView name = nameAt(m_at + (isEnd ? 1 : 0));
+        skipPast(m_text.indexOf(u'>', m_at), 1);
+        const QStringView tag = m_text.sliced(begin, m_at - begin);
+        countWork(tag.size());
+        if (!isPlain(tag) || (name.isEmpty() && !isEnd && !rest.startsWith(u'!')))
+            fail(QStringLiteral("a tag has no plain name, or a quote without an end"));
+        else if (isEnd)
             close(name);
         else if (!name.isEmpty())
-            open(name, m_text.sliced(begin, m_at - begin));
+            open(name, tag);
     }
 
     [[nodiscard]] QStringView nameAt(qsizetype begin) const
@@ -79,23 +85,25 @@ private:
         qsizetype end = begin;
         while (end < m_text.size() && m_text.at(end).isLetterOrNumber())
             ++end;
-        return m_text.sliced(std::min(begin, m_text.size()), end - std::min(begin, end));
+        const bool isWhole = end == m_text.size() || m_text.at(end).isSpace() ||
+                             m_text.at(end) == u'>' || m_text.at(end) == u'/';
+        return isWhole ? m_text.sliced(begin, end - begin) : QStringView();
     }
 
-    /// Of the ">" that is not in quotes; below 0 when there is none.
-    [[nodiscard]] qsizetype endOfTag() const
+    /// Whether the tag ends where it seems to: at the first ">", outside of quotes and before the
+    /// next tag.
+    static bool isPlain(QStringView tag)
     {
         QChar quote;
-        for (qsizetype i = m_at; i < m_text.size(); ++i) {
-            const QChar character = m_text.at(i);
+        for (const QChar character : tag.sliced(1)) {
+            if (character == u'<')
+                return false;
             if (!quote.isNull())
                 quote = character == quote ? QChar() : quote;
             else if (character == u'"' || character == u'\'')
                 quote = character;
-            else if (character == u'>')
-                return i;
         }
-        return -1;
+        return quote.isNull() && tag.endsWith(u'>');
     }
 
     void skipPast(qsizetype found, qsizetype length)
@@ -111,6 +119,9 @@ private:
             fail(QStringLiteral("it has more than %1 cells, or one that spans more than %2")
                      .arg(cells)
                      .arg(spannedCells));
+        // What lies in these is no text, or not read as such.
+        if (isOneOf(name, {"style", "script", "title"}))
+            fail(QStringLiteral("it has a style, a script or a title of its own"));
         if (hasNoEnd(name))
             return;
         endWhatIsOver(name);

@@ -12,20 +12,12 @@ namespace shared {
 
 namespace {
 
-// A few bytes may stand for a picture that fills the memory.
-bool isReasonable(QSize size)
-{
-    constexpr int longest = 4096;
-    return size.isValid() && size.width() <= longest && size.height() <= longest;
-}
-
 bool isPicture(const QVariant& resource)
 {
     if (resource.typeId() != QMetaType::QByteArray)
         return resource.typeId() == QMetaType::QPixmap || resource.typeId() == QMetaType::QImage;
-    QByteArray bytes = resource.toByteArray();
-    QBuffer buffer(&bytes);
-    return isReasonable(QImageReader(&buffer).size());
+    const QSize size = pictureSize(resource.toByteArray());
+    return size.isValid() && !isTooLarge(size);
 }
 
 // Asks the document, which has what is missing fetched.
@@ -37,6 +29,18 @@ bool isThere(const QTextDocument& document, const QString& name)
 }
 
 } // namespace
+
+QSize pictureSize(QByteArray bytes)
+{
+    QBuffer buffer(&bytes);
+    return QImageReader(&buffer).size();
+}
+
+bool isTooLarge(QSize size)
+{
+    constexpr int longest = 4096;
+    return size.width() > longest || size.height() > longest;
+}
 
 void PictureHandler::install(QTextDocument& document)
 {

@@ -1,11 +1,20 @@
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
+#include <QSize>
 #include <QTextObjectInterface>
 
 class QTextDocument;
 
 namespace shared {
+
+/// What the picture says of itself; invalid for bytes that are none. Decodes nothing.
+[[nodiscard]] QSize pictureSize(QByteArray bytes);
+
+/// Whether a picture of that size is not decoded: a few bytes may stand for one that fills the
+/// memory.
+[[nodiscard]] bool isTooLarge(QSize size);
 
 /// Draws the pictures of a text document. One that is not there, is no picture or has more than
 /// 4096 pixels a side leaves its place empty: Qt would draw the sign of a file there, and first try

@@ -32,6 +32,12 @@ bool isReadable(const QUrl& name)
            !isEndless(isPath ? name.path() : name.toLocalFile());
 }
 
+// The document decodes a picture as soon as it has it.
+QVariant unlessTooLarge(const QVariant& picture)
+{
+    return isTooLarge(pictureSize(picture.toByteArray())) ? QVariant(QByteArray()) : picture;
+}
+
 void limitSize(QNetworkReply& reply)
 {
     QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply,
@@ -60,14 +66,14 @@ QVariant QTextBrowserWithNetwork::loadResource(int type, const QUrl& name)
     if (isWebAddress(address)) {
         const auto cached = m_pictures.constFind(address);
         if (cached != m_pictures.constEnd())
-            return *cached;
+            return unlessTooLarge(*cached);
         startDownload(address);
         return {};
     }
     if (!isReadable(name))
         return QByteArray();
     const bool isBundled = address.isValid() && address.scheme() == QLatin1StringView("qrc");
-    return QTextBrowser::loadResource(type, isBundled ? address : name);
+    return unlessTooLarge(QTextBrowser::loadResource(type, isBundled ? address : name));
 }
 
 void QTextBrowserWithNetwork::startDownload(const QUrl& url)
@@ -86,6 +92,9 @@ void QTextBrowserWithNetwork::startDownload(const QUrl& url)
         const QByteArray picture = reply->readAll();
         if (const auto failure = transferFailure(*reply, picture.size()))
             onDownloadFailed(url, reply->error(), *failure);
+        else if (picture.size() > largestPicture)
+            // A fast one is here before it can be refused.
+            onDownloadFailed(url, QNetworkReply::OperationCanceledError, {});
         else
             onDownloadFinished(url, picture);
     });

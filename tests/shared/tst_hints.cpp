@@ -223,8 +223,16 @@ void HintsTest::judgesHintsByWhatTheyAskOfTheWindow_data()
     row("cell over cells", u"<td colspan=2 rowspan=2>x"_s, true);
     row("endless number", u"<td rowspan=99999999999999999999>x"_s, false);
     row("long word", QString(1001, u'w'), false);
-    row("unfinished tag", u"<table <img "_s, true);
-    row("lone angle", u"a < b <"_s, true);
+    row("unfinished tag", u"<table <img "_s, false);
+    row("lone angle", u"a < b"_s, false);
+    row("angle as it should be", u"a &lt; b"_s, true);
+    row("declaration", u"<!DOCTYPE html><b>x</b>"_s, true);
+    row("9 tables, blanks first", times("< table><tr><td>", 9), false);
+    row("quoted name", u"<\"table\">"_s, false);
+    row("name in entities", u"<&#116;able>"_s, false);
+    row("slash before a quote", u"<b / x=\">"_s + times("<table>", 9) + u"\">"_s, false);
+    row("comment that seems to end", u"<table><!--></table>-->"_s + times("<table>", 8), false);
+    row("style", u"<style></table></style>"_s, false);
 }
 
 void HintsTest::judgesHintsByWhatTheyAskOfTheWindow()
