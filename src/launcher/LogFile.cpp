@@ -49,8 +49,9 @@ struct Log
 
 Log& theLog()
 {
-    static Log log;
-    return log;
+    // Never deleted: the last messages come when the program has all but ended.
+    static Log* const log = new Log;
+    return *log;
 }
 
 // Opened for each line: another launcher may write to the same file, and on Windows an open one
@@ -75,9 +76,13 @@ void append(const Log& log, QLatin1StringView level, const QString& text)
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     Log& log = theLog();
-    {
+    // Writing may have something to say too.
+    thread_local bool isWriting = false;
+    if (!isWriting) {
         const QMutexLocker locker(&log.mutex);
+        isWriting = true;
         append(log, levelOf(type), text);
+        isWriting = false;
     }
     if (log.previous)
         log.previous(type, context, text);
@@ -87,8 +92,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 QString logFilePath()
 {
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::CacheLocation))
-        .filePath(QStringLiteral("launcher.log"));
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+    return folder.isEmpty() ? QString() : QDir(folder).filePath(QStringLiteral("launcher.log"));
 }
 
 QString withoutSecrets(const QString& text, const QString& secret)
@@ -105,6 +110,8 @@ QString withoutSecrets(const QString& text, const QString& secret)
 
 void startLogFile(const QString& path)
 {
+    if (path.isEmpty())
+        return;
     QDir().mkpath(QFileInfo(path).path());
     Log& log = theLog();
     {

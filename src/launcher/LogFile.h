@@ -3,7 +3,8 @@
 #include <QString>
 
 /// Where the launcher's messages are also kept, in the user's cache folder; the file before it lies
-/// beside it as "launcher.1.log". Needs the application's and its organisation's names.
+/// beside it as "launcher.1.log". Needs the application's and its organisation's names. Empty
+/// when there is no such folder.
 [[nodiscard]] QString logFilePath();
 
 /// From now on writes every message of the program to the file too, with the time, after a line
