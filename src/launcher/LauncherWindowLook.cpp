@@ -159,7 +159,7 @@ void LauncherWindow::refreshHint()
     const QString base = packageClient->baseUrl();
     const QUrl address =
         base.isEmpty() ? QUrl() : QUrl(base + QLatin1StringView("/hints.json"), QUrl::TolerantMode);
-    const QByteArray hints = packageClient->fetchBytes(address, nullptr);
+    const QByteArray hints = packageClient->fetchBytes(address, nullptr, transferlimits::document);
     // The embedded ones have pictures too, which would be asked for.
     if (!packageClient->isQuitting())
         showHint(parseHints(hints));

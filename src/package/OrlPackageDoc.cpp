@@ -41,6 +41,11 @@ QJsonObject fileToJson(const OrlFile& file)
     };
 }
 
+QByteArray toBytes(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
 } // namespace
 
 QString readJsonString(const QJsonObject& object, const char* key)
@@ -105,17 +110,25 @@ QList<OrlFile> parseAssetList(const QByteArray& data, QString* error)
     return object ? parseFileList(filesOf(*object)) : QList<OrlFile>();
 }
 
-QByteArray serializePackageDoc(const OrlPackageDoc& doc)
+// The members in the order of their names, as QJsonDocument writes them, but one file after the
+// other: a list of many thousands written in one piece would hold up the window.
+QByteArray serializePackageDoc(const OrlPackageDoc& doc, const TurnFunction& turn)
 {
-    QJsonObject object{
-        {QStringLiteral("version"), doc.version},
-        {QStringLiteral("executable"), doc.executable},
-    };
+    QJsonObject last{{QStringLiteral("version"), doc.version}};
     if (!doc.generation.isEmpty())
-        object.insert(QStringLiteral("generation"), doc.generation);
-    QJsonArray files;
-    for (const OrlFile& file : doc.files)
-        files.append(fileToJson(file));
-    object.insert(QStringLiteral("files"), files);
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+        last.insert(QStringLiteral("generation"), doc.generation);
+    // Slots that run meanwhile may replace the caller's document.
+    const QList<OrlFile> files = doc.files;
+    QByteArray bytes = toBytes({{QStringLiteral("executable"), doc.executable}});
+    bytes.chop(1);
+    bytes += ",\"files\":[";
+    const char* separator = "";
+    for (const OrlFile& file : files) {
+        bytes += separator + toBytes(fileToJson(file));
+        separator = ",";
+        if (turn && !turn())
+            return {};
+    }
+    bytes += "]," + toBytes(last).sliced(1);
+    return bytes;
 }

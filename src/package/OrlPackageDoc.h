@@ -1,5 +1,7 @@
 #pragma once
 
+#include "package/TurnFunction.h"
+
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -64,5 +66,6 @@ OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error = nullptr);
 QList<OrlFile> parseAssetList(const QByteArray& data, QString* error = nullptr);
 
 /// The bytes of the installed "package.json": compact JSON in UTF-8, keys in ascending order, sizes
-/// as decimal strings, "generation" only when it is not empty, no line end.
-QByteArray serializePackageDoc(const OrlPackageDoc& doc);
+/// as decimal strings, "generation" only when it is not empty, no line end. Empty when `turn`,
+/// called after each file, stopped it.
+QByteArray serializePackageDoc(const OrlPackageDoc& doc, const TurnFunction& turn = {});

@@ -3,6 +3,8 @@
 #include "package/EventLoopPacer.h"
 #include "package/LauncherMetadata.h"
 #include "package/OrlPackageDoc.h"
+#include "package/TransferLimits.h"
+#include "package/TurnFunction.h"
 #include "package/VerifiedFiles.h"
 
 #include <QByteArray>
@@ -64,8 +66,9 @@ public:
     // Documents. All of these block; a failed download reads as empty and sets
     // "Download failed: " and the network error.
 
-    /// Body of an address; empty on failure.
-    QByteArray fetchBytes(const QUrl& url, QString* error = nullptr);
+    /// Body of an address; empty on failure, which includes a body of more than `largest` bytes.
+    QByteArray fetchBytes(const QUrl& url, QString* error = nullptr,
+                          qint64 largest = transferlimits::manifest);
     /// Body as UTF-8 without white space at its ends.
     QString fetchText(const QUrl& url, QString* error = nullptr);
     OrlPackageDoc fetchPackageDoc(const QUrl& url, QString* error = nullptr);
@@ -129,16 +132,18 @@ Q_SIGNALS:
     void progress(qint64 bytes, qint64 totalBytes, int fileIndex, int fileCount);
 
 private:
+    bool finalizePackage(const OrlPackageDoc& package, const QString& folder, QString* error,
+                         const TurnFunction& turn);
     bool installFiles(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
                       QString* error);
     void installFilesAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
                            int fileIndex, qint64 bytes, qint64 totalBytes, DoneCallback done);
 
-    QByteArray download(const QUrl& url, QString* error);
-    QByteArray downloadWithProgress(const QUrl& url, qint64 bytesBefore, qint64 totalBytes,
-                                    int fileIndex, int fileCount, QString* error,
+    QByteArray download(const QUrl& url, qint64 largest, QString* error);
+    QByteArray downloadWithProgress(const QUrl& url, qint64 largest, qint64 bytesBefore,
+                                    qint64 totalBytes, int fileIndex, int fileCount, QString* error,
                                     const std::function<void()>& meanwhile);
-    void downloadAsync(const QUrl& url, DownloadCallback done);
+    void downloadAsync(const QUrl& url, qint64 largest, DownloadCallback done);
 
     struct AsyncRun;
     /// Where a blocking run stands: what its progress signals carry.
@@ -151,8 +156,9 @@ private:
     };
 
     [[nodiscard]] QUrl finalAddress(const QUrl& url) const;
-    QNetworkReply* startRequest(const QUrl& address);
-    QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, QString* error);
+    QNetworkReply* startRequest(const QUrl& address, qint64 largest);
+    QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
+                           QString* error);
     bool failWhenQuitting(QString* error);
     bool installOne(const OrlFile& file, const QUrl& base, const QString& folder,
                     RunPosition& position, QString* error);

@@ -8,6 +8,7 @@
 #include <QNetworkRequest>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -27,11 +28,10 @@ void appendAvailable(QNetworkReply& reply, QByteArray& body)
     body.resize(before + qMax<qint64>(read, 0));
 }
 
-// A server that never comes to an end must not fill the memory. Nothing larger could be unpacked.
-void limitBody(QNetworkReply& reply)
+// A server that never comes to an end must not fill the memory.
+void limitBody(QNetworkReply& reply, qint64 largest)
 {
-    const auto check = [&reply](qint64 bytes) {
-        constexpr qint64 largest = 0x100000000;
+    const auto check = [&reply, largest](qint64 bytes) {
         if (bytes > largest)
             reply.abort();
     };
@@ -39,6 +39,14 @@ void limitBody(QNetworkReply& reply)
         check(reply.header(QNetworkRequest::ContentLengthHeader).toLongLong());
     });
     QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply, check);
+}
+
+// A small body may be here in whole before it can be refused.
+std::optional<QString> failureOf(const QNetworkReply& reply, qint64 received, qint64 largest)
+{
+    if (received > largest)
+        return QNetworkReply::tr("Operation canceled");
+    return transferFailure(reply, received);
 }
 
 } // namespace
@@ -66,13 +74,13 @@ QUrl PackageClient::finalAddress(const QUrl& url) const
     return address.isRelative() && !m_baseUrl.isEmpty() ? base.resolved(address) : address;
 }
 
-QNetworkReply* PackageClient::startRequest(const QUrl& address)
+QNetworkReply* PackageClient::startRequest(const QUrl& address, qint64 largest)
 {
     QNetworkRequest request(leadsToAnotherMachine(address) ? QUrl() : address);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     QNetworkReply* reply = m_network->get(request);
-    limitBody(*reply);
+    limitBody(*reply, largest);
     return reply;
 }
 
@@ -86,7 +94,8 @@ bool PackageClient::failWhenQuitting(QString* error)
     return true;
 }
 
-QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address, QString* error)
+QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
+                                      QString* error)
 {
     // The body is taken while it arrives: reading a large one in a single piece at the end would
     // hold up the event loop and keep it in memory twice.
@@ -99,7 +108,7 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     const bool finished = m_pacer.waitForFinished(reply);
     appendAvailable(*reply, body);
     disconnect(reading);
-    const auto failure = transferFailure(*reply, body.size());
+    const auto failure = failureOf(*reply, body.size(), largest);
     if (finished && !failure)
         return body;
     const QString reason = failure.value_or(reply->errorString());
@@ -109,15 +118,15 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     return {};
 }
 
-QByteArray PackageClient::download(const QUrl& url, QString* error)
+QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* error)
 {
     if (failWhenQuitting(error))
         return {};
     const QUrl address = finalAddress(url);
-    return receiveBody(startRequest(address), address, error);
+    return receiveBody(startRequest(address, largest), address, largest, error);
 }
 
-QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefore,
+QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 largest, qint64 bytesBefore,
                                                qint64 totalBytes, int fileIndex, int fileCount,
                                                QString* error,
                                                const std::function<void()>& meanwhile)
@@ -125,35 +134,36 @@ QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefo
     if (failWhenQuitting(error))
         return {};
     const QUrl address = finalAddress(url);
-    QNetworkReply* reply = startRequest(address);
+    QNetworkReply* reply = startRequest(address, largest);
     connect(reply, &QNetworkReply::downloadProgress, this,
             [this, bytesBefore, totalBytes, fileIndex, fileCount](qint64 received, qint64) {
                 Q_EMIT progress(addSizes(bytesBefore, received), totalBytes, fileIndex, fileCount);
             });
     meanwhile();
-    return receiveBody(reply, address, error);
+    return receiveBody(reply, address, largest, error);
 }
 
-void PackageClient::downloadAsync(const QUrl& url, DownloadCallback done)
+void PackageClient::downloadAsync(const QUrl& url, qint64 largest, DownloadCallback done)
 {
     const QUrl address = finalAddress(url);
-    QNetworkReply* reply = startRequest(address);
+    QNetworkReply* reply = startRequest(address, largest);
     if (m_forwardProgress) {
         connect(reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64) {
             Q_EMIT progress(addSizes(m_bytesBefore, received), m_totalBytes, m_fileIndex,
                             m_fileCount);
         });
     }
-    connect(reply, &QNetworkReply::finished, this, [reply, address, done = std::move(done)] {
-        const QByteArray body = reply->readAll();
-        QString message;
-        if (const auto reason = transferFailure(*reply, body.size())) {
-            message = failureText(*reason);
-            qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
-                     qUtf8Printable(message));
-        }
-        reply->deleteLater();
-        if (done)
-            done(body, message);
-    });
+    connect(reply, &QNetworkReply::finished, this,
+            [reply, address, largest, done = std::move(done)] {
+                const QByteArray body = reply->readAll();
+                QString message;
+                if (const auto reason = failureOf(*reply, body.size(), largest)) {
+                    message = failureText(*reason);
+                    qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
+                             qUtf8Printable(message));
+                }
+                reply->deleteLater();
+                if (done)
+                    done(body, message);
+            });
 }

@@ -140,12 +140,12 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
     }
     FileReplacement target(path);
     QString downloadError;
-    const QByteArray body =
-        downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
-                             position.number, position.count, &downloadError, [&file, &target] {
-                                 if (isWorthPreparing(file))
-                                     target.prepare();
-                             });
+    const QByteArray body = downloadWithProgress(base.resolved(QUrl(file.url)), largestPacked(file),
+                                                 position.bytes, position.total, position.number,
+                                                 position.count, &downloadError, [&file, &target] {
+                                                     if (isWorthPreparing(file))
+                                                         target.prepare();
+                                                 });
     if (m_pacer.isQuitting() || !isAccepted(body, file)) {
         setText(error, orPlainFailure(downloadError));
         return false;
@@ -209,7 +209,7 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
         m_fileIndex = number;
         m_fileCount = count;
         m_forwardProgress = true;
-        downloadAsync(run->base.resolved(QUrl(file.url)),
+        downloadAsync(run->base.resolved(QUrl(file.url)), largestPacked(file),
                       [this, run](const QByteArray& body, const QString& message) {
                           storeAsync(run, body, message);
                       });

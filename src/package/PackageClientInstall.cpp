@@ -37,9 +37,10 @@ void beginPackage(const OrlPackageDoc& package, const QString& folder)
         writeMarker(inFolder(folder, markers::partialVersion), package.version);
 }
 
-bool replaceDocument(const OrlPackageDoc& package, const QString& folder)
+bool replaceDocument(const OrlPackageDoc& package, const QString& folder, const TurnFunction& turn)
 {
-    return replaceFile(inFolder(folder, markers::packageDocument), serializePackageDoc(package));
+    const QByteArray bytes = serializePackageDoc(package, turn);
+    return !bytes.isEmpty() && replaceFile(inFolder(folder, markers::packageDocument), bytes, turn);
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)
@@ -61,14 +62,20 @@ void PackageClient::makeExecutable(const QString& path)
 bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString& folder,
                                     QString* error)
 {
+    return finalizePackage(package, folder, error, {});
+}
+
+bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString& folder,
+                                    QString* error, const TurnFunction& turn)
+{
     const QString executable = pathBelowFolder(folder, package.executable);
     if (!executable.isEmpty())
         makeExecutable(executable);
     if (folder.isEmpty())
         return fail(error, unwritableText(folder));
     // The version marker comes last: a reader that sees it finds everything else in place.
-    if (!replaceDocument(package, folder))
-        return fail(error, unwritableText(folder));
+    if (!replaceDocument(package, folder, turn))
+        return !failWhenQuitting(error) && fail(error, unwritableText(folder));
     if (!writeMarker(inFolder(folder, markers::packageVersion), package.version))
         return fail(error, installationFailedText(folder));
     QFile::remove(inFolder(folder, markers::partialVersion));
@@ -82,7 +89,7 @@ bool PackageClient::installPackage(const QUrl& url, const OrlPackageDoc& package
         return false;
     beginPackage(package, folder);
     return installFiles(url, package.files, folder, error) &&
-           finalizePackage(package, folder, error);
+           finalizePackage(package, folder, error, [this] { return m_pacer.turnIfDue(); });
 }
 
 bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, const QString& hash,

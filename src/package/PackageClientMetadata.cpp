@@ -19,31 +19,31 @@ void saveCopy(const QByteArray& data, const QString& folder)
 
 } // namespace
 
-QByteArray PackageClient::fetchBytes(const QUrl& url, QString* error)
+QByteArray PackageClient::fetchBytes(const QUrl& url, QString* error, qint64 largest)
 {
-    return download(url, error);
+    return download(url, largest, error);
 }
 
 QString PackageClient::fetchText(const QUrl& url, QString* error)
 {
-    return QString::fromUtf8(download(url, error)).trimmed();
+    return QString::fromUtf8(download(url, transferlimits::text, error)).trimmed();
 }
 
 OrlPackageDoc PackageClient::fetchPackageDoc(const QUrl& url, QString* error)
 {
-    return parsePackageDoc(download(url, error), error);
+    return parsePackageDoc(download(url, transferlimits::manifest, error), error);
 }
 
 QList<OrlFile> PackageClient::fetchAssetList(const QUrl& url, QString* error)
 {
-    return parseAssetList(download(url, error), error);
+    return parseAssetList(download(url, transferlimits::manifest, error), error);
 }
 
 LauncherMetadata PackageClient::fetchLauncherMetadata(QString* error)
 {
     const QUrl address(m_baseUrl + QLatin1StringView("/launcher/quelrametadata.json"),
                        QUrl::TolerantMode);
-    return parseLauncherMetadata(download(address, error), error);
+    return parseLauncherMetadata(download(address, transferlimits::document, error), error);
 }
 
 LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QString* error)
@@ -58,7 +58,8 @@ LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QS
 QString PackageClient::fetchHintTexts(const QUrl& url, QString* error)
 {
     QStringList texts;
-    const QJsonArray elements = hintElements(QJsonDocument::fromJson(download(url, error)));
+    const QJsonArray elements =
+        hintElements(QJsonDocument::fromJson(download(url, transferlimits::document, error)));
     for (const auto& element : elements) {
         if (element.isString()) {
             texts.append(element.toString());

@@ -40,6 +40,9 @@ private Q_SLOTS:
     void largeBodyArrivesWhole();
     void bodyWithoutALengthArrivesWhole();
     void bodyWithoutEndIsCutOff();
+    void whatIsLargerThanItMayBeFails_data();
+    void whatIsLargerThanItMayBeFails();
+    void packedFilesMayBeAsLargeAsTheirSizesAllow();
     void fileOfAnotherMachineIsNotAskedFor();
     void localFileReportsItsProgress();
     void waitsForAStalledServerWithTheLoopTurning();
@@ -260,6 +263,47 @@ void DownloadTest::failedDocumentsReadAsDefaults()
              u"JSON package configuration file could not be parsed, using default package."_s);
     client.fetchAssetList(server.url(u"/a"_s), &error);
     QCOMPARE(error, u"JSON asset configuration file could not be parsed, using default package."_s);
+}
+
+void DownloadTest::whatIsLargerThanItMayBeFails_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<bool>("isTaken");
+    QTest::newRow("as large as it may be") << 64 * 1024 << true;
+    QTest::newRow("one byte more") << 64 * 1024 + 1 << false;
+    QTest::newRow("much more") << 30'000'000 << false;
+}
+
+void DownloadTest::whatIsLargerThanItMayBeFails()
+{
+    QFETCH(int, size);
+    QFETCH(bool, isTaken);
+    ScriptedHttpServer server;
+    server.route(u"/v"_s, QByteArray(size, 'v'));
+    PackageClient client;
+    client.setBaseUrl(server.baseUrl());
+    const MessageCapture log;
+    QString error;
+    QCOMPARE(client.fetchText(server.url(u"/v"_s), &error).size(), isTaken ? size : 0);
+    QCOMPARE(error, isTaken ? QString() : u"Download failed: Operation canceled"_s);
+    QCOMPARE(log.warnings().size(), isTaken ? 0 : 1);
+    // The same body is none too large for what else it may be.
+    error.clear();
+    QCOMPARE(client.fetchBytes(server.url(u"/v"_s), &error).size(), size);
+    QCOMPARE(error, QString());
+}
+
+void DownloadTest::packedFilesMayBeAsLargeAsTheirSizesAllow()
+{
+    OrlFile file;
+    QCOMPARE(largestPacked(file), 64 * 1024);
+    file.packedsize = 1'000'000;
+    QCOMPARE(largestPacked(file), 1'000'000);
+    file.unpackedsize = 1'000'000;
+    QCOMPARE(largestPacked(file), 16'065'536);
+    file.unpackedsize = std::numeric_limits<qint64>::max();
+    file.packedsize = std::numeric_limits<qint64>::min();
+    QCOMPARE(largestPacked(file), 0x100000000);
 }
 
 void DownloadTest::hasOneSignalAndNothingElse()

@@ -56,6 +56,8 @@ private Q_SLOTS:
     void writesCompactJsonWithSizesAsStrings();
     void omitsAnEmptyGenerationButKeepsAnEmptyVersion();
     void parsesWhatItWrote();
+    void writesTheBytesThatQtWrites();
+    void takesATurnAfterEachFile();
     void filesThatAreNoArrayReadAsNone();
 };
 
@@ -262,6 +264,32 @@ void PackageDocTest::parsesWhatItWrote()
 {
     QCOMPARE(parsePackageDoc(serializePackageDoc(example()), nullptr), example());
     QCOMPARE(parsePackageDoc(serializePackageDoc({}), nullptr), OrlPackageDoc());
+}
+
+void PackageDocTest::writesTheBytesThatQtWrites()
+{
+    OrlPackageDoc odd = example();
+    odd.executable = u"a\"b\\c\u00e4\n\"files\":[]"_s;
+    odd.version = u"\"files\":[]}"_s;
+    OrlPackageDoc plain = example();
+    plain.generation.clear();
+    for (const OrlPackageDoc& doc : {example(), odd, plain, OrlPackageDoc()}) {
+        const QByteArray bytes = serializePackageDoc(doc);
+        QCOMPARE(QJsonDocument::fromJson(bytes).toJson(QJsonDocument::Compact), bytes);
+        QCOMPARE(parsePackageDoc(bytes, nullptr), doc);
+    }
+}
+
+void PackageDocTest::takesATurnAfterEachFile()
+{
+    OrlPackageDoc doc;
+    doc.files.resize(100);
+    int turns = 0;
+    QCOMPARE(serializePackageDoc(doc, [&turns] { return ++turns > 0; }), serializePackageDoc(doc));
+    QCOMPARE(turns, 100);
+    turns = 0;
+    QCOMPARE(serializePackageDoc(doc, [&turns] { return ++turns < 50; }), QByteArray());
+    QCOMPARE(turns, 50);
 }
 
 void PackageDocTest::filesThatAreNoArrayReadAsNone()
