@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QScrollBar>
 #include <QTextEdit>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -105,6 +106,42 @@ void loadAndPlay(LauncherWindow& window)
     window.play();
 }
 
+void replaceItself(LauncherWindow& window)
+{
+    load(window);
+    window.setBusy(true);
+    window.onProgress(14'000'000, 22'000'000);
+}
+
+void failToStart(LauncherWindow& window)
+{
+    load(window);
+    window.startClient(window.packagePath() + QLatin1StringView("/quelra"), window.packagePath(),
+                       QString());
+}
+
+void updateAndEnd(LauncherWindow& window)
+{
+    load(window);
+    window.runUpdate(false);
+}
+
+void showAbout(LauncherWindow& window)
+{
+    load(window);
+    // The box has an event loop of its own.
+    QTimer::singleShot(0, &window, [&window] {
+        Q_EMIT window.findChild<QLabel*>(QStringLiteral("aboutLabel"))
+            ->linkActivated(QStringLiteral("about"));
+    });
+}
+
+void reachTheHint(LauncherWindow& window)
+{
+    load(window);
+    window.findChild<QTextEdit*>(QStringLiteral("infoBrowser"))->setFocus(Qt::TabFocusReason);
+}
+
 } // namespace
 
 void writeContent(const QString& folder)
@@ -137,6 +174,11 @@ QList<WindowState> windowStates()
         row("play", installed("1.4.27"), load),
         row("launching", installed("1.4.27"), launch),
         row("cannot-start", installed("1.4.27"), loadAndPlay),
+        row("cannot-start-why", installed("1.4.27"), failToStart),
+        row("replacing-itself", installed("1.4.27"), replaceItself),
+        row("after-update", installed("1.4.26"), updateAndEnd),
+        row("about", installed("1.4.27"), showAbout),
+        row("keyboard", installed("1.4.27"), reachTheHint),
         row("long-hint", installed("1.4.27"), showLongestHint),
     };
     states[0].licenceAccepted = false;

@@ -16,12 +16,23 @@
 
 namespace {
 
+constexpr int settlingMs = 400;
+
 // Lets pictures arrive and everything be painted.
 void settle()
 {
     QEventLoop loop;
-    QTimer::singleShot(400, &loop, &QEventLoop::quit);
+    QTimer::singleShot(settlingMs, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+// What is on the screen, not what the widgets would paint: that is what the player gets.
+bool saveScreen(const QWidget& window, const QString& file)
+{
+    const QRect place = window.geometry();
+    return window.screen()
+        ->grabWindow(0, place.x(), place.y(), place.width(), place.height())
+        .save(file);
 }
 
 bool save(const WindowState& state, const QString& baseUrl, const QString& file)
@@ -39,9 +50,16 @@ bool save(const WindowState& state, const QString& baseUrl, const QString& file)
     settle();
     if (state.act)
         state.act(window);
+    // A box that the state has opened keeps its own event loop running until it is closed.
+    bool isSaved = false;
+    QTimer::singleShot(settlingMs, &window, [&window, &file, &isSaved] {
+        isSaved = saveScreen(window, file);
+        if (QWidget* box = QApplication::activeModalWidget())
+            box->close();
+    });
     settle();
-    // What is on the screen, not what the widgets would paint: that is what the player gets.
-    return window.screen()->grabWindow(window.winId()).save(file);
+    settle();
+    return isSaved;
 }
 
 } // namespace
