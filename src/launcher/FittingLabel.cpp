@@ -64,11 +64,7 @@ void FittingLabel::showText(const QString& text, Width width)
             : fontMetrics().horizontalAdvance(text.first(std::min(text.size(), longest)));
     const int wanted = std::min(natural + 2 * sideMargin, m_limits.widest);
     const bool isFixed = minimumSize() == maximumSize();
-    if (text.isEmpty())
-        // An empty text would have a height.
-        clear();
-    else
-        setText(text);
+    setText(text);
     if (width == Width::OnlyGrows && isFixed && wanted <= minimumWidth() &&
         wanted < m_limits.widest) {
         m_fitted = m_painted = text;
@@ -79,8 +75,9 @@ void FittingLabel::showText(const QString& text, Width width)
         fixSize(width == Width::OnlyGrows ? std::max(minimumWidth(), wanted) : wanted);
         return;
     }
-    setMinimumSize(0, m_limits.lowest);
-    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    // The size of a label that never had a text: what is around it comes back to the pixel.
+    setFixedSize(fontMetrics().averageCharWidth(),
+                 std::max(fontMetrics().lineSpacing(), m_limits.lowest));
 }
 
 void FittingLabel::fixSize(int width)

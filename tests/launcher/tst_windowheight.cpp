@@ -65,6 +65,8 @@ void WindowHeightTest::isTheSameAfterAnUpdateAsBefore()
     fixture.publishAndLoad();
     settle();
     const int before = fixture.window().height();
+    const QRect panelBefore = fixture.find<QGroupBox>("packageGroup")->geometry();
+    const QRect hintBefore = fixture.find<QGroupBox>("hintGroup")->geometry();
     if (fails)
         fixture.server.route(fixture.tree.packedPath(fixture.tree.package.files.last()),
                              HttpAnswer::error(500));
@@ -76,6 +78,8 @@ void WindowHeightTest::isTheSameAfterAnUpdateAsBefore()
     QCOMPARE(fixture.mode(), fails ? QStringLiteral("Download") : QStringLiteral("Play"));
     QVERIFY(during > before);
     QCOMPARE(fixture.window().height(), before);
+    QCOMPARE(fixture.find<QGroupBox>("packageGroup")->geometry(), panelBefore);
+    QCOMPARE(fixture.find<QGroupBox>("hintGroup")->geometry(), hintBefore);
     // The panel ends where the hint begins, below the name on the background.
     const auto* logo = fixture.find<QLabel>("logoLabel");
     const auto* panel = fixture.find<QGroupBox>("packageGroup");
