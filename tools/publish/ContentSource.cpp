@@ -62,7 +62,8 @@ public:
 
     QByteArray fetch(const QString& address, QString* error) override
     {
-        return m_client.fetchBytes(QUrl(address, QUrl::TolerantMode), error);
+        return m_client.fetchBytes(QUrl(address, QUrl::TolerantMode), error,
+                                   transferlimits::packed);
     }
 
     bool isParallel() const override { return false; }
