@@ -39,6 +39,7 @@ private Q_SLOTS:
     void isRightBeforeTheNextTurnOfTheEventLoop();
     void givesEveryStatusItsPlace_data();
     void givesEveryStatusItsPlace();
+    void breaksNoTextThatFitsOneLine();
     void showsTheWholeReasonWhenTheClientCannotStart();
     void keepsWhatThePlayerChose();
     void followsTheContentsAgainWhenDraggedToTheSmallest();
@@ -137,6 +138,21 @@ void WindowHeightTest::givesEveryStatusItsPlace()
     QVERIFY(panel->y() > fixture.find<QLabel>("logoLabel")->geometry().bottom());
     QCOMPARE(status->text(), text);
     QCOMPARE(status->toolTip(), lines == 6 ? text : QString());
+}
+
+void WindowHeightTest::breaksNoTextThatFitsOneLine()
+{
+    WindowFixture fixture;
+    fixture.window().show();
+    settle();
+    auto* status = fixture.find<FittingLabel>("statusLabel");
+    status->showText(QStringLiteral("x"));
+    const int oneLine = status->height();
+    const QString words = QStringLiteral("Waiting for another launcher to end is all it does");
+    for (qsizetype length = 1; length < 40; ++length) {
+        status->showText(words.first(length));
+        QCOMPARE(status->height(), oneLine);
+    }
 }
 
 void WindowHeightTest::showsTheWholeReasonWhenTheClientCannotStart()
