@@ -62,7 +62,8 @@ void FittingLabel::showText(const QString& text, Width width)
         width == Width::OnlyGrows
             ? widthOfAnyDigits(text)
             : fontMetrics().horizontalAdvance(text.first(std::min(text.size(), longest)));
-    // Metrics are rounded, lines are not: without a pixel to spare the last word would be broken off.
+    // Metrics are rounded, lines are not: without a pixel to spare the last word would be broken
+    // off.
     const int wanted = std::min(natural + 2 * sideMargin + 2, m_limits.widest);
     const bool isFixed = minimumSize() == maximumSize();
     setText(text);

@@ -1,8 +1,9 @@
 #include "package/EventLoopPacer.h"
 
+#include "package/BodyReception.h"
+
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QNetworkReply>
 #include <QTimer>
 
 namespace {
@@ -49,16 +50,14 @@ bool EventLoopPacer::turn()
     return !m_quitting;
 }
 
-bool EventLoopPacer::waitForFinished(QNetworkReply* reply)
+bool EventLoopPacer::waitForEnd(BodyReception& reception)
 {
     QEventLoop loop;
-    QObject::connect(reply, &QNetworkReply::finished, &loop, [&loop] { endByItself(loop); });
-    // Also for one that has finished already, as a local file's does at once: its signals are still
-    // on their way.
+    QObject::connect(&reception, &BodyReception::ended, &loop, [&loop] { endByItself(loop); });
     m_quitting = !runToItsOwnEnd(loop);
     m_sinceTurn.restart();
-    if (m_quitting && !reply->isFinished())
-        reply->abort();
+    if (m_quitting)
+        reception.stop();
     return !m_quitting;
 }
 

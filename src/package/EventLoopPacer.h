@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-class QNetworkReply;
+class BodyReception;
 
 /// Keeps the window alive while long work runs on its thread: between slices of the work the event
 /// loop gets a turn when the last one is long enough ago. It also knows whether the program is
@@ -20,9 +20,9 @@ public:
     /// stops its work at once.
     [[nodiscard]] bool turnIfDue();
 
-    /// Runs the event loop until the reply says that it has finished, which it must not have done
-    /// yet. When the program ends before that, the reply is aborted and the result is false.
-    [[nodiscard]] bool waitForFinished(QNetworkReply* reply);
+    /// Runs the event loop until the reception has ended, which it must not have done yet. When the
+    /// program ends before that, the reception is stopped and the result is false.
+    [[nodiscard]] bool waitForEnd(BodyReception& reception);
 
     /// Runs the event loop for that long. False when the program ends.
     [[nodiscard]] bool waitFor(std::chrono::milliseconds time);

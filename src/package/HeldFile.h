@@ -9,6 +9,8 @@ enum class FileAttempt {
     Done,
     /// Another program is in the way; it may be gone in a moment.
     Held,
+    /// It cannot be moved, since its place is on another volume.
+    OtherVolume,
     Failed,
 };
 

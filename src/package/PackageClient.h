@@ -17,6 +17,7 @@
 #include <functional>
 #include <memory>
 
+class IncomingFile;
 class QNetworkAccessManager;
 class QNetworkReply;
 
@@ -140,10 +141,9 @@ private:
                            int fileIndex, qint64 bytes, qint64 totalBytes, DoneCallback done);
 
     QByteArray download(const QUrl& url, qint64 largest, QString* error);
-    QByteArray downloadWithProgress(const QUrl& url, qint64 largest, qint64 bytesBefore,
-                                    qint64 totalBytes, int fileIndex, int fileCount, QString* error,
-                                    const std::function<void()>& meanwhile);
-    void downloadAsync(const QUrl& url, qint64 largest, DownloadCallback done);
+    QByteArray downloadWithProgress(const QUrl& url, qint64 bytesBefore, qint64 totalBytes,
+                                    int fileIndex, int fileCount, QString* error);
+    void downloadAsync(const QUrl& url, DownloadCallback done);
 
     struct AsyncRun;
     /// Where a blocking run stands: what its progress signals carry.
@@ -158,14 +158,13 @@ private:
     [[nodiscard]] QUrl finalAddress(const QUrl& url) const;
     QNetworkReply* startRequest(const QUrl& address, qint64 largest);
     QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
-                           QString* error);
+                           IncomingFile* incoming, QString* error);
     bool failWhenQuitting(QString* error);
     bool installOne(const OrlFile& file, const QUrl& base, const QString& folder,
                     RunPosition& position, QString* error);
     void continueAsync(const std::shared_ptr<AsyncRun>& run);
-    void storeAsync(const std::shared_ptr<AsyncRun>& run, const QByteArray& body,
-                    const QString& message);
-    void endAsync(const AsyncRun& run, bool ok, const QString& message);
+    void storeAsync(const std::shared_ptr<AsyncRun>& run, const QString& message);
+    void endAsync(AsyncRun& run, bool ok, const QString& message);
     void startAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
                     DoneCallback done);
 
@@ -178,6 +177,8 @@ private:
     qint64 m_totalBytes = 0;
     int m_fileIndex = 0;
     int m_fileCount = 0;
+    // Where the body of the next download of a file goes as it arrives; the download takes it.
+    IncomingFile* m_incoming = nullptr;
     EventLoopPacer m_pacer;
     VerifiedFiles m_verified;
 };

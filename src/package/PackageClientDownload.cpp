@@ -1,3 +1,5 @@
+#include "package/BodyReception.h"
+#include "package/IncomingFile.h"
 #include "package/PackageClient.h"
 #include "package/SafeAddress.h"
 #include "package/Sizes.h"
@@ -9,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -17,15 +20,10 @@ QString failureText(const QString& reason)
     return QLatin1StringView("Download failed: ") + reason;
 }
 
-void appendAvailable(QNetworkReply& reply, QByteArray& body)
+// The text that a transfer gets which is aborted on the way.
+QString cancelledText()
 {
-    const qint64 available = reply.isOpen() ? reply.bytesAvailable() : 0;
-    if (available <= 0)
-        return;
-    const qsizetype before = body.size();
-    body.resize(before + available);
-    const qint64 read = reply.read(body.data() + before, body.size() - before);
-    body.resize(before + qMax<qint64>(read, 0));
+    return failureText(QNetworkReply::tr("Operation canceled"));
 }
 
 // A server that never comes to an end must not fill the memory.
@@ -47,6 +45,11 @@ std::optional<QString> failureOf(const QNetworkReply& reply, qint64 received, qi
     if (received > largest)
         return QNetworkReply::tr("Operation canceled");
     return transferFailure(reply, received);
+}
+
+qint64 largestBodyOf(const IncomingFile* incoming)
+{
+    return incoming ? largestPacked(incoming->file()) : transferlimits::packed;
 }
 
 } // namespace
@@ -88,34 +91,33 @@ bool PackageClient::failWhenQuitting(QString* error)
 {
     if (!m_pacer.checkQuitting())
         return false;
-    // The text that a transfer gets which is aborted on the way.
     if (error)
-        *error = failureText(QNetworkReply::tr("Operation canceled"));
+        *error = cancelledText();
     return true;
 }
 
 QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
-                                      QString* error)
+                                      IncomingFile* incoming, QString* error)
 {
-    // The body is taken while it arrives: reading a large one in a single piece at the end would
-    // hold up the event loop and keep it in memory twice.
-    QByteArray body;
     // Deleted on return. deleteLater() would wait for the outermost event loop, and an installation
     // would gather thousands of replies before it comes to that.
     const std::unique_ptr<QNetworkReply> owner(reply);
-    const auto reading = connect(reply, &QIODevice::readyRead, this,
-                                 [reply, &body] { appendAvailable(*reply, body); });
-    const bool finished = m_pacer.waitForFinished(reply);
-    appendAvailable(*reply, body);
-    disconnect(reading);
-    const auto failure = failureOf(*reply, body.size(), largest);
-    if (finished && !failure)
-        return body;
-    const QString reason = failure.value_or(reply->errorString());
-    if (error)
-        *error = failureText(reason);
-    qWarning("Download failed: %s %s", qUtf8Printable(address.toString()), qUtf8Printable(reason));
-    return {};
+    BodyReception reception(*reply, incoming);
+    const bool ended = m_pacer.waitForEnd(reception);
+    if (incoming && incoming->cannotBeWritten())
+        return {};
+    const auto failure = failureOf(*reply, reception.received(), largest);
+    if (failure) {
+        if (error)
+            *error = failureText(*failure);
+        qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
+                 qUtf8Printable(*failure));
+        if (incoming)
+            incoming->dropBody();
+    } else if (!ended && error) {
+        *error = cancelledText();
+    }
+    return failure || !ended ? QByteArray() : reception.body();
 }
 
 QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* error)
@@ -123,14 +125,15 @@ QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* err
     if (failWhenQuitting(error))
         return {};
     const QUrl address = finalAddress(url);
-    return receiveBody(startRequest(address, largest), address, largest, error);
+    return receiveBody(startRequest(address, largest), address, largest, nullptr, error);
 }
 
-QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 largest, qint64 bytesBefore,
+QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefore,
                                                qint64 totalBytes, int fileIndex, int fileCount,
-                                               QString* error,
-                                               const std::function<void()>& meanwhile)
+                                               QString* error)
 {
+    IncomingFile* const incoming = std::exchange(m_incoming, nullptr);
+    const qint64 largest = largestBodyOf(incoming);
     if (failWhenQuitting(error))
         return {};
     const QUrl address = finalAddress(url);
@@ -139,12 +142,13 @@ QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 largest, 
             [this, bytesBefore, totalBytes, fileIndex, fileCount](qint64 received, qint64) {
                 Q_EMIT progress(addSizes(bytesBefore, received), totalBytes, fileIndex, fileCount);
             });
-    meanwhile();
-    return receiveBody(reply, address, largest, error);
+    return receiveBody(reply, address, largest, incoming, error);
 }
 
-void PackageClient::downloadAsync(const QUrl& url, qint64 largest, DownloadCallback done)
+void PackageClient::downloadAsync(const QUrl& url, DownloadCallback done)
 {
+    IncomingFile* const incoming = std::exchange(m_incoming, nullptr);
+    const qint64 largest = largestBodyOf(incoming);
     const QUrl address = finalAddress(url);
     QNetworkReply* reply = startRequest(address, largest);
     if (m_forwardProgress) {
@@ -153,17 +157,19 @@ void PackageClient::downloadAsync(const QUrl& url, qint64 largest, DownloadCallb
                             m_fileCount);
         });
     }
-    connect(reply, &QNetworkReply::finished, this,
-            [reply, address, largest, done = std::move(done)] {
-                const QByteArray body = reply->readAll();
+    const auto* reception = new BodyReception(*reply, incoming, reply);
+    connect(reception, &BodyReception::ended, this,
+            [reply, reception, incoming, address, largest, done = std::move(done)] {
+                const auto failure = failureOf(*reply, reception->received(), largest);
+                const bool isUseless = incoming && incoming->cannotBeWritten();
                 QString message;
-                if (const auto reason = failureOf(*reply, body.size(), largest)) {
-                    message = failureText(*reason);
+                if (failure && !isUseless) {
+                    message = failureText(*failure);
                     qWarning("Download failed: %s %s", qUtf8Printable(address.toString()),
                              qUtf8Printable(message));
                 }
                 reply->deleteLater();
                 if (done)
-                    done(body, message);
+                    done(reception->body(), message);
             });
 }

@@ -1,8 +1,9 @@
+#include "package/IncomingFile.h"
+#include "package/InstalledFile.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 #include "package/Sizes.h"
-#include "package/StoreFile.h"
 
 #include <QDir>
 
@@ -18,20 +19,20 @@ QString joinedPath(const QString& folder, const OrlFile& file)
 
 // The failure's text for the caller; a wrong packed hash is also logged, since it tells a broken
 // server or proxy from a broken connection.
-QString storeFailureText(StoreResult result, const OrlFile& file, const QByteArray& body,
-                         const QString& path)
+QString storeFailureText(StoreResult result, const IncomingFile& incoming)
 {
+    const OrlFile& file = incoming.file();
     switch (result) {
     case StoreResult::PackedHashDiffers:
         qWarning("packed hash mismatch for %s (%lld bytes)", qUtf8Printable(file.localfile),
-                 static_cast<long long>(body.size()));
+                 static_cast<long long>(incoming.bodySize()));
         [[fallthrough]];
     case StoreResult::UnpackedDiffers:
         return QLatin1StringView("Download failed: ") + file.localfile;
     case StoreResult::UnpackingFailed:
         return QLatin1StringView("Failed to decompress file downloaded from ") + file.url;
     case StoreResult::WritingFailed:
-        return unwritableText(path);
+        return unwritableText(incoming.path());
     case StoreResult::Stored:
     case StoreResult::Cancelled:
         break;
@@ -39,29 +40,9 @@ QString storeFailureText(StoreResult result, const OrlFile& file, const QByteArr
     return {};
 }
 
-// A small file is prepared for while its answer is on the way. It gains nothing for a large one,
-// and not every file system can keep an unfinished file out of sight for that long.
-bool isWorthPreparing(const OrlFile& file)
-{
-    constexpr qint64 small = 0x100000;
-    return file.packedsize < small;
-}
-
-bool isAccepted(const QByteArray& body, const OrlFile& file)
-{
-    return !body.isEmpty() || file.packedsize == 0;
-}
-
 QString orPlainFailure(const QString& text)
 {
     return text.isEmpty() ? QStringLiteral("Download failed") : text;
-}
-
-// What an installed file adds to the bytes done. Without a stated size it is more than the total
-// counted, which only shows in a bar that is full early.
-qint64 accountedSize(const OrlFile& file, const QByteArray& body)
-{
-    return file.packedsize < 1 ? body.size() : file.packedsize;
 }
 
 void setText(QString* error, const QString& text)
@@ -82,6 +63,7 @@ struct PackageClient::AsyncRun
     qint64 bytes = 0;
     qint64 total = 1;
     DoneCallback done;
+    std::unique_ptr<IncomingFile> incoming;
 };
 
 bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
@@ -107,6 +89,8 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
                                  const QString& folder, QString* error)
 {
     QDir().mkpath(folder);
+    FileReplacement::removeLeftover(unfinishedPathIn(folder),
+                                    [this] { return m_pacer.turnIfDue(); });
     RunPosition position;
     position.count = static_cast<int>(files.size());
     QList<bool> needed;
@@ -138,38 +122,33 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
         setText(error, unwritableText(joinedPath(folder, file)));
         return false;
     }
-    FileReplacement target(path);
+    IncomingFile incoming(file, path, unfinishedPathIn(folder));
     QString downloadError;
-    const QByteArray body = downloadWithProgress(base.resolved(QUrl(file.url)), largestPacked(file),
-                                                 position.bytes, position.total, position.number,
-                                                 position.count, &downloadError, [&file, &target] {
-                                                     if (isWorthPreparing(file))
-                                                         target.prepare();
-                                                 });
-    if (m_pacer.isQuitting() || !isAccepted(body, file)) {
+    m_incoming = &incoming;
+    downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
+                         position.number, position.count, &downloadError);
+    if (m_pacer.isQuitting() || !(incoming.isAccepted() || incoming.cannotBeWritten())) {
         setText(error, orPlainFailure(downloadError));
         return false;
     }
-    const StoreResult result =
-        storeFile(file, body, target, [this] { return m_pacer.turnIfDue(); });
+    const StoreResult result = incoming.finish([this] { return m_pacer.turnIfDue(); });
     if (result == StoreResult::Cancelled) {
         failWhenQuitting(error);
         return false;
     }
     if (result != StoreResult::Stored) {
-        setText(error, storeFailureText(result, file, body, path));
+        setText(error, storeFailureText(result, incoming));
         return false;
     }
     m_verified.addWritten(path, file.unpackedhash);
-    position.bytes = addSizes(position.bytes, accountedSize(file, body));
-    // Giving back the memory of a large file takes as long as a slice of work: the unpacked bytes
-    // have just gone, the packed ones go with this call.
+    position.bytes = addSizes(position.bytes, incoming.accountedSize());
     return m_pacer.turnIfDue() || !failWhenQuitting(error);
 }
 
 void PackageClient::startAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
                                DoneCallback done)
 {
+    FileReplacement::removeLeftover(unfinishedPathIn(folder));
     qint64 sum = 0;
     for (const OrlFile& file : files) {
         const QString path = pathOfListedFile(folder, file.localfile);
@@ -183,9 +162,9 @@ void PackageClient::installFilesAsync(const QUrl& url, const QList<OrlFile>& fil
                                       const QString& folder, int fileIndex, qint64 bytes,
                                       qint64 totalBytes, DoneCallback done)
 {
-    continueAsync(
-        std::make_shared<AsyncRun>(AsyncRun{url.adjusted(QUrl::RemoveFilename), files, folder,
-                                            fileIndex, bytes, totalBytes, std::move(done)}));
+    continueAsync(std::make_shared<AsyncRun>(AsyncRun{url.adjusted(QUrl::RemoveFilename), files,
+                                                      folder, fileIndex, bytes, totalBytes,
+                                                      std::move(done), nullptr}));
 }
 
 // Installed files are passed over in a loop: a list may hold very many of them.
@@ -209,40 +188,40 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
         m_fileIndex = number;
         m_fileCount = count;
         m_forwardProgress = true;
-        downloadAsync(run->base.resolved(QUrl(file.url)), largestPacked(file),
-                      [this, run](const QByteArray& body, const QString& message) {
-                          storeAsync(run, body, message);
-                      });
+        run->incoming = std::make_unique<IncomingFile>(file, path, unfinishedPathIn(run->folder));
+        m_incoming = run->incoming.get();
+        downloadAsync(
+            run->base.resolved(QUrl(file.url)),
+            [this, run](const QByteArray&, const QString& message) { storeAsync(run, message); });
         return;
     }
     endAsync(*run, true, QString());
 }
 
-void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QByteArray& body,
-                               const QString& message)
+void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QString& message)
 {
-    const OrlFile& file = run->files.at(run->index);
-    if (!message.isEmpty() || !isAccepted(body, file)) {
+    IncomingFile& incoming = *run->incoming;
+    if (!message.isEmpty() || !(incoming.isAccepted() || incoming.cannotBeWritten())) {
         endAsync(*run, false, orPlainFailure(message));
         return;
     }
-    const QString path = pathOfListedFile(run->folder, file.localfile);
-    FileReplacement target(path);
-    const StoreResult result = storeFile(file, body, target);
+    const StoreResult result = incoming.finish();
     if (result != StoreResult::Stored) {
-        endAsync(*run, false, storeFailureText(result, file, body, path));
+        endAsync(*run, false, storeFailureText(result, incoming));
         return;
     }
-    run->bytes = addSizes(run->bytes, accountedSize(file, body));
+    run->bytes = addSizes(run->bytes, incoming.accountedSize());
     const int number = run->index + 1;
     Q_EMIT progress(run->bytes, run->total, number, static_cast<int>(run->files.size()));
     ++run->index;
     continueAsync(run);
 }
 
-void PackageClient::endAsync(const AsyncRun& run, bool ok, const QString& message)
+void PackageClient::endAsync(AsyncRun& run, bool ok, const QString& message)
 {
     m_forwardProgress = false;
+    // An unfinished file is gone before anybody is told.
+    run.incoming.reset();
     if (run.done)
         run.done(ok, message);
 }

@@ -40,7 +40,9 @@ void beginPackage(const OrlPackageDoc& package, const QString& folder)
 bool replaceDocument(const OrlPackageDoc& package, const QString& folder, const TurnFunction& turn)
 {
     const QByteArray bytes = serializePackageDoc(package, turn);
-    return !bytes.isEmpty() && replaceFile(inFolder(folder, markers::packageDocument), bytes, turn);
+    FileReplacement replacement(inFolder(folder, markers::packageDocument),
+                                unfinishedPathIn(folder));
+    return !bytes.isEmpty() && replacement.write(bytes) && replacement.commit(turn);
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)

@@ -1,107 +1,103 @@
 #include "package/ReplaceFile.h"
 
-#include <algorithm>
-
-#ifdef Q_OS_WIN
+#include "package/HeldFile.h"
 #include "package/ReplacementNames.h"
-#include "package/WindowsFiles.h"
 
+#include <QDir>
 #include <QFileInfo>
-#endif
+
+#include <algorithm>
 
 namespace {
 
-constexpr qsizetype writeSlice = 0x100000;
+constexpr qsizetype slice = 0x100000;
 
 } // namespace
 
-bool FileReplacement::write(const QByteArray& bytes, const TurnFunction& turn)
-{
-    for (qsizetype offset = 0; offset < bytes.size(); offset += writeSlice) {
-        const qsizetype size = std::min(writeSlice, bytes.size() - offset);
-        if (m_fresh.write(bytes.constData() + offset, size) != size)
-            return false;
-        if (turn && !turn())
-            return false;
-    }
-    return true;
-}
-
-#ifdef Q_OS_WIN
-
-// QSaveFile throws its work away when the last step fails once, would follow a shortcut to wherever
-// that points, and gives its file another name each time, so that those of a launcher which was
-// killed would gather. So the file beside the destination and the last step are ours.
-FileReplacement::FileReplacement(const QString& path)
+FileReplacement::FileReplacement(const QString& path, const QString& unfinishedPath)
     : m_path(path)
-    , m_fresh(path + QLatin1StringView(VORNAK_FRESH_SUFFIX))
+    , m_unfinishedPath(unfinishedPath)
 {}
 
-// Two launchers may be at work. The file of one that still writes cannot be removed, so that the
-// other waits, and fails in the end, instead of writing into it.
-bool FileReplacement::open()
+FileReplacement::~FileReplacement()
 {
-    m_fresh.remove();
-    return m_fresh.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered);
+    discard();
 }
 
-// A file has a name here as soon as it is opened, and would stay behind if the program were killed
-// before its content had come.
-void FileReplacement::prepare() {}
-
-bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
+void FileReplacement::discard()
 {
+    if (!m_file.isOpen())
+        return;
+    if (m_hasName)
+        removeUnfinished();
+    m_file.close();
+}
+
+bool FileReplacement::isReady()
+{
+    if (m_file.isOpen())
+        return true;
     const QFileInfo old(m_path);
     if (old.exists() && (old.isDir() || !old.isWritable()))
         return false;
-    // A virus scanner may hold what a killed launcher left.
-    const auto begin = [this] {
-        return open() ? FileAttempt::Done
-                      : (m_fresh.exists() ? FileAttempt::Held : FileAttempt::Failed);
-    };
-    if (!tryWhileHeld(begin, turn))
+    return open();
+}
+
+bool FileReplacement::write(QByteArrayView bytes)
+{
+    return isReady() && m_file.write(bytes.data(), bytes.size()) == bytes.size();
+}
+
+bool FileReplacement::rewind()
+{
+    return !m_file.isOpen() || (m_file.resize(0) && m_file.seek(0));
+}
+
+bool FileReplacement::commit(const TurnFunction& turn)
+{
+    if (!isReady())
         return false;
-    const bool written = write(bytes, turn) && windowsfiles::flushToDisk(m_fresh);
-    m_fresh.close();
-    // Closed, it may give way to that of another launcher, which may not be whole.
-    const auto finish = [this, &bytes] {
-        return m_fresh.size() == bytes.size() ? windowsfiles::moveOver(m_fresh.fileName(), m_path)
-                                              : FileAttempt::Failed;
-    };
-    if (written && tryWhileHeld(finish, turn))
+    FileAttempt last = FileAttempt::Failed;
+    const auto attempt = [this, &last] { return last = place(); };
+    if (flush() && tryWhileHeld(attempt, turn)) {
+        m_file.close();
         return true;
-    m_fresh.remove();
-    return false;
+    }
+    const bool copied = last == FileAttempt::OtherVolume && copyToOtherVolume(turn);
+    discard();
+    return copied;
 }
 
-#else
-
-FileReplacement::FileReplacement(const QString& path)
-    : m_path(path)
-    , m_fresh(path)
-{}
-
-bool FileReplacement::open()
+// A folder of the package may be a link to another disk, which no file can be moved to.
+bool FileReplacement::copyToOtherVolume(const TurnFunction& turn)
 {
-    return m_fresh.isOpen() || m_fresh.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+    FileReplacement beside(m_path, m_path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
+    QByteArray bytes(slice, Qt::Uninitialized);
+    if (!m_file.seek(0))
+        return false;
+    for (;;) {
+        const qint64 count = m_file.read(bytes.data(), bytes.size());
+        if (count == 0)
+            return beside.commit(turn);
+        if (count < 0 || !beside.write(QByteArrayView(bytes).first(count)) || (turn && !turn()))
+            return false;
+    }
 }
-
-// The file gets its name with the last step of all.
-void FileReplacement::prepare()
-{
-    open();
-}
-
-bool FileReplacement::commit(const QByteArray& bytes, const TurnFunction& turn)
-{
-    return open() && write(bytes, turn) && m_fresh.commit();
-}
-
-#endif
 
 bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
-    return FileReplacement(path).commit(bytes, turn);
+    FileReplacement replacement(path, path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
+    for (qsizetype offset = 0; offset < bytes.size(); offset += slice) {
+        const qsizetype size = std::min(slice, bytes.size() - offset);
+        if (!replacement.write(QByteArrayView(bytes).sliced(offset, size)) || (turn && !turn()))
+            return false;
+    }
+    return replacement.commit(turn);
+}
+
+QString unfinishedPathIn(const QString& folder)
+{
+    return QDir(folder).filePath(QLatin1StringView(VORNAK_UNFINISHED_NAME));
 }
 
 QString unwritableText(const QString& path)

@@ -3,50 +3,73 @@
 #include "package/TurnFunction.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QFile>
-#include <QSaveFile>
 #include <QString>
+
+enum class FileAttempt;
 
 /// The new content of one file on its way to taking the place of the old, atomically: whoever
 /// looks, or looks again after this was killed, finds the old file or the new one. Unless commit()
-/// comes to its end the old file is untouched and nothing else is left behind; on Windows a program
-/// that is killed in the middle of it leaves a file with the added ending VORNAK_FRESH_SUFFIX,
-/// which the next attempt removes.
+/// comes to its end the old file is untouched and nothing else is left behind.
+///
+/// The content is gathered in a file without a name where the system has such. On Windows, and on
+/// file systems that refuse them, it is called `unfinishedPath`; a program that is killed then
+/// leaves that file, which the next replacement with the same unfinished path takes over.
 class FileReplacement
 {
 public:
-    explicit FileReplacement(const QString& path);
+    /// `unfinishedPath` is in a folder that exists. The same one may be given for many files that
+    /// are replaced one after the other; one that another program is at work with is not touched,
+    /// and this replacement fails. Touches no disk.
+    FileReplacement(const QString& path, const QString& unfinishedPath);
+    ~FileReplacement();
     Q_DISABLE_COPY_MOVE(FileReplacement)
 
     [[nodiscard]] QString path() const { return m_path; }
 
-    /// Does what can be done before the content is there, so that it need not be waited for later.
-    /// Nothing of it is seen in the folder, unless the file system cannot hold a file without a
-    /// name; what fails is tried again by commit().
-    void prepare();
+    /// Adds to the new content. False when the unfinished file cannot be made or has no room, or
+    /// when something at path() cannot be replaced.
+    [[nodiscard]] bool write(QByteArrayView bytes);
 
-    /// Makes `bytes` the whole content of path(), whose folder must exist. False on failure, also
-    /// when `turn` stopped the work. Called once.
+    /// Drops what was written; writing begins anew.
+    [[nodiscard]] bool rewind();
+
+    /// Makes what was written the whole content of path(), whose folder must be there by now. False
+    /// on failure, also when `turn` stopped the work. Called once.
     ///
     /// On Windows a file that another program holds open cannot be replaced; it is then tried again
     /// for about two seconds (see tryWhileHeld()).
-    [[nodiscard]] bool commit(const QByteArray& bytes, const TurnFunction& turn = {});
+    [[nodiscard]] bool commit(const TurnFunction& turn = {});
+
+    /// Removes what a killed program left at an unfinished path, unless another one is at work
+    /// with it. Where a virus scanner can be in the way, it is tried for about two seconds.
+    static void removeLeftover(const QString& unfinishedPath, const TurnFunction& turn = {});
 
 private:
-    bool open();
-    bool write(const QByteArray& bytes, const TurnFunction& turn);
+    [[nodiscard]] bool isReady();
+    void discard();
+    [[nodiscard]] bool copyToOtherVolume(const TurnFunction& turn);
+
+    // Each system's own.
+    [[nodiscard]] bool open();
+    [[nodiscard]] bool flush();
+    [[nodiscard]] FileAttempt place();
+    void removeUnfinished();
 
     QString m_path;
-#ifdef Q_OS_WIN
-    QFile m_fresh;
-#else
-    QSaveFile m_fresh;
-#endif
+    QString m_unfinishedPath;
+    QFile m_file;
+    bool m_hasName = true;
 };
 
-/// A FileReplacement whose content is there from the start.
+/// Makes `bytes` the whole content of `path` by a FileReplacement with an unfinished file beside
+/// it, that is called as `path` with the ending VORNAK_FRESH_SUFFIX.
 [[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes,
                                const TurnFunction& turn = {});
+
+/// Where the files of a package are gathered that are to be replaced in its folder.
+[[nodiscard]] QString unfinishedPathIn(const QString& folder);
 
 /// What is told of a file or folder that could not be made or replaced.
 [[nodiscard]] QString unwritableText(const QString& path);

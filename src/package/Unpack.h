@@ -14,7 +14,8 @@ class QIODevice;
 using SliceFunction = std::function<bool(QByteArrayView slice, qint64 offset)>;
 
 /// Decodes one LZMA "alone" file (the ".lzma" container of the LZMA SDK and of xz: 5 property
-/// bytes, unpacked size as 64-bit little-endian, stream).
+/// bytes, unpacked size as 64-bit little-endian, stream). Properties with lc + lp above 4 fail,
+/// since liblzma takes none.
 ///
 /// A declared size below 2 GiB is decoded to that size, with or without an end marker; an end
 /// marker that comes earlier ends the output there. Declared sizes from 2 GiB to 4 GiB fail. Larger

@@ -4,7 +4,10 @@
 
 #include <windows.h>
 
+#include <cstddef>
+#include <cstring>
 #include <io.h>
+#include <memory>
 
 namespace {
 
@@ -47,9 +50,33 @@ FileAttempt moveAside(const QString& from, const QString& to)
     return move(from, to, 0);
 }
 
+FileAttempt moveOpenFile(const QFileDevice& file, const QString& to)
+{
+    const std::wstring name = nativePath(to);
+    const std::size_t bytes = name.size() * sizeof(wchar_t);
+    // The structure ends in the first character of the name and leaves room for no more.
+    const std::size_t size = sizeof(FILE_RENAME_INFO) + bytes;
+    const auto space = std::make_unique<std::byte[]>(size);
+    auto* info = reinterpret_cast<FILE_RENAME_INFO*>(space.get());
+    info->ReplaceIfExists = TRUE;
+    info->FileNameLength = static_cast<DWORD>(bytes);
+    std::memcpy(info->FileName, name.data(), bytes);
+    if (SetFileInformationByHandle(handleOf(file), FileRenameInfo, info, static_cast<DWORD>(size)))
+        return FileAttempt::Done;
+    const DWORD error = GetLastError();
+    if (error == ERROR_NOT_SAME_DEVICE)
+        return FileAttempt::OtherVolume;
+    return isHeld(error) ? FileAttempt::Held : FileAttempt::Failed;
+}
+
+void* handleOf(const QFileDevice& file)
+{
+    return reinterpret_cast<HANDLE>(_get_osfhandle(file.handle()));
+}
+
 bool flushToDisk(const QFileDevice& file)
 {
-    return FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(file.handle()))) != 0;
+    return FlushFileBuffers(handleOf(file)) != 0;
 }
 
 } // namespace windowsfiles

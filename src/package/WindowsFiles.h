@@ -21,6 +21,13 @@ namespace windowsfiles {
 /// As moveOver(), but fails when there is something at `to`. A program that runs can be moved.
 [[nodiscard]] FileAttempt moveAside(const QString& from, const QString& to);
 
+/// Moves an open file, which was opened with the right to delete it, to `to` on the same volume, as
+/// moveOver() does.
+[[nodiscard]] FileAttempt moveOpenFile(const QFileDevice& file, const QString& to);
+
+/// The system's handle of an open file.
+[[nodiscard]] void* handleOf(const QFileDevice& file);
+
 /// Waits until what was written to the open file is on the disk. False when that failed.
 [[nodiscard]] bool flushToDisk(const QFileDevice& file);
 

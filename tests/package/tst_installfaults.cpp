@@ -1,32 +1,13 @@
+#include "package/FullDisk.h"
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
-#include <csignal>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// No file can grow beyond the limit while this lives, as on a full disk.
-class FullDisk
-{
-public:
-    explicit FullDisk(rlim_t limit)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit now{limit, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &now);
-    }
-    ~FullDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
-    Q_DISABLE_COPY_MOVE(FullDisk)
-
-private:
-    rlimit m_before{};
-};
 
 /// A folder that cannot be written while this lives. Permissions do not bind the administrator,
 /// whose rights are therefore dropped for the time.

@@ -30,9 +30,6 @@ private Q_SLOTS:
     void writesEmptyFile();
     void keepsOldFileWhenStopped();
     void refusesToReplaceFolder();
-    void preparedFileGetsItsContentLater();
-    void preparedFileThatIsNotWantedLeavesNothing();
-    void prepareBeforeTheFolderIsThere();
     void worksInFoldersOfAnyName_data();
     void worksInFoldersOfAnyName();
     void worksBeyondTheOldPathLimit();
@@ -96,38 +93,6 @@ void TestReplaceFile::refusesToReplaceFolder()
     QVERIFY(!replaceFile(inFolder(QStringLiteral("a")), "new"));
     QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
     QCOMPARE(names(inFolder(QStringLiteral("a"))), QStringList(QStringLiteral("b")));
-}
-
-void TestReplaceFile::preparedFileGetsItsContentLater()
-{
-    write(inFolder(QStringLiteral("a")), "old");
-    FileReplacement replacement(inFolder(QStringLiteral("a")));
-    replacement.prepare();
-    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("old"));
-    QVERIFY(replacement.commit("new"));
-    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("new"));
-    QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
-}
-
-void TestReplaceFile::preparedFileThatIsNotWantedLeavesNothing()
-{
-    write(inFolder(QStringLiteral("a")), "old");
-    for (const QString& name : {QStringLiteral("a"), QStringLiteral("b")}) {
-        FileReplacement replacement(inFolder(name));
-        replacement.prepare();
-    }
-    QCOMPARE(read(inFolder(QStringLiteral("a"))), QByteArray("old"));
-    QCOMPARE(names(m_folder->path()), QStringList(QStringLiteral("a")));
-}
-
-void TestReplaceFile::prepareBeforeTheFolderIsThere()
-{
-    FileReplacement replacement(inFolder(QStringLiteral("folder/a")));
-    replacement.prepare();
-    QCOMPARE(names(m_folder->path()), QStringList());
-    QVERIFY(QDir().mkpath(inFolder(QStringLiteral("folder"))));
-    QVERIFY(replacement.commit("new"));
-    QCOMPARE(read(inFolder(QStringLiteral("folder/a"))), QByteArray("new"));
 }
 
 void TestReplaceFile::worksInFoldersOfAnyName_data()

@@ -1,6 +1,6 @@
+#include "package/InstalledFile.h"
 #include "package/OrlPackageDoc.h"
 #include "package/PackageClient.h"
-#include "package/StoreFile.h"
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
 #include "support/IsolatedHome.h"
