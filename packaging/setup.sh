@@ -45,6 +45,7 @@ $(printf '%q ' "${install[@]}")"
 #   VORNAK_WARNINGS_AS_ERRORS=ON   a warning of the compiler fails the build, as it does in CI
 build_preset() {
     local preset=$1
+    "$root/packaging/liblzma"
     say "Building preset $preset"
     local output
     output=$(cd "$root" && cmake --preset "$preset" \

@@ -5,6 +5,8 @@
 
 #include <QCoreApplication>
 
+#include <lzma.h>
+
 #include <array>
 
 namespace {
@@ -55,7 +57,9 @@ int main(int argc, char* argv[])
         return Done;
     }
     if (first == QLatin1StringView("--version")) {
-        print(Stream::Output, QStringLiteral("vornak-publish " VORNAK_PUBLISH_VERSION "\n"));
+        print(Stream::Output,
+              QStringLiteral("vornak-publish " VORNAK_PUBLISH_VERSION "\nliblzma %1\n")
+                  .arg(QLatin1StringView(lzma_version_string())));
         return Done;
     }
     for (const Command& command : commandList) {
