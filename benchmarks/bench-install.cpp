@@ -1,12 +1,16 @@
 // Installs a package from a content server without a window and prints the time, the longest pause
 // of the event loop, and the highest memory.
-// Arguments: address of the package document, folder to install into.
+// Arguments: address of the package document, folder to install into, and for a server with a
+// certificate of its own that certificate's file.
 
 #include "BenchSupport.h"
 #include "LoopWatch.h"
 #include "package/PackageClient.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QSslCertificate>
+#include <QSslConfiguration>
 #include <QTimer>
 
 #include <cstdio>
@@ -56,9 +60,14 @@ int run(const QStringList& arguments)
 int main(int argc, char* argv[])
 {
     const QCoreApplication application(argc, argv);
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: bench-install PACKAGE-ADDRESS FOLDER\n");
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr, "usage: bench-install PACKAGE-ADDRESS FOLDER [CERTIFICATE]\n");
         return 2;
+    }
+    if (argc == 4) {
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.setCaCertificates(QSslCertificate::fromPath(QFile::decodeName(argv[3])));
+        QSslConfiguration::setDefaultConfiguration(tls);
     }
     QTimer::singleShot(0, qApp, [] { QCoreApplication::exit(run(QCoreApplication::arguments())); });
     return QCoreApplication::exec();

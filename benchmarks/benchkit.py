@@ -81,21 +81,57 @@ class Package:
             for file in self.files:
                 out.write(f"{file['unpackedhash']}  {file['localfile']}\n")
 
+    def paths(self):
+        """Where the packed files are on the server, in the order of their installation."""
+        return [urllib.parse.urlsplit(urllib.parse.urljoin(self.address, file["url"])).path
+                for file in self.files]
+
     def largest(self):
-        """Packed and unpacked size of the file for which their sum is greatest."""
-        return max(int(file["packedsize"]) + int(file["unpackedsize"]) for file in self.files)
+        """Packed size of the largest file, and the dictionary that it is packed with."""
+        number = max(range(len(self.files)), key=lambda i: int(self.files[i]["packedsize"]))
+        packed = self.tree / self.paths()[number].lstrip("/")
+        with packed.open("rb") as file:
+            dictionary = int.from_bytes(file.read(5)[1:], "little")
+        return packed.stat().st_size, dictionary
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def fetch_all(server, package, target=None):
+    """Seconds that one connection takes to fetch all packed files, into a folder or to nowhere."""
+    words = ["curl", "--fail", "--silent", "--insecure", "--http1.1"]
+    for number, path in enumerate(package.paths()):
+        out = target / f"{number}.lzma" if target else "/dev/null"
+        words += ["--output", out, server.address + path]
+    run = Run(words)
+    if run.code != 0:
+        sys.exit("curl failed")
+    return run.seconds
 
 
 class Server:
-    """nginx as an ordinary user on a free loopback port."""
+    """nginx as an ordinary user on a free loopback port; `rate` is what a connection gets a second
+    ("12207k"), `tls` a certificate of its own. With `delay_ms` every answer comes that much later,
+    by way of bench-relay.py."""
 
-    def __init__(self, tree):
+    def __init__(self, tree, rate=None, tls=False, delay_ms=0):
         self.folder = FOLDER / "server"
         shutil.rmtree(self.folder, ignore_errors=True)
         self.folder.mkdir(parents=True)
-        with socket.socket() as probe:
-            probe.bind(("127.0.0.1", 0))
-            self.port = probe.getsockname()[1]
+        self.port = free_port()
+        extra = f"limit_rate {rate}; " if rate else ""
+        if tls:
+            self.certificate = self.folder / "certificate.pem"
+            subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2",
+                            "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1",
+                            "-keyout", self.folder / "key.pem", "-out", self.certificate],
+                           check=True, stderr=subprocess.DEVNULL)
+            extra += (f"ssl_certificate {self.certificate}; "
+                      f"ssl_certificate_key {self.folder}/key.pem; ")
         temporary = "".join(f"{kind}_temp_path {self.folder}/{kind};\n" for kind in
                             ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
         (self.folder / "nginx.conf").write_text(
@@ -104,24 +140,36 @@ class Server:
             f"http {{ {temporary} access_log off; sendfile on; tcp_nopush on;\n"
             # A player's connection stays open for the whole installation; so does this one.
             "keepalive_requests 1000000; types { application/json json; }\n"
-            f"server {{ listen 127.0.0.1:{self.port}; root {tree}; }} }}\n")
+            f"server {{ listen 127.0.0.1:{self.port}{' ssl' if tls else ''}; root {tree}; "
+            f"{extra}}} }}\n")
         self.process = subprocess.Popen(["/usr/sbin/nginx", "-p", self.folder,
                                          "-c", self.folder / "nginx.conf"],
                                         stderr=subprocess.DEVNULL)
+        self._wait()
+        self.relay = None
+        if delay_ms:
+            server, self.port = self.port, free_port()
+            self.relay = subprocess.Popen([sys.executable, ROOT / "benchmarks/bench-relay.py",
+                                           str(self.port), str(server), str(delay_ms)])
+            self._wait()
+        self.address = f"{'https' if tls else 'http'}://127.0.0.1:{self.port}"
+
+    def _wait(self):
         for _ in range(250):
             try:
                 socket.create_connection(("127.0.0.1", self.port), 1).close()
-                break
+                return
             except OSError:
                 time.sleep(0.02)
-        else:
-            sys.exit("nginx did not start")
-        self.address = f"http://127.0.0.1:{self.port}"
+        sys.exit("the server did not start")
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
+        if self.relay:
+            self.relay.terminate()
+            self.relay.wait()
         self.process.send_signal(signal.SIGTERM)
         self.process.wait()
 
