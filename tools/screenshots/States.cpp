@@ -111,6 +111,8 @@ void replaceItself(LauncherWindow& window)
     load(window);
     window.setBusy(true);
     window.onProgress(14'000'000, 22'000'000);
+    window.findChild<QLabel*>(QStringLiteral("statusLabel"))
+        ->setText(LauncherWindow::etaText(14'000'000, 22'000'000, 3'200));
 }
 
 void failToStart(LauncherWindow& window)
@@ -134,12 +136,6 @@ void showAbout(LauncherWindow& window)
         Q_EMIT window.findChild<QLabel*>(QStringLiteral("aboutLabel"))
             ->linkActivated(QStringLiteral("about"));
     });
-}
-
-void reachTheHint(LauncherWindow& window)
-{
-    load(window);
-    window.findChild<QTextEdit*>(QStringLiteral("infoBrowser"))->setFocus(Qt::TabFocusReason);
 }
 
 } // namespace
@@ -178,7 +174,6 @@ QList<WindowState> windowStates()
         row("replacing-itself", installed("1.4.27"), replaceItself),
         row("after-update", installed("1.4.26"), updateAndEnd),
         row("about", installed("1.4.27"), showAbout),
-        row("keyboard", installed("1.4.27"), reachTheHint),
         row("long-hint", installed("1.4.27"), showLongestHint),
     };
     states[0].licenceAccepted = false;
