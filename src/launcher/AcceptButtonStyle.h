@@ -1,0 +1,6 @@
+#pragma once
+
+#include <QString>
+
+/// The style sheet of the button on the licence page, which the bundle's style sheets leave alone.
+[[nodiscard]] QString acceptButtonStyle();
