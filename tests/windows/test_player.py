@@ -131,10 +131,10 @@ class TestPlayer(PlayerCase):
         window = player.wait_for_window()
         wait_for(lambda: self.site.requests("/hints.json") > before, "the configuration")
         player.click_main_button(window)
-        # It writes the new program beside the old one, tries for two seconds and gives up.
-        beside = player.client.with_name(player.client.name + ".vornak-new")
-        wait_for(beside.exists, "the new program beside the old one")
-        wait_for(lambda: not beside.exists(), "the launcher to give up")
+        # It completes the new program, tries for two seconds to put it into its place and gives up.
+        unfinished = player.package / "unfinished.vornak-new"
+        wait_for(unfinished.exists, "the new program")
+        wait_for(lambda: not unfinished.exists(), "the launcher to give up")
         self.assertEqual(sha256(player.client), old)
         self.assertEqual((player.package / "package.json.version").read_text(), version)
         self.assertFalse(list(player.package.rglob("*.vornak-new*")))
