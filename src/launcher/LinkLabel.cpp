@@ -11,7 +11,8 @@ void LinkLabel::focusInEvent(QFocusEvent* event)
 
 bool LinkLabel::focusNextPrevChild(bool next)
 {
-    return QWidget::focusNextPrevChild(next);
+    // QLabel's own would go back to its one link for ever.
+    return QWidget::focusNextPrevChild(next); // NOLINT(bugprone-parent-virtual-call)
 }
 
 void LinkLabel::keyPressEvent(QKeyEvent* event)

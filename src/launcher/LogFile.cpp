@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr qint64 largestFile = 512 * 1024;
+constexpr qint64 largestFile = qint64(512) << 10;
 // A server decides how long its error texts are.
 constexpr qsizetype longestLine = 4096;
 

@@ -8,7 +8,7 @@
 namespace hintlimits {
 
 /// Bytes of title and text as UTF-8.
-inline constexpr qsizetype bytes = 64 * 1024;
+inline constexpr qsizetype bytes = qsizetype(64) << 10;
 inline constexpr int nestedTables = 8;
 inline constexpr int nestedTags = 32;
 inline constexpr int pictures = 32;

@@ -9,11 +9,11 @@
 namespace transferlimits {
 
 /// Version texts.
-inline constexpr qint64 text = 64 * 1024;
+inline constexpr qint64 text = qint64(64) << 10;
 /// The metadata and the hints.
-inline constexpr qint64 document = 16 * 1024 * 1024;
+inline constexpr qint64 document = qint64(16) << 20;
 /// Package documents and asset lists.
-inline constexpr qint64 manifest = 512 * 1024 * 1024;
+inline constexpr qint64 manifest = qint64(512) << 20;
 /// Packed files: nothing larger could be unpacked.
 inline constexpr qint64 packed = 0x100000000;
 

@@ -15,7 +15,7 @@ namespace shared {
 
 namespace {
 
-constexpr qint64 largestPicture = 8 * 1024 * 1024;
+constexpr qint64 largestPicture = qint64(8) << 20;
 
 // A device or a pipe may have no end, and a file that says that it is empty may be one of these.
 bool isEndless(const QString& path)
