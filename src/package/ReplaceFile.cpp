@@ -7,6 +7,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -14,9 +15,9 @@ constexpr qsizetype slice = 0x100000;
 
 } // namespace
 
-FileReplacement::FileReplacement(const QString& path, const QString& unfinishedPath)
-    : m_path(path)
-    , m_unfinishedPath(unfinishedPath)
+FileReplacement::FileReplacement(QString path, QString unfinishedPath)
+    : m_path(std::move(path))
+    , m_unfinishedPath(std::move(unfinishedPath))
 {}
 
 FileReplacement::~FileReplacement()

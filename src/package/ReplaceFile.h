@@ -22,7 +22,7 @@ public:
     /// `unfinishedPath` is in a folder that exists. The same one may be given for many files that
     /// are replaced one after the other; one that another program is at work with is not touched,
     /// and this replacement fails. Touches no disk.
-    FileReplacement(const QString& path, const QString& unfinishedPath);
+    FileReplacement(QString path, QString unfinishedPath);
     ~FileReplacement();
     Q_DISABLE_COPY_MOVE(FileReplacement)
 
