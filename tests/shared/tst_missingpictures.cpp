@@ -11,6 +11,7 @@
 #include <QTextDocument>
 
 #include <memory>
+#include <utility>
 #ifdef Q_OS_UNIX
 #include <sys/stat.h>
 #endif
