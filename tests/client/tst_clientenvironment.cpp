@@ -90,6 +90,9 @@ void ClientEnvironmentTest::handsTheBootstrapCodeOnUnchanged()
 
 void ClientEnvironmentTest::handsOnABootstrapCodeThatIsNoText()
 {
+#ifdef Q_OS_WIN
+    QSKIP("Variables are texts on Windows");
+#endif
     const QByteArray code("a\xff\xfe\x80z");
     qputenv("VORNAK_PLAY_BOOTSTRAP_CODE", code);
     ClientLaunch launch = exampleLaunch();

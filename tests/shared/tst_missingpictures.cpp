@@ -180,8 +180,9 @@ void MissingPicturesTest::readsNoDevicesPipesAndLargeFiles()
     ShownBrowser browser;
     for (const QString& path : std::as_const(paths)) {
         for (const QUrl& name : {QUrl::fromLocalFile(path), QUrl(path)})
-            QCOMPARE(browser.loadResource(QTextDocument::ImageResource, name),
-                     QVariant(QByteArray()));
+            QVERIFY(browser.loadResource(QTextDocument::ImageResource, name)
+                        .toByteArray()
+                        .isEmpty());
     }
     browser.setContent(image(QUrl(u"file:///dev/zero"_s)));
 }
