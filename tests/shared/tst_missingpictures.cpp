@@ -180,9 +180,8 @@ void MissingPicturesTest::readsNoDevicesPipesAndLargeFiles()
     ShownBrowser browser;
     for (const QString& path : std::as_const(paths)) {
         for (const QUrl& name : {QUrl::fromLocalFile(path), QUrl(path)})
-            QVERIFY(browser.loadResource(QTextDocument::ImageResource, name)
-                        .toByteArray()
-                        .isEmpty());
+            QVERIFY(
+                browser.loadResource(QTextDocument::ImageResource, name).toByteArray().isEmpty());
     }
     browser.setContent(image(QUrl(u"file:///dev/zero"_s)));
 }
