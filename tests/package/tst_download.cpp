@@ -8,6 +8,7 @@
 
 #include <QMetaMethod>
 #include <QSignalSpy>
+#include <QSslConfiguration>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -25,6 +26,7 @@ class DownloadTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase();
     void fetchesABodyAndLeavesTheErrorAlone();
     void anEmptyBodyIsNoFailure();
     void sendsPlainRequestsOnly();
@@ -50,6 +52,13 @@ private Q_SLOTS:
     void failedDocumentsReadAsDefaults();
     void hasOneSignalAndNothingElse();
 };
+
+// Wine cannot list Windows' ciphers, and Qt says so when it first looks for them: not in the middle
+// of a test that counts the lines.
+void DownloadTest::initTestCase()
+{
+    [[maybe_unused]] const auto configuration = QSslConfiguration::defaultConfiguration();
+}
 
 void DownloadTest::fetchesABodyAndLeavesTheErrorAlone()
 {
@@ -126,11 +135,8 @@ void DownloadTest::refusedConnectionFails()
 
 void DownloadTest::relativeAddressWithoutABaseFailsAsItIs()
 {
-#ifdef Q_OS_WIN
-    QSKIP("Qt 6.8 for Windows logs something besides; to be looked into");
-#endif
     const Fetch fetch(QUrl(u"launcher/a.json"_s));
-    QVERIFY2(fetch.failedFor(u"launcher/a.json"_s), qUtf8Printable(fetch.error));
+    QVERIFY2(fetch.failedFor(u"launcher/a.json"_s), qUtf8Printable(fetch.logged.join(u'\n')));
     QCOMPARE(fetch.error, u"Download failed: Protocol \"\" is unknown"_s);
 }
 
@@ -200,7 +206,8 @@ void DownloadTest::bodyWithoutEndIsCutOff()
 void DownloadTest::fileOfAnotherMachineIsNotAskedFor()
 {
     const Fetch fetch(QUrl(u"file://host.invalid/share/a"_s));
-    QVERIFY(fetch.failedFor(u"file://host.invalid/share/a"_s));
+    QVERIFY2(fetch.failedFor(u"file://host.invalid/share/a"_s),
+             qUtf8Printable(fetch.logged.join(u'\n')));
     // Qt's words for an address that it does not even look at.
     QCOMPARE(fetch.error, u"Download failed: Protocol \"\" is unknown"_s);
 }
