@@ -4,6 +4,7 @@
 #include "package/SafeAddress.h"
 #include "package/Sizes.h"
 #include "package/TransferFailure.h"
+#include "package/TransferLimits.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -24,19 +25,6 @@ QString failureText(const QString& reason)
 QString cancelledText()
 {
     return failureText(QNetworkReply::tr("Operation canceled"));
-}
-
-// A server that never comes to an end must not fill the memory.
-void limitBody(QNetworkReply& reply, qint64 largest)
-{
-    const auto check = [&reply, largest](qint64 bytes) {
-        if (bytes > largest)
-            reply.abort();
-    };
-    QObject::connect(&reply, &QNetworkReply::metaDataChanged, &reply, [&reply, check] {
-        check(reply.header(QNetworkRequest::ContentLengthHeader).toLongLong());
-    });
-    QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply, check);
 }
 
 // A small body may be here in whole before it can be refused.
@@ -83,7 +71,7 @@ QNetworkReply* PackageClient::startRequest(const QUrl& address, qint64 largest)
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     QNetworkReply* reply = m_network->get(request);
-    limitBody(*reply, largest);
+    limitTransfer(*reply, largest);
     return reply;
 }
 

@@ -4,6 +4,8 @@
 
 #include <QtGlobal>
 
+class QNetworkReply;
+
 /// The most bytes that are taken of what the server sends; beyond it the transfer is aborted and
 /// fails like any other. Far more than any game needs, and less than what harms a machine.
 namespace transferlimits {
@@ -22,3 +24,7 @@ inline constexpr qint64 packed = 0x100000000;
 /// The most that a packed file of this entry may have. The packer's worst choices make a file a
 /// dozen times larger than it was, and the stated packed size may be wrong.
 [[nodiscard]] qint64 largestPacked(const OrlFile& file);
+
+/// Aborts the reply as soon as its head announces more than so many bytes, or more have come. A
+/// small body may be here in whole before that: what has come still has to be looked at.
+void limitTransfer(QNetworkReply& reply, qint64 largest);

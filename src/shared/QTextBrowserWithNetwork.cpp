@@ -2,14 +2,13 @@
 
 #include "package/SafeAddress.h"
 #include "package/TransferFailure.h"
+#include "package/TransferLimits.h"
 #include "shared/PictureHandler.h"
 
 #include <QFileInfo>
 #include <QNetworkRequest>
 #include <QScrollBar>
 #include <QTextDocument>
-
-#include <algorithm>
 
 namespace shared {
 
@@ -36,15 +35,6 @@ bool isReadable(const QUrl& name)
 QVariant unlessTooLarge(const QVariant& picture)
 {
     return isTooLarge(pictureSize(picture.toByteArray())) ? QVariant(QByteArray()) : picture;
-}
-
-void limitSize(QNetworkReply& reply)
-{
-    QObject::connect(&reply, &QNetworkReply::downloadProgress, &reply,
-                     [&reply](qint64 received, qint64 total) {
-                         if (std::max(received, total) > largestPicture)
-                             reply.abort();
-                     });
 }
 
 } // namespace
@@ -85,7 +75,7 @@ void QTextBrowserWithNetwork::startDownload(const QUrl& url)
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::NoLessSafeRedirectPolicy);
     QNetworkReply* reply = m_network.get(request);
-    limitSize(*reply);
+    limitTransfer(*reply, largestPicture);
     connect(reply, &QNetworkReply::finished, this, [this, reply, url] {
         reply->deleteLater();
         m_pending.remove(url);

@@ -19,6 +19,7 @@ private Q_SLOTS:
     void stalledTransferIsToldOnceASecond();
     void nothingIsToldBeforeTheFirstReportAndAfterTheUpdate();
     void reasonOfAFailedUpdateStaysOnTheButtonUntilTheNextClick();
+    void reasonOfAFailedUpdateGoesWithAClickThatIsForgotten();
 };
 
 void WaitingTest::secondLauncherWaitsAndLooksAgain()
@@ -178,6 +179,28 @@ void WaitingTest::reasonOfAFailedUpdateStaysOnTheButtonUntilTheNextClick()
     fixture.click();
     QVERIFY(button->toolTip() != reason);
     QVERIFY(button->toolTip().startsWith(u"Download failed: "_s));
+}
+
+void WaitingTest::reasonOfAFailedUpdateGoesWithAClickThatIsForgotten()
+{
+    FlowFixture fixture;
+    auto* button = fixture.find<QPushButton>("mainButton");
+    fixture.server.route(fixture.tree.packedPath(fixture.tree.package.files.last()),
+                         QByteArray("not what was promised"));
+    fixture.publishAndLoad();
+    fixture.click();
+    QCOMPARE(button->toolTip(), u"Download failed: data.bin"_s);
+    auto* timer = fixture.find<QTimer>("clickTimer");
+    timer->setInterval(1);
+    bool asked = false;
+    fixture.server.route(ContentTree::versionPath, HttpAnswer::ok("1.0.0").calling([&] {
+        asked = true;
+        fixture.click();
+        QTRY_VERIFY(!timer->isActive());
+    }));
+    fixture.window().loadConfiguration();
+    QVERIFY(asked);
+    QCOMPARE(button->toolTip(), u"Download"_s);
 }
 
 QTEST_MAIN(WaitingTest)

@@ -201,6 +201,14 @@ void MissingPicturesTest::endsATransferThatIsTooLarge()
     QVERIFY(!browser.document()
                  ->resource(QTextDocument::ImageResource, server.url(u"/large.png"_s))
                  .isValid());
+
+    // What it says is enough: the rest is not waited for.
+    HttpAnswer endless = HttpAnswer::stallAfter(picture(), 10);
+    endless.announcedLength = 8 * 1024 * 1024 + 1;
+    server.route(u"/endless.png"_s, endless);
+    browser.setContent(image(server.url(u"/endless.png"_s)));
+    QTRY_COMPARE(server.count(u"/endless.png"_s), 1);
+    QTRY_COMPARE(server.activeTransfers(), 0);
 }
 
 void MissingPicturesTest::decodesNoPictureOfAbsurdSize()
