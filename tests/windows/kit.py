@@ -76,8 +76,9 @@ class Site:
         subprocess.run([PUBLISHER, "hints", ROOT / "resources/hints.json", self.content,
                         "--images", HINT_PICTURES, "--quiet"], check=True)
 
-    def start(self):
-        done = subprocess.run([ROOT / "packaging/server/serve", self.content, self.server],
+    def start(self, *rate):
+        """Serves the content, at most `rate` (nginx's "3m" are 3 MiB a second) for each transfer."""
+        done = subprocess.run([ROOT / "packaging/server/serve", self.content, self.server, *rate],
                               check=True, text=True, stdout=subprocess.PIPE)
         self.address = done.stdout.strip()
 

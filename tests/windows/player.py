@@ -154,6 +154,8 @@ class Player:
             process.kill()
             process.wait()
         self.started.clear()
+        # The display outlives them by a moment, and the next launcher's window has the same title.
+        self.wait_for_no_window()
 
     # What they see and do.
 

@@ -1,5 +1,6 @@
 """A player's days with the real launcher under Wine."""
 
+import random
 import struct
 import time
 
@@ -145,7 +146,37 @@ class TestPlayer(PlayerCase):
                  "the update")
         self.assertNotEqual(sha256(player.client), old)
 
-    def test_10_follows_the_systems_proxy(self):
+    def test_10_goes_on_after_a_kill_at_any_stage_of_a_file(self):
+        player = self.player
+        unfinished = player.package / "unfinished.vornak-new"
+        large = random.Random(10).randbytes(6_000_000)
+        self.files["data/large.bin"] = large
+        self.site.publish("1.0.4", self.files, program_tail=b"changed")
+        self.site.stop()
+        self.site.start("2m")
+        whole = {path: path.read_bytes() for path in player.package.rglob("*")
+                 if path.is_file() and "package.json" not in path.name}
+        try:
+            for size in (0, 1, 1_500_000, 4_000_000):
+                # What the launcher that was killed before left does not count.
+                began = time.time_ns()
+                player.launch("--patch")
+                wait_for(lambda: unfinished.stat().st_mtime_ns > began and
+                         size <= unfinished.stat().st_size < size + 1_400_000, f"{size} bytes")
+                player.kill(LAUNCHER)
+                self.assertEqual([path.name for path in player.package.rglob("*.vornak-*")],
+                                 [unfinished.name])
+                for path, content in whole.items():
+                    self.assertTrue(path.read_bytes() == content, path.name)
+                self.assertFalse((player.package / "data/large.bin").exists())
+        finally:
+            self.site.stop()
+            self.site.start()
+        self.play()
+        self.assert_installed("1.0.4", self.files)
+        self.assertFalse(unfinished.exists())
+
+    def test_11_follows_the_systems_proxy(self):
         player = self.player
         key = r"HKCU\Software\Microsoft\Windows\CurrentVersion\Internet Settings\Connections"
         proxy = self.site.address.removeprefix("http://").encode("ascii")
@@ -163,7 +194,7 @@ class TestPlayer(PlayerCase):
         finally:
             player.run("reg", "delete", key, "/v", "DefaultConnectionSettings", "/f")
 
-    def test_11_speaks_https_with_those_whom_the_system_trusts(self):
+    def test_12_speaks_https_with_those_whom_the_system_trusts(self):
         player = self.player
         with SecureSite(self.folder / "secure", self.site) as secure:
             player.launch("--patch", base=secure.address)
@@ -181,21 +212,21 @@ class TestPlayer(PlayerCase):
             self.assertEqual(player.records()[0]["VORNAK_ASSET_BASE"], secure.address)
             self.assertIn("/launcher/quelrametadata.json", secure.log("access"))
 
-    def test_12_keeps_everything_on_another_drive(self):
+    def test_13_keeps_everything_on_another_drive(self):
         player = self.player
         drive = self.folder / "drive"
         drive.mkdir()
         with player.app_data_on_drive("E", drive):
-            self.site.publish("1.0.4", self.files)
+            self.site.publish("1.0.5", self.files)
             self.play()
             (record,) = player.records()
             self.assertEqual(record["program"],
                              "E:/Vornak/Launcher/packages/Quelra/bin/quelra demo.exe")
             self.assertTrue((drive / "Vornak/Launcher/packages/Quelra/data/map.txt").exists())
-            self.assert_installed("1.0.4", self.files)
-            self.site.publish("1.0.5", {**self.files, "data/map.txt": b"another map"})
+            self.assert_installed("1.0.5", self.files)
+            self.site.publish("1.0.6", {**self.files, "data/map.txt": b"another map"})
             self.play()
-            self.assert_installed("1.0.5", {"data/map.txt": b"another map"})
+            self.assert_installed("1.0.6", {"data/map.txt": b"another map"})
 
 
 if __name__ == "__main__":
