@@ -245,7 +245,12 @@ void LauncherWindow::endUpdateWithFailure(const QString& error)
     setBusy(false);
     showStatus(error);
     refreshState();
-    lastError = error;
+    // Without a configuration there is nothing to install, whatever failed in trying to, and it is
+    // asked for at the next start only.
+    lastError = build.url.isEmpty()
+                    ? QStringLiteral("The launcher does not know the game's files. Please start it "
+                                     "again when the server can be reached.")
+                    : error;
     explainMainButton();
 }
 

@@ -20,6 +20,7 @@ private Q_SLOTS:
     void nothingIsToldBeforeTheFirstReportAndAfterTheUpdate();
     void reasonOfAFailedUpdateStaysOnTheButtonUntilTheNextClick();
     void reasonOfAFailedUpdateGoesWithAClickThatIsForgotten();
+    void clickAfterAFailedConfigurationSaysWhatHelps();
 };
 
 void WaitingTest::secondLauncherWaitsAndLooksAgain()
@@ -201,6 +202,17 @@ void WaitingTest::reasonOfAFailedUpdateGoesWithAClickThatIsForgotten()
     fixture.window().loadConfiguration();
     QVERIFY(asked);
     QCOMPARE(button->toolTip(), u"Download"_s);
+}
+
+void WaitingTest::clickAfterAFailedConfigurationSaysWhatHelps()
+{
+    FlowFixture fixture;
+    fixture.server.route(u"/launcher/quelrametadata.json"_s, HttpAnswer::error(500));
+    fixture.window().loadConfiguration();
+    fixture.click();
+    auto* button = fixture.find<QPushButton>("mainButton");
+    QVERIFY2(button->toolTip().contains(u"start it again"_s), qPrintable(button->toolTip()));
+    QCOMPARE(button->accessibleDescription(), button->toolTip());
 }
 
 QTEST_MAIN(WaitingTest)
