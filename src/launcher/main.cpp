@@ -84,5 +84,9 @@ int main(int argc, char* argv[])
         QGuiApplication::sync();
         window->loadConfiguration();
     });
-    return QApplication::exec();
+    const int result = QApplication::exec();
+    // Before the application goes: its network thread may be just starting, and the event loop there
+    // needs an application.
+    delete client;
+    return result;
 }
