@@ -85,8 +85,8 @@ int main(int argc, char* argv[])
         window->loadConfiguration();
     });
     const int result = QApplication::exec();
-    // Before the application goes: its network thread may be just starting, and the event loop there
-    // needs an application.
+    // Before the application goes: its network thread may be just starting, and the event loop
+    // there needs an application.
     delete client;
     return result;
 }
