@@ -196,8 +196,8 @@ void PublicationTest::partOfTheInputBecomesAssets()
         expectedAssets.insert(name, expected.take(name));
     QCOMPARE(unpackedFiles(served, assets, folder10), expectedAssets);
     QCOMPARE(unpackedFiles(served, doc.files, folder10), expected);
-    QCOMPARE(QString::fromLatin1(served.value(build.assetsversionurl.toString())),
-             hashBytes(served.value(build.assetsurl.toString())));
+    QVERIFY(QString::fromLatin1(served.value(build.assetsversionurl.toString()))
+                .startsWith(hashBytes(served.value(build.assetsurl.toString())) + u'-'));
 }
 
 void PublicationTest::anotherFolderBecomesAssets()

@@ -1,7 +1,7 @@
 #include "publish/Publication.h"
 
 #include "package/OrlPackageDoc.h"
-#include "package/Unpack.h"
+#include "publish/AssetsIdentity.h"
 #include "publish/ContentFolder.h"
 #include "publish/Progress.h"
 
@@ -188,24 +188,36 @@ private:
         if (!m_input.assets().isEmpty()) {
             const QByteArray list = assetListBytes(entries(count, m_all.size() - count));
             if (!put(addresses::assetList, list) ||
-                !put(addresses::assetsIdentity, hashBytes(list).toLatin1()))
+                !put(addresses::assetsIdentity,
+                     assetsidentity::next(list, servedIdentity()).toLatin1()))
                 return false;
         }
         QDir(m_tree.path(m_folder)).removeRecursively();
         return m_tree.moveIntoPlace(work, m_folder, error);
     }
 
+    // What launchers are told of their assets until this publication ends.
+    QString servedIdentity() const
+    {
+        return assetsidentity::servedAt(
+            m_tree, m_metadata.build(m_request.product, m_request.platform).assetsVersion);
+    }
+
     bool makeCurrent(QString* error)
     {
         const Product& product = m_request.product;
-        const bool hasAssets = m_tree.exists(m_folder + addresses::assetList);
+        QString identity =
+            m_input.assets().isEmpty() ? QString() : m_folder + addresses::assetsIdentity;
+        if (m_report.unchanged &&
+            !assetsidentity::provide(m_tree, m_folder, servedIdentity(), identity, error))
+            return false;
         const QString base = m_request.publicUrl + m_folder;
         if (!product.isLauncher)
             m_metadata.setPackage(product.directory, m_request.labels);
         m_metadata.setBuild(product, m_request.platform,
                             {base + addresses::packageDocument, base + addresses::versionText,
-                             hasAssets ? base + addresses::assetList : QString(),
-                             hasAssets ? base + addresses::assetsIdentity : QString()});
+                             identity.isEmpty() ? QString() : base + addresses::assetList,
+                             identity.isEmpty() ? QString() : m_request.publicUrl + identity});
         QStringList history = m_metadata.history(product);
         history.removeAll(m_request.version);
         m_metadata.setHistory(product, history + QStringList(m_request.version));

@@ -1,6 +1,9 @@
+#include "publish/AssetsIdentity.h"
 #include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -31,10 +34,15 @@ bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata,
     return true;
 }
 
-bool switchBuild(const ContentFolder& tree, MetadataDocument& metadata, const Product& product,
-                 const Platform& platform, const QString& version, QString* error)
+bool canSwitch(const ContentFolder& tree, const MetadataDocument& metadata, const Product& product,
+               const Platform& platform, const QString& version, QString* error)
 {
     const QString folder = product.versionFolder(version) + platform.folderName();
+    if (!metadata.platforms(product).contains(platform)) {
+        *error = QStringLiteral("%1 has no build for %2 %3")
+                     .arg(product.label(), platform.os, platform.architecture);
+        return false;
+    }
     if (!tree.exists(folder + addresses::packageDocument) ||
         !metadata.history(product).contains(version)) {
         const QStringList history = metadata.history(product);
@@ -43,12 +51,24 @@ bool switchBuild(const ContentFolder& tree, MetadataDocument& metadata, const Pr
                           history.join(QLatin1StringView(", ")));
         return false;
     }
-    const QString base = prefixOf(metadata.build(product, platform).document) + folder;
-    const bool hasAssets = tree.exists(folder + addresses::assetList);
+    return true;
+}
+
+bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product& product,
+                 const Platform& platform, const QString& version, QString* error)
+{
+    const QString folder = product.versionFolder(version) + platform.folderName();
+    const BuildAddresses old = metadata.build(product, platform);
+    QString identity;
+    if (!assetsidentity::provide(tree, folder, assetsidentity::servedAt(tree, old.assetsVersion),
+                                 identity, error))
+        return false;
+    const QString prefix = prefixOf(old.document);
     metadata.setBuild(product, platform,
-                      {base + addresses::packageDocument, base + addresses::versionText,
-                       hasAssets ? base + addresses::assetList : QString(),
-                       hasAssets ? base + addresses::assetsIdentity : QString()});
+                      {prefix + folder + addresses::packageDocument,
+                       prefix + folder + addresses::versionText,
+                       identity.isEmpty() ? QString() : prefix + folder + addresses::assetList,
+                       identity.isEmpty() ? QString() : prefix + identity});
     return true;
 }
 
@@ -61,15 +81,19 @@ bool switchAll(ContentFolder& tree, const SwitchRequest& request, QString* error
         return false;
     const QList<Platform> platforms =
         request.platform ? QList<Platform>{*request.platform} : metadata->platforms(product);
-    for (const Platform& platform : platforms) {
-        if (!metadata->platforms(product).contains(platform)) {
-            *error = QStringLiteral("%1 has no build for %2 %3")
-                         .arg(product.label(), platform.os, platform.architecture);
-            return false;
-        }
-        if (!switchBuild(tree, *metadata, product, platform, request.version, error))
-            return false;
-    }
+    const auto forAll = [&platforms](const auto& step) {
+        return std::all_of(platforms.begin(), platforms.end(), step);
+    };
+    // All builds or none: nothing is written before each of them has been looked at.
+    const bool done =
+        forAll([&](const Platform& platform) {
+            return canSwitch(tree, *metadata, product, platform, request.version, error);
+        }) &&
+        forAll([&](const Platform& platform) {
+            return switchBuild(tree, *metadata, product, platform, request.version, error);
+        });
+    if (!done)
+        return false;
     const QByteArray bytes = metadata->bytes();
     return bytes == old || tree.replace(addresses::metadata, bytes, error);
 }

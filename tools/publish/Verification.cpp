@@ -3,8 +3,8 @@
 #include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
 #include "package/Sizes.h"
-#include "package/Unpack.h"
 #include "publish/Addresses.h"
+#include "publish/AssetsIdentity.h"
 #include "publish/HintsPublication.h"
 #include "publish/InputFolder.h"
 #include "publish/Progress.h"
@@ -149,7 +149,7 @@ private:
         if (!error.isEmpty())
             addFault(where, QStringLiteral("%1 is no asset list").arg(build.assetsurl.toString()));
         // Launchers take any text, but only the hash shows a list that came without its identity.
-        if (!identity.isEmpty() && identity != hashBytes(list))
+        if (!identity.isEmpty() && !assetsidentity::belongsTo(identity, list))
             addFault(where, QStringLiteral("%1 belongs to another asset list")
                                 .arg(build.assetsversionurl.toString()));
         return files;
