@@ -9,6 +9,7 @@
 #include <QTest>
 
 #ifdef Q_OS_UNIX
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -37,6 +38,7 @@ private Q_SLOTS:
     void refusesLinks();
     void refusesWhatIsNoFile();
     void refusesUnreadableFiles();
+    void tellsEachNameThatIsNotUtf8();
     void refusesFilesTooLargeToUnpack();
     void judgesNames_data();
     void judgesNames();
@@ -201,6 +203,35 @@ void InputFolderTest::refusesFilesTooLargeToUnpack()
     QVERIFY(found.faults.first().startsWith(QString::number(limits::fileSize)));
 }
 
+// Old archives leave them behind, and Qt lists none of them.
+void InputFolderTest::tellsEachNameThatIsNotUtf8()
+{
+#ifdef Q_OS_WIN
+    QSKIP("Windows has no such names");
+#else
+    const QTemporaryDir folder;
+    const auto make = [&folder](const QByteArray& name) {
+        const QByteArray path = QFile::encodeName(folder.path()) + '/' + name;
+        const int opened = ::open(path.constData(), O_CREAT | O_WRONLY, 0600);
+        QVERIFY(opened >= 0);
+        ::close(opened);
+    };
+    testfiles::write(folder.filePath(u"sub/größe"_s), "1");
+    make("gr\xf6\xdf"
+         "e");
+    make("sub/\xed\xa0\x80");
+    QCOMPARE(::mkdir((QFile::encodeName(folder.path()) + "/b\xe4ume").constData(), 0700), 0);
+    make("b\xe4ume/inside");
+    const InputFolder found = readInputFolder(folder.path());
+    QCOMPARE(found.files.size(), 1);
+    const QStringList named = found.faults.filter(u"the name is not UTF-8"_s);
+    QCOMPARE(named.size(), 3);
+    QCOMPARE(named.at(0), uR"(b\xe4ume: the name is not UTF-8)"_s);
+    QCOMPARE(named.at(1), uR"(gr\xf6\xdfe: the name is not UTF-8)"_s);
+    QCOMPARE(named.at(2), uR"(sub/\xed\xa0\x80: the name is not UTF-8)"_s);
+#endif
+}
+
 void InputFolderTest::judgesNames_data()
 {
     QTest::addColumn<QString>("path");
@@ -227,6 +258,7 @@ void InputFolderTest::judgesNames_data()
     bad(u"a:b"_s, "':'");
     bad(u"a\\b"_s, "'\\'");
     bad(u"a\tb"_s, "control");
+    bad(QStringView(u"half \xd83d of a pair").toString(), "valid Unicode");
     bad(u"package.json"_s, "launcher keeps");
     bad(u"Package.JSON.version"_s, "launcher keeps");
     bad(u"partial.package.json.version"_s, "launcher keeps");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 class QFileInfo;
 
@@ -23,3 +24,7 @@ struct EntryFacts
 };
 
 [[nodiscard]] EntryFacts entryFacts(const QFileInfo& entry);
+
+/// The names in the folder that are not UTF-8, which Qt passes over without a word; old archives
+/// leave such names. Each byte that does not fit stands as "\xNN". Windows has no such names.
+[[nodiscard]] QStringList undecodableNames(const QString& folder);

@@ -67,3 +67,8 @@ EntryFacts entryFacts(const QFileInfo& entry)
         Handle(path, GENERIC_READ).isValid(),
         static_cast<qint64>(static_cast<quint64>(info.nFileSizeHigh) << 32 | info.nFileSizeLow)};
 }
+
+QStringList undecodableNames(const QString&)
+{
+    return {};
+}

@@ -43,6 +43,8 @@ private:
         }
         const auto entries = dir.entryInfoList(
             QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
+        for (const QString& name : undecodableNames(folder))
+            addFault(prefix + name, "the name is not UTF-8");
         for (const QFileInfo& entry : entries)
             visitEntry(entry, prefix + entry.fileName(), ancestors);
     }

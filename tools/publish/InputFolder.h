@@ -26,8 +26,8 @@ struct InputFolder
 
 /// Reads a folder whole, hidden files included. Links are followed as long as they stay inside.
 /// Faults are a folder that cannot be read, links that leave it, lead nowhere or in a circle, what
-/// is neither file nor folder, unreadable files, and files too large to be unpacked. Empty folders
-/// vanish: the documents know files only.
+/// is neither file nor folder, names that are not UTF-8, unreadable files, and files too large to
+/// be unpacked. Empty folders vanish: the documents know files only.
 [[nodiscard]] InputFolder readInputFolder(const QString& folder);
 
 /// Whether the path is the folder's or one below it; both absolute and clean. The root of a file

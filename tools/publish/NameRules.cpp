@@ -48,6 +48,9 @@ QString windowsFault(const QString& path)
 
 QString pathFault(const QString& path, const QString& directory)
 {
+    // A document could name only another one.
+    if (!path.isValidUtf16())
+        return QStringLiteral("the name is not valid Unicode");
     if (!staysBelowFolder(path, PathRules::Windows))
         return windowsFault(path);
     if (namesMarker(path, PathRules::Windows) || isReplacementName(path))
