@@ -20,6 +20,23 @@ class SelfUpdate(kit.EndToEnd):
                         "--version", version, "--executable", "vornak-launcher", "--quiet"],
                        check=True)
 
+    def test_no_launcher_of_another_version_is_published(self):
+        source = self.folder / "launcher"
+        source.mkdir()
+        for program, version, fault in (
+                ("vornak-launcher", "1.2", "version dev, which never updates itself"),
+                ("vornak-launcher", "dev", "version dev, which never updates itself"),
+                ("vornak-launcher-1.0", "1.1", "version 1.0, not with 1.1"),
+                ("quelra-demo-client", "1.1", "carries no version")):
+            shutil.copy(kit.BIN / program, source / "vornak-launcher")
+            done = subprocess.run([kit.BIN / "vornak-publish", "launcher", source,
+                                   self.site.content, "--version", version,
+                                   "--executable", "vornak-launcher", "--quiet"],
+                                  text=True, stderr=subprocess.PIPE)
+            self.assertEqual(done.returncode, 1, program)
+            self.assertIn(fault, done.stderr)
+            self.assertFalse(self.site.content.exists())
+
     def test_from_one_release_to_the_next(self):
         program = self.folder / "program"
         program.mkdir()

@@ -1,6 +1,7 @@
 #include "publish/PublishKit.h"
 
 #include "package/Unpack.h"
+#include "package/VersionMark.h"
 #include "support/TestFiles.h"
 
 #include <QDir>
@@ -76,6 +77,12 @@ Files smallClient()
             {QStringLiteral("data/map copy"), testfiles::randomBytes(50'000, 2)},
             {QStringLiteral("empty"), {}},
             {QStringLiteral("größe/λ"), "x"}};
+}
+
+QByteArray launcherProgram(const QString& version)
+{
+    return "program" VORNAK_VERSION_MARK + version.toUtf8() +
+           QByteArray(VORNAK_VERSION_MARK_END "end");
 }
 
 Files unpackedFiles(const Files& served, const QList<OrlFile>& files, const QString& folder)

@@ -60,6 +60,9 @@ void writeFiles(const QString& folder, const Files& files);
 /// beyond ASCII.
 [[nodiscard]] Files smallClient();
 
+/// What passes for the program of a launcher of this version, as its own build marks it.
+[[nodiscard]] QByteArray launcherProgram(const QString& version);
+
 /// The contents that a document in `folder` promises, from the served bytes alone; "broken" where a
 /// size or hash is wrong.
 [[nodiscard]] Files unpackedFiles(const Files& served, const QList<OrlFile>& files,

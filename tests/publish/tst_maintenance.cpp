@@ -68,6 +68,8 @@ private Q_SLOTS:
     void pruneCountsEachProductForItself();
 
 private:
+    QStringList publishLauncher(const QString& version);
+
     std::unique_ptr<PublishFixture> m_fixture;
 };
 
@@ -77,6 +79,14 @@ void MaintenanceTest::init()
     for (int version = 1; version <= 4; ++version)
         QCOMPARE(m_fixture->publishFiles(QString::number(version), filesOf(version)),
                  QStringList());
+}
+
+QStringList MaintenanceTest::publishLauncher(const QString& version)
+{
+    m_fixture->setInput({{u"client"_s, launcherProgram(version)}});
+    PublishRequest request = m_fixture->request(version);
+    request.product = {true, {}};
+    return m_fixture->run(request);
 }
 
 void MaintenanceTest::switchesBackAndForth()
@@ -158,11 +168,8 @@ void MaintenanceTest::switchAsksWhichOfSeveralPackages()
 
 void MaintenanceTest::switchesTheLauncherAlone()
 {
-    PublishRequest request = m_fixture->request(u"1"_s);
-    request.product = {true, {}};
-    QCOMPARE(m_fixture->run(request), QStringList());
-    request.version = u"2"_s;
-    QCOMPARE(m_fixture->run(request), QStringList());
+    for (const QString& version : {u"1"_s, u"2"_s})
+        QCOMPARE(publishLauncher(version), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), Product{true, {}}, {}, u"1"_s}), QStringList());
     const LauncherMetadata metadata =
         readLauncherMetadata(m_fixture->served().value(addresses::metadata), nullptr);
@@ -281,12 +288,8 @@ void MaintenanceTest::prunedFilesArePackedAgain()
 
 void MaintenanceTest::pruneCountsEachProductForItself()
 {
-    PublishRequest request = m_fixture->request(u"1"_s);
-    request.product = {true, {}};
-    for (const QString& version : {u"1"_s, u"2"_s}) {
-        request.version = version;
-        QCOMPARE(m_fixture->run(request), QStringList());
-    }
+    for (const QString& version : {u"1"_s, u"2"_s})
+        QCOMPARE(publishLauncher(version), QStringList());
     PruneReport report;
     QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
     QCOMPARE(report.keptVersions,

@@ -69,8 +69,10 @@ void VerificationTest::init()
     PublishRequest request = m_fixture->request(u"1.0"_s);
     request.assets = u"assets"_s;
     QCOMPARE(m_fixture->run(request), QStringList());
+    m_fixture->setInput({{u"client"_s, launcherProgram(u"7"_s)}});
     request.product = {true, {}};
     request.version = u"7"_s;
+    request.assets.clear();
     QCOMPARE(m_fixture->run(request), QStringList());
     writeFiles(m_fixture->path({}),
                {{u"hints.json"_s, "[\"<img src=\\\"/images/news/a.png\\\">\"]"},
@@ -101,8 +103,8 @@ void VerificationTest::findsNoFaultInWhatWasPublished()
 {
     QCOMPARE(run(), QStringList());
     QCOMPARE(m_report.builds, 2);
-    QCOMPARE(m_report.files, 4);
-    QCOMPARE(m_report.unpackedBytes, 5500);
+    QCOMPARE(m_report.files, 5);
+    QCOMPARE(m_report.unpackedBytes, 5500 + launcherProgram(u"7"_s).size());
 }
 
 void VerificationTest::findsEveryDamagedFile_data()
@@ -264,7 +266,7 @@ void VerificationTest::listsEveryFault()
     QDir(m_fixture->content() + u"/launcher/files"_s).removeRecursively();
     QFile::remove(m_fixture->content() + u"/images/news/a.png"_s);
     QFile::remove(m_fixture->content() + folder + u"version.txt"_s);
-    QCOMPARE(run().size(), 4 + 1 + 1);
+    QCOMPARE(run().size(), 5 + 1 + 1);
     QCOMPARE(run(m_fixture->path(u"nowhere"_s)).size(), 1);
 }
 
@@ -281,7 +283,7 @@ void VerificationTest::readsAServerAsALauncherDoes()
     serve(server);
     const auto source = webSource(server.baseUrl() + u'/');
     QCOMPARE(verify(*source, {4, qint64(1) << 30}, m_fixture->progress, m_report), QStringList());
-    QCOMPARE(m_report.files, 4);
+    QCOMPARE(m_report.files, 5);
 
     // Absolute addresses of another host are asked of this one.
     replaceIn(addresses::metadata, "\"/launcher/", "\"https://cdn.example/game/launcher/");

@@ -3,7 +3,6 @@
 #include "package/OrlPackageDoc.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/ContentFolder.h"
-#include "publish/Progress.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,32 +20,12 @@ QByteArray assetListBytes(const QList<OrlFile>& files)
     return QJsonDocument(QJsonObject{{key, whole.value(key)}}).toJson(QJsonDocument::Compact);
 }
 
-bool fileHolds(const QString& path, const QByteArray& text)
-{
-    constexpr qint64 slice = 0x100000;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    QByteArray window;
-    while (!file.atEnd()) {
-        const QByteArray next = file.read(slice);
-        if (next.isEmpty())
-            return false;
-        // The end of the last slice comes along, since the text may lie across two.
-        window = window.right(text.size() - 1) + next;
-        if (window.contains(text))
-            return true;
-    }
-    return false;
-}
-
 /// One publication on its way through its steps. Each returns whether to go on.
 class Publisher
 {
 public:
     Publisher(const PublishRequest& request, Progress& progress, PublishReport& report)
         : m_request(request)
-        , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
         , m_store(m_tree, request.packing, progress)
@@ -58,8 +37,6 @@ public:
         const QStringList faults = m_input.read(m_request);
         if (!faults.isEmpty())
             return faults;
-        if (m_request.product.isLauncher)
-            warnOfOtherVersion();
         QString error;
         m_all = m_input.files() + m_input.assets();
         m_hashes = m_store.hashFiles(m_all, &error);
@@ -72,20 +49,6 @@ public:
     }
 
 private:
-    // A launcher that takes itself for another version than the published one replaces itself at
-    // every start. Its version stands in the program as text.
-    void warnOfOtherVersion()
-    {
-        for (const InputFile& file : m_input.files()) {
-            if (file.localfile == m_request.executable &&
-                !fileHolds(file.path, m_request.version.toUtf8()))
-                m_progress.warn(
-                    QStringLiteral("%1 does not hold the text '%2'; a launcher built as another "
-                                   "version would replace itself at every start")
-                        .arg(m_request.executable, m_request.version));
-        }
-    }
-
     bool readMetadata(QString* error)
     {
         auto document = MetadataDocument::read(m_tree.read(addresses::metadata), error);
@@ -240,7 +203,6 @@ private:
     }
 
     const PublishRequest& m_request;
-    Progress& m_progress;
     PublishReport& m_report;
     PublishInput m_input;
     ContentFolder m_tree;

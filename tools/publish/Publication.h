@@ -55,6 +55,7 @@ public:
 private:
     void readAssets(const PublishRequest& request);
     void checkNames(const PublishRequest& request);
+    void checkLauncher(const PublishRequest& request);
 
     QList<InputFile> m_files;
     QList<InputFile> m_assets;

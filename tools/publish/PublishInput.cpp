@@ -1,4 +1,5 @@
 #include "publish/EntryFacts.h"
+#include "publish/LauncherVersion.h"
 #include "publish/Publication.h"
 
 #include <QDir>
@@ -57,6 +58,8 @@ QStringList PublishInput::read(const PublishRequest& request)
     if (!request.assets.isEmpty())
         readAssets(request);
     checkNames(request);
+    if (request.product.isLauncher)
+        checkLauncher(request);
     return m_faults;
 }
 
@@ -102,4 +105,15 @@ void PublishInput::checkNames(const PublishRequest& request)
     else
         m_faults.append(
             QStringLiteral("%1: the input has no such executable").arg(request.executable));
+}
+
+void PublishInput::checkLauncher(const PublishRequest& request)
+{
+    for (const InputFile& file : std::as_const(m_files)) {
+        if (file.localfile != request.executable)
+            continue;
+        const QString fault = launcherVersionFault(file.path, request.version);
+        if (!fault.isEmpty())
+            m_faults.append(file.localfile + QLatin1StringView(": ") + fault);
+    }
 }
