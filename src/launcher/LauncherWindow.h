@@ -1,7 +1,7 @@
 #pragma once
 
-#include "launcher/FileLock.h"
 #include "launcher/WindowHeight.h"
+#include "package/FileLock.h"
 #include "package/LauncherMetadata.h"
 #include "package/OrlPackageDoc.h"
 #include "shared/Hints.h"

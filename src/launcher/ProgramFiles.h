@@ -1,6 +1,6 @@
 #pragma once
 
-#include "launcher/FileLock.h"
+#include "package/FileLock.h"
 #include "package/OrlPackageDoc.h"
 #include "package/TurnFunction.h"
 

@@ -6,7 +6,15 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
+#include <QSysInfo>
 #include <QTest>
+
+#ifdef Q_OS_UNIX
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -31,7 +39,9 @@ private Q_SLOTS:
     void rememberedFilesNeedNoPackingAfterAnInterruption();
     void unfinishedVersionIsWrittenAnew();
     void secondPublisherIsRefused();
-    void lockWithoutAnOwnerHoldsNobodyUp();
+    void whatADeadPublisherLeftHoldsNobodyUp_data();
+    void whatADeadPublisherLeftHoldsNobodyUp();
+    void aKilledPublisherHoldsNobodyUp();
     void damagedMetadataIsLeftAlone();
     void metadataGetsYoungerEachTime();
     void workFolderIsEmptyAfterwards();
@@ -196,16 +206,70 @@ void RepublicationTest::secondPublisherIsRefused()
     const QStringList faults = fixture.publishFiles(u"1.0"_s, smallClient());
     QCOMPARE(faults.size(), 1);
     QVERIFY2(faults.first().contains(u"another publisher"_s), qPrintable(faults.first()));
+    QVERIFY2(faults.first().contains(u"process %1 on %2 holds %3/.publisher/lock"_s.arg(
+                 QString::number(QCoreApplication::applicationPid()), QSysInfo::machineHostName(),
+                 fixture.content())),
+             qPrintable(faults.first()));
     QVERIFY(fixture.served().isEmpty());
 }
 
-// What a publisher leaves that is killed between making its lock and writing its name into it.
-void RepublicationTest::lockWithoutAnOwnerHoldsNobodyUp()
+void RepublicationTest::whatADeadPublisherLeftHoldsNobodyUp_data()
 {
+    QTest::addColumn<QByteArray>("left");
+    QTest::newRow("nothing") << QByteArray();
+    // In a container every publisher is process 1. The one that lives now is not the one that
+    // wrote.
+    QTest::newRow("a living process")
+        << QStringLiteral("%1\n%2\n%3\n")
+               .arg(QString::number(QCoreApplication::applicationPid()),
+                    QCoreApplication::applicationName(), QSysInfo::machineHostName())
+               .toUtf8();
+}
+
+void RepublicationTest::whatADeadPublisherLeftHoldsNobodyUp()
+{
+    QFETCH(QByteArray, left);
     PublishFixture fixture;
-    testfiles::write(fixture.content() + u"/.publisher/lock"_s, {});
+    testfiles::write(fixture.content() + u"/.publisher/lock"_s, left);
     QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
     QVERIFY(!fixture.served().isEmpty());
+}
+
+// A dead process that nobody has reaped still has its number.
+void RepublicationTest::aKilledPublisherHoldsNobodyUp()
+{
+#ifdef Q_OS_WIN
+    QSKIP("Windows has no processes that wait to be reaped");
+#else
+    PublishFixture fixture;
+    const QByteArray content = QFile::encodeName(fixture.content());
+    int held[2];
+    QCOMPARE(::pipe(held), 0);
+    const pid_t other = ::fork();
+    if (other == 0) {
+        ContentFolder folder(QFile::decodeName(content));
+        const bool locked = folder.openForWriting(nullptr);
+        [[maybe_unused]] const auto written = ::write(held[1], locked ? "1" : "0", 1);
+        ::pause();
+        ::_exit(0);
+    }
+    QVERIFY(other > 0);
+    auto end = qScopeGuard([other] { ::kill(other, SIGKILL); });
+    char answer = 0;
+    QCOMPARE(::read(held[0], &answer, 1), ssize_t(1));
+    QCOMPARE(answer, '1');
+    QVERIFY(fixture.publishFiles(u"1.0"_s, smallClient())
+                .value(0)
+                .contains(u"process %1 on "_s.arg(other)));
+    QCOMPARE(::kill(other, SIGTERM), 0);
+    siginfo_t ended{};
+    QCOMPARE(::waitid(P_PID, static_cast<id_t>(other), &ended, WEXITED | WNOWAIT), 0);
+    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    QCOMPARE(::waitpid(other, nullptr, 0), other);
+    end.dismiss();
+    ::close(held[0]);
+    ::close(held[1]);
+#endif
 }
 
 void RepublicationTest::damagedMetadataIsLeftAlone()

@@ -2,11 +2,12 @@
 
 #include "publish/DiskSteps.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QThread>
+#include <QSysInfo>
 
 namespace {
 
@@ -17,21 +18,27 @@ bool fail(QString* error, const QString& text)
     return false;
 }
 
-// A publisher writes its name into the lock right after making it. One that was killed in between
-// would keep every other out for good, since nobody can tell that it is dead.
-bool takeLock(QLockFile& lock)
+// Who has the lock stands beside it: on Windows nobody else can read the locked file. It helps the
+// operator to find the other publisher; whether there is one is for the lock alone to say.
+QString holderText(const QString& path)
 {
-    constexpr unsigned long timeToWriteItsNameMs = 200;
-    if (lock.tryLock())
-        return true;
-    const auto isNameless = [&lock] {
-        return lock.error() == QLockFile::LockFailedError &&
-               !lock.getLockInfo(nullptr, nullptr, nullptr);
-    };
-    if (!isNameless())
-        return false;
-    QThread::msleep(timeToWriteItsNameMs);
-    return isNameless() && lock.removeStaleLockFile() && lock.tryLock();
+    QFile file(path);
+    const QStringList lines =
+        file.open(QIODevice::ReadOnly)
+            ? QString::fromUtf8(file.read(1024)).split(u'\n', Qt::SkipEmptyParts)
+            : QStringList();
+    return lines.size() == 2 ? QStringLiteral("process %1 on %2").arg(lines.at(1), lines.at(0))
+                             : QStringLiteral("an unknown process");
+}
+
+void noteHolder(const QString& path)
+{
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(QStringLiteral("%1\n%2\n")
+                       .arg(QSysInfo::machineHostName())
+                       .arg(QCoreApplication::applicationPid())
+                       .toUtf8());
 }
 
 // Two versions of one size in the same second would pass for the same to a cache that asks.
@@ -70,19 +77,28 @@ bool ContentFolder::openForWriting(QString* error)
 {
     if (!QDir().mkpath(ownFile(QString())))
         return fail(error, QStringLiteral("%1: the folder cannot be written").arg(m_root));
-    m_lock = std::make_unique<QLockFile>(ownFile(QStringLiteral("lock")));
-    // Publishing may take hours; only a dead publisher's lock is stale.
-    m_lock->setStaleLockTime(0);
-    if (!takeLock(*m_lock)) {
-        const bool taken = m_lock->error() == QLockFile::LockFailedError;
-        return fail(error, taken
-                               ? QStringLiteral("%1: another publisher is at work here").arg(m_root)
-                               : QStringLiteral("%1: the folder cannot be written").arg(m_root));
-    }
+    if (!takeLock(error))
+        return false;
     QDir work(ownFile(QStringLiteral("unfinished")));
     work.removeRecursively();
     return QDir().mkpath(work.path()) ||
            fail(error, QStringLiteral("%1: the folder cannot be written").arg(work.path()));
+}
+
+bool ContentFolder::takeLock(QString* error)
+{
+    const QString path = ownFile(QStringLiteral("lock"));
+    const QString holder = ownFile(QStringLiteral("lock-holder"));
+    QString reason;
+    m_lock = FileLock::take(path, nullptr, &reason);
+    if (!m_lock)
+        return fail(error,
+                    reason.isEmpty()
+                        ? QStringLiteral("%1: another publisher is at work here: %2 holds %3")
+                              .arg(m_root, holderText(holder), path)
+                        : QStringLiteral("%1: cannot be locked: %2").arg(path, reason));
+    noteHolder(holder);
+    return true;
 }
 
 QByteArray ContentFolder::read(const QString& address) const

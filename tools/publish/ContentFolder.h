@@ -1,7 +1,8 @@
 #pragma once
 
+#include "package/FileLock.h"
+
 #include <QByteArray>
-#include <QLockFile>
 #include <QString>
 
 #include <atomic>
@@ -19,8 +20,8 @@ class ContentFolder
 public:
     explicit ContentFolder(const QString& root);
 
-    /// Makes the folder if need be, and locks it until the object goes. False with a text when that
-    /// fails or another publisher is at work there.
+    /// Makes the folder if need be, and locks it until the object goes or the process ends, however
+    /// that happens. False with a text when that fails or another publisher is at work there.
     [[nodiscard]] bool openForWriting(QString* error);
 
     [[nodiscard]] QString root() const { return m_root; }
@@ -56,8 +57,10 @@ public:
     void sync() const;
 
 private:
+    [[nodiscard]] bool takeLock(QString* error);
+
     QString m_root;
-    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<FileLock> m_lock;
     std::atomic<int> m_workNumber = 0;
     mutable std::mutex m_makingFolders;
 };

@@ -1,4 +1,4 @@
-#include "launcher/FileLock.h"
+#include "package/FileLock.h"
 
 #include <QFile>
 #include <QProcess>
