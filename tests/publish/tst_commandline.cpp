@@ -45,6 +45,7 @@ private Q_SLOTS:
     void helpsOnRequest_data();
     void helpsOnRequest();
     void publishesVerifiesSwitchesAndPrunes();
+    void listsForPeopleAndForScripts();
     void quietTellsFaultsOnly();
     void jsonTellsFaults();
     void packsTheSameWhateverTheThreadsAndTheMemory();
@@ -79,6 +80,8 @@ void CommandLineTest::tellsWrongUsage_data()
     row("launcher in out --version 1");
     row("launcher in out --version 1 --executable x --assets y");
     row("hints file");
+    row("list");
+    row("list out more");
     row("switch out");
     row("switch out --version 1 --directory D --launcher");
     row("switch out --version 1 --os windows");
@@ -106,7 +109,8 @@ void CommandLineTest::helpsOnRequest_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::newRow("program") << QStringList{u"--help"_s};
-    for (const char* command : {"package", "launcher", "hints", "switch", "verify", "prune"})
+    for (const char* command :
+         {"package", "launcher", "hints", "list", "switch", "verify", "prune"})
         QTest::newRow(command) << QStringList{QString::fromLatin1(command), u"--help"_s};
 }
 
@@ -149,6 +153,32 @@ void CommandLineTest::publishesVerifiesSwitchesAndPrunes()
              QJsonValue(QJsonArray{u"Quelra 1.1"_s}));
     QCOMPARE(runProgram({u"verify"_s, fixture.content()}).code, 0);
     QCOMPARE(runProgram({u"switch"_s, fixture.content(), u"--version"_s, u"1.1"_s}).code, 1);
+}
+
+void CommandLineTest::listsForPeopleAndForScripts()
+{
+    const PublishFixture fixture;
+    fixture.setInput({{u"client"_s, "1"}});
+    for (const QString& version : {u"1.0"_s, u"1.0.1"_s})
+        QCOMPARE(runProgram({u"package"_s, fixture.input(), fixture.content(), u"--version"_s,
+                             version, u"--executable"_s, u"client"_s})
+                     .code,
+                 0);
+    Outcome outcome = runProgram({u"list"_s, fixture.content()});
+    QCOMPARE(outcome.code, 0);
+    const QStringList lines = outcome.output.split(u'\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.size(), 4);
+    QCOMPARE(lines.at(0), u"Quelra"_s);
+    QVERIFY(lines.at(1).startsWith(u"  1.0    windows x86_64           20"_s));
+    QVERIFY(lines.at(2).startsWith(u"  1.0.1  windows x86_64  current  20"_s));
+    QVERIFY(lines.at(3).startsWith(u"packed files: 1, "_s));
+    outcome = runProgram({u"list"_s, fixture.content(), u"--json"_s});
+    const QJsonObject result = QJsonDocument::fromJson(outcome.output.toUtf8()).object();
+    const QJsonArray versions =
+        result.value(u"products"_s)[0].toObject().value(u"versions"_s).toArray();
+    QCOMPARE(versions.size(), 2);
+    QCOMPARE(versions.at(1)[u"builds"_s][0][u"current"_s], QJsonValue(true));
+    QCOMPARE(result.value(u"pruning"_s).toArray().size(), 2);
 }
 
 void CommandLineTest::quietTellsFaultsOnly()

@@ -8,6 +8,7 @@ namespace commands {
 int package(const QStringList& arguments);
 int launcher(const QStringList& arguments);
 int hints(const QStringList& arguments);
+int list(const QStringList& arguments);
 int switchTo(const QStringList& arguments);
 int verify(const QStringList& arguments);
 int prune(const QStringList& arguments);

@@ -22,6 +22,7 @@ constexpr std::array commandList{
     Command{"package", "Publishes a version of the client.", commands::package},
     Command{"launcher", "Publishes a version of the launcher itself.", commands::launcher},
     Command{"hints", "Checks and installs the hints and their pictures.", commands::hints},
+    Command{"list", "Lists what is published, and what pruning would free.", commands::list},
     Command{"switch", "Makes an earlier version current again.", commands::switchTo},
     Command{"verify", "Checks everything that launchers would read.", commands::verify},
     Command{"prune", "Removes old versions and what only they need.", commands::prune},

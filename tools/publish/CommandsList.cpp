@@ -1,0 +1,119 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/Inventory.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+namespace {
+
+// The outlook for more versions than this is in the JSON only.
+constexpr qsizetype outlooksTold = 4;
+
+QString buildLine(const ListedVersion& version, const ListedBuild& build)
+{
+    return QStringLiteral("%1  %2 files, %3, %4 to download; %5 in no other version")
+        .arg(build.published.toString(QStringLiteral("yyyy-MM-dd HH:mm")))
+        .arg(build.files)
+        .arg(sizeText(build.unpackedBytes), sizeText(build.packedBytes),
+             sizeText(version.ownBytes));
+}
+
+QString productText(const ListedProduct& listed)
+{
+    qsizetype versionWidth = 0;
+    qsizetype platformWidth = 0;
+    for (const ListedVersion& version : listed.versions) {
+        versionWidth = std::max(versionWidth, version.version.size());
+        for (const ListedBuild& build : version.builds)
+            platformWidth = std::max(platformWidth, build.platform.size());
+    }
+    QString text = listed.product.label() + u'\n';
+    for (const ListedVersion& version : listed.versions) {
+        for (const ListedBuild& build : version.builds)
+            text +=
+                QStringLiteral("  %1  %2  %3  %4\n")
+                    .arg(version.version.leftJustified(versionWidth),
+                         build.platform.leftJustified(platformWidth),
+                         build.isCurrent ? QStringLiteral("current") : QStringLiteral("       "),
+                         buildLine(version, build));
+    }
+    return text;
+}
+
+QString inventoryText(const Inventory& inventory)
+{
+    QString text;
+    for (const ListedProduct& listed : inventory.products)
+        text += productText(listed);
+    QStringList outlooks;
+    for (const PruneOutlook& outlook :
+         inventory.pruning.first(std::min(inventory.pruning.size(), outlooksTold)))
+        outlooks.append(
+            QStringLiteral("%1 with --keep %2").arg(sizeText(outlook.bytes)).arg(outlook.keep));
+    return text + QStringLiteral("packed files: %1, %2; pruning would free %3")
+                      .arg(inventory.packedFiles)
+                      .arg(sizeText(inventory.packedBytes), outlooks.join(QLatin1StringView(", ")));
+}
+
+QJsonObject versionObject(const ListedVersion& version)
+{
+    QJsonArray builds;
+    for (const ListedBuild& build : version.builds)
+        builds.append(QJsonObject{
+            {QStringLiteral("platform"), build.platform},
+            {QStringLiteral("current"), build.isCurrent},
+            {QStringLiteral("published"), build.published.toUTC().toString(Qt::ISODate)},
+            {QStringLiteral("files"), build.files},
+            {QStringLiteral("unpackedbytes"), build.unpackedBytes},
+            {QStringLiteral("packedbytes"), build.packedBytes},
+        });
+    return {{QStringLiteral("version"), version.version},
+            {QStringLiteral("ownbytes"), version.ownBytes},
+            {QStringLiteral("builds"), builds}};
+}
+
+QJsonObject inventoryObject(const Inventory& inventory)
+{
+    QJsonArray products;
+    for (const ListedProduct& listed : inventory.products) {
+        QJsonArray versions;
+        for (const ListedVersion& version : listed.versions)
+            versions.append(versionObject(version));
+        products.append(QJsonObject{{QStringLiteral("launcher"), listed.product.isLauncher},
+                                    {QStringLiteral("directory"), listed.product.directory},
+                                    {QStringLiteral("versions"), versions}});
+    }
+    QJsonArray pruning;
+    for (const PruneOutlook& outlook : inventory.pruning)
+        pruning.append(QJsonObject{{QStringLiteral("keep"), outlook.keep},
+                                   {QStringLiteral("removedfiles"), outlook.files},
+                                   {QStringLiteral("removedbytes"), outlook.bytes}});
+    return {{QStringLiteral("products"), products},
+            {QStringLiteral("packedfiles"), inventory.packedFiles},
+            {QStringLiteral("packedbytes"), inventory.packedBytes},
+            {QStringLiteral("pruning"), pruning}};
+}
+
+} // namespace
+
+int commands::list(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("list"),
+                     QStringLiteral("Lists the published versions, oldest first: what is current, "
+                                    "when each was published, how large it is, and what pruning "
+                                    "would free. Reads documents only, and writes nothing."),
+                     {QStringLiteral("CONTENT")});
+    if (const auto code = line.parse(arguments))
+        return *code;
+    Console console(line.outputMode());
+    Inventory inventory;
+    const QStringList faults = takeInventory(line.argument(0), console, inventory);
+    if (!faults.isEmpty()) {
+        console.fail(faults, {});
+        return Failed;
+    }
+    console.succeed(inventoryText(inventory), inventoryObject(inventory));
+    return Done;
+}
