@@ -46,6 +46,7 @@ private Q_SLOTS:
     void helpsOnRequest();
     void publishesVerifiesSwitchesAndPrunes();
     void listsForPeopleAndForScripts();
+    void foretellsAPublication();
     void quietTellsFaultsOnly();
     void jsonTellsFaults();
     void packsTheSameWhateverTheThreadsAndTheMemory();
@@ -179,6 +180,36 @@ void CommandLineTest::listsForPeopleAndForScripts()
     QCOMPARE(versions.size(), 2);
     QCOMPARE(versions.at(1)[u"builds"_s][0][u"current"_s], QJsonValue(true));
     QCOMPARE(result.value(u"pruning"_s).toArray().size(), 2);
+}
+
+void CommandLineTest::foretellsAPublication()
+{
+    const PublishFixture fixture;
+    fixture.setInput({{u"client"_s, "1"}, {u"gone"_s, "x"}});
+    const auto package = [&fixture](const QString& version, const QStringList& more) {
+        return runProgram(QStringList{u"package"_s, fixture.input(), fixture.content(),
+                                      u"--version"_s, version, u"--executable"_s, u"client"_s} +
+                          more);
+    };
+    QCOMPARE(package(u"1.0"_s, {}).code, 0);
+    fixture.setInput({{u"client"_s, "1"}, {u"new"_s, QByteArray(1300, 'n')}});
+    const QStringList before = testfiles::list(fixture.content());
+    Outcome outcome = package(u"1.1"_s, {u"--dry-run"_s});
+    QCOMPARE(outcome.code, 0);
+    QCOMPARE(outcome.output,
+             u"Quelra 1.1 would become current: 2 files and 0 assets of 1.3 kB; 1 of 1.3 kB to "
+             "pack, 1 packed before\n"
+             "compared with 1.0: 1 added, 0 changed, 1 removed, 1 the same\n"
+             "a new player downloads at most 1.3 kB in 2 files, 0.0 s at 100 Mbit/s\n"
+             "a player with 1.0 downloads at most 1.3 kB in 1 file, 0.0 s at 100 Mbit/s\n"_s);
+    QCOMPARE(testfiles::list(fixture.content()), before);
+    outcome = package(u"1.1"_s, {u"--json"_s});
+    const QJsonObject result = QJsonDocument::fromJson(outcome.output.toUtf8()).object();
+    QCOMPARE(result.value(u"dryrun"_s), QJsonValue(false));
+    QCOMPARE(result.value(u"added"_s), QJsonValue(QJsonArray{u"new"_s}));
+    QCOMPARE(result.value(u"removed"_s), QJsonValue(QJsonArray{u"gone"_s}));
+    QCOMPARE(result.value(u"downloads"_s)[1][u"version"_s], QJsonValue(u"1.0"_s));
+    QCOMPARE(result.value(u"downloads"_s)[1][u"bytes"_s], result.value(u"addedbytes"_s));
 }
 
 void CommandLineTest::quietTellsFaultsOnly()

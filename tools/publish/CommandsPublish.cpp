@@ -2,6 +2,7 @@
 #include "publish/Commands.h"
 #include "publish/HintsPublication.h"
 #include "publish/Publication.h"
+#include "publish/PublishText.h"
 
 namespace {
 
@@ -16,6 +17,8 @@ void addBuildOptions(CommandLine& line)
                    "URL");
     line.addPlatformOptions("windows", "x86_64");
     line.addPackingOptions();
+    line.addOption("dry-run", "Only tells what would be published, and what players would "
+                              "download.");
     line.require("version");
     line.require("executable");
 }
@@ -38,34 +41,8 @@ PublishRequest buildRequest(const CommandLine& line)
     request.platform = {line.value("os"), line.value("architecture")};
     request.publicUrl = publicUrl(line);
     request.packing = line.packSettings();
+    request.dryRun = line.isSet("dry-run");
     return request;
-}
-
-QJsonObject reportObject(const PublishRequest& request, const PublishReport& report)
-{
-    return {
-        {QStringLiteral("version"), request.version},
-        {QStringLiteral("files"), report.files},
-        {QStringLiteral("assets"), report.assets},
-        {QStringLiteral("bytes"), report.bytes},
-        {QStringLiteral("packed"), report.packed},
-        {QStringLiteral("reused"), report.reused},
-        {QStringLiteral("addedbytes"), report.addedBytes},
-        {QStringLiteral("unchanged"), report.unchanged},
-    };
-}
-
-QString reportLine(const PublishRequest& request, const PublishReport& report)
-{
-    return QStringLiteral("%1 %2 is current: %3 files and %4 assets of %5; %6 packed to %7, %8 "
-                          "packed before")
-        .arg(request.product.label(), request.version)
-        .arg(report.files)
-        .arg(report.assets)
-        .arg(sizeText(report.bytes))
-        .arg(report.packed)
-        .arg(sizeText(report.addedBytes))
-        .arg(report.reused);
 }
 
 int run(const CommandLine& line, const PublishRequest& request)
@@ -77,7 +54,7 @@ int run(const CommandLine& line, const PublishRequest& request)
         console.fail(faults, {});
         return Failed;
     }
-    console.succeed(reportLine(request, report), reportObject(request, report));
+    console.succeed(publishText(request, report), publishObject(request, report));
     return Done;
 }
 

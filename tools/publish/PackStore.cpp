@@ -104,7 +104,7 @@ QStringList PackStore::hashFiles(const QList<InputFile>& files, QString* error)
 
 bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, QString* error)
 {
-    loadKnown();
+    loadKnown(Index::ReadAndMend);
     QList<qsizetype> toPack;
     if (!findReusable(files, hashes, toPack, error))
         return false;
@@ -154,6 +154,33 @@ bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& h
     m_progress.end();
     std::sort(toPack.begin(), toPack.end());
     return ok;
+}
+
+void PackStore::plan(const QList<InputFile>& files, const QStringList& hashes)
+{
+    loadKnown(Index::Read);
+    QSet<QString> seen;
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        const QString& hash = hashes.at(i);
+        if (seen.contains(hash))
+            continue;
+        seen.insert(hash);
+        if (isThere(m_known.value(hash))) {
+            ++m_reusedCount;
+            continue;
+        }
+        m_known.remove(hash);
+        ++m_packedCount;
+        m_addedBytes += files.at(i).size;
+    }
+}
+
+bool PackStore::isThere(const PackedFile& file) const
+{
+    if (file.packedhash.isEmpty())
+        return false;
+    const QFileInfo packed(m_tree.path(addresses::packedFile(file.packedhash)));
+    return packed.isFile() && packed.size() == file.packedsize;
 }
 
 bool PackStore::isIntact(const PackedFile& file) const
@@ -234,7 +261,7 @@ void PackStore::learn(const PackedFile& file)
 
 // From the documents of the versions, which are the truth, and from the index, which also knows
 // what a publisher packed that did not come to its end.
-void PackStore::loadKnown()
+void PackStore::loadKnown(Index mode)
 {
     m_known.clear();
     for (const QLatin1StringView folder : {addresses::packages, addresses::ownBuilds}) {
@@ -253,16 +280,16 @@ void PackStore::loadKnown()
         }
     }
     QFile index(m_tree.ownFile(indexName()));
-    if (!index.open(QIODevice::ReadWrite))
+    if (!index.open(mode == Index::Read ? QIODevice::ReadOnly : QIODevice::ReadWrite))
         return;
     while (!index.atEnd()) {
         const qint64 start = index.pos();
         const QByteArray line = index.readLine();
         const QList<QByteArray> fields = line.trimmed().split(' ');
-        // Half a line, which a publisher left that was killed, would spoil the next one.
-        if (!line.endsWith('\n'))
-            index.resize(start);
-        else if (fields.size() == 4)
+        if (!line.endsWith('\n')) {
+            if (mode == Index::ReadAndMend)
+                index.resize(start);
+        } else if (fields.size() == 4)
             learn({QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
                    QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()});
     }
@@ -270,7 +297,7 @@ void PackStore::loadKnown()
 
 void PackStore::forgetMissing()
 {
-    loadKnown();
+    loadKnown(Index::ReadAndMend);
     QByteArray lines;
     QList<QString> hashes = m_known.keys();
     hashes.sort();

@@ -35,6 +35,12 @@ public:
     [[nodiscard]] bool pack(const QList<InputFile>& files, const QStringList& hashes,
                             QString* error);
 
+    /// Finds out what pack() would do, and writes nothing: packedCount() and reusedCount() tell of
+    /// it, addedBytes() counts what is to be packed with its full size, and packed() knows only
+    /// what is there.
+    void plan(const QList<InputFile>& files, const QStringList& hashes);
+
+    /// Nothing with empty hashes when the content is not there packed.
     [[nodiscard]] PackedFile packed(const QString& unpackedhash) const;
 
     /// Contents that pack() packed, and those that it found packed.
@@ -47,8 +53,14 @@ public:
     void forgetMissing();
 
 private:
-    void loadKnown();
+    enum class Index {
+        Read,
+        /// Half a line, which a publisher left that was killed, would spoil the next one.
+        ReadAndMend,
+    };
+    void loadKnown(Index index);
     void learn(const PackedFile& file);
+    [[nodiscard]] bool isThere(const PackedFile& file) const;
     [[nodiscard]] bool isIntact(const PackedFile& file) const;
     [[nodiscard]] bool findReusable(const QList<InputFile>& missing, const QStringList& hashes,
                                     QList<qsizetype>& toPack, QString* error);

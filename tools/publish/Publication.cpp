@@ -40,10 +40,19 @@ public:
         QString error;
         m_all = m_input.files() + m_input.assets();
         m_hashes = m_store.hashFiles(m_all, &error);
-        const bool done = m_hashes.size() == m_all.size() && m_tree.openForWriting(&error) &&
-                          readMetadata(&error) && checkHistory(&error) &&
-                          m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
-                          writeVersion(&error) && makeCurrent(&error);
+        bool done = m_hashes.size() == m_all.size() &&
+                    (m_request.dryRun || m_tree.openForWriting(&error)) && readMetadata(&error) &&
+                    checkHistory(&error);
+        if (done) {
+            const QString before = currentFolder();
+            if (m_request.dryRun)
+                m_store.plan(m_all, m_hashes);
+            else
+                done = m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
+                       writeVersion(&error) && makeCurrent(&error);
+            if (done)
+                compareVersions(before);
+        }
         fillReport();
         return done ? QStringList() : QStringList(error);
     }
@@ -189,6 +198,40 @@ private:
         // Everything that the metadata names must be on the disk before it is named.
         m_tree.sync();
         return m_tree.replace(addresses::metadata, m_metadata.bytes(), error);
+    }
+
+    // Of the build that players have got last; empty when there is none.
+    QString currentFolder() const
+    {
+        const BuildAddresses current = m_metadata.build(m_request.product, m_request.platform);
+        const QString document = addresses::onServer(current.document);
+        return document.first(document.lastIndexOf(u'/') + 1);
+    }
+
+    void compareVersions(const QString& before)
+    {
+        QList<OrlFile> files;
+        files.reserve(m_all.size());
+        for (qsizetype i = 0; i < m_all.size(); ++i) {
+            OrlFile file;
+            file.localfile = m_all.at(i).localfile;
+            file.unpackedhash = m_hashes.at(i);
+            const PackedFile packed = m_store.packed(file.unpackedhash);
+            file.packedsize = packed.packedhash.isEmpty() ? m_all.at(i).size : packed.packedsize;
+            files.append(file);
+        }
+        if (!before.isEmpty()) {
+            m_report.comparedWith =
+                parsePackageDoc(m_tree.read(before + addresses::packageDocument)).version;
+            m_report.changes = compareFiles(publishedFiles(m_tree, before), files);
+        }
+        m_report.costs.append(updateCost(QString(), {}, files));
+        for (const QString& version : m_metadata.history(m_request.product)) {
+            const QString folder =
+                m_request.product.versionFolder(version) + m_request.platform.folderName();
+            if (folder != m_folder && m_tree.exists(folder + addresses::packageDocument))
+                m_report.costs.append(updateCost(version, publishedFiles(m_tree, folder), files));
+        }
     }
 
     void fillReport()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "publish/Addresses.h"
+#include "publish/Comparison.h"
 #include "publish/InputFolder.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
@@ -27,6 +28,9 @@ struct PublishRequest
     QString publicUrl;
     PackageLabels labels;
     PackSettings packing;
+    /// Finds out what publishing would do, and writes nothing. Contents that were never packed then
+    /// count with their full size, since only packing shows how small they become.
+    bool dryRun = false;
 };
 
 /// What publishing did.
@@ -40,6 +44,12 @@ struct PublishReport
     qint64 addedBytes = 0;
     /// The version was there already with the same content.
     bool unchanged = false;
+    /// The version that was current for the platform before; empty when there was none.
+    QString comparedWith;
+    FileChanges changes;
+    /// Of a new player, then of a player with each version that is still there, oldest publication
+    /// first.
+    QList<UpdateCost> costs;
 };
 
 /// Everything that speaks against the request as far as its own files tell; empty when nothing

@@ -1,0 +1,109 @@
+#include "publish/PublishText.h"
+
+#include "publish/Console.h"
+#include "publish/Publication.h"
+
+#include <QJsonArray>
+
+#include <cmath>
+
+namespace {
+
+QString filesText(qsizetype count)
+{
+    return count == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(count);
+}
+
+QString outcomeLine(const PublishRequest& request, const PublishReport& report)
+{
+    const QString line = QStringLiteral("%1 %2 %3: %4 and %5 assets of %6")
+                             .arg(request.product.label(), request.version,
+                                  request.dryRun ? QStringLiteral("would become current")
+                                                 : QStringLiteral("is current"),
+                                  filesText(report.files))
+                             .arg(report.assets)
+                             .arg(sizeText(report.bytes));
+    const QString work = request.dryRun ? QStringLiteral("; %1 of %2 to pack, %3 packed before")
+                                        : QStringLiteral("; %1 packed to %2, %3 packed before");
+    return line + work.arg(report.packed).arg(sizeText(report.addedBytes)).arg(report.reused);
+}
+
+QString changesLine(const PublishReport& report)
+{
+    if (report.comparedWith.isEmpty())
+        return QStringLiteral("there is no earlier version to compare with");
+    const FileChanges& changes = report.changes;
+    return QStringLiteral("compared with %1: %2 added, %3 changed, %4 removed, %5 the same")
+        .arg(report.comparedWith)
+        .arg(changes.added.size())
+        .arg(changes.changed.size())
+        .arg(changes.removed.size())
+        .arg(changes.unchanged);
+}
+
+QString secondsText(double seconds)
+{
+    constexpr double minute = 60;
+    return seconds < minute ? QString::number(seconds, 'f', 1) + QLatin1StringView(" s")
+                            : durationText(std::llround(seconds));
+}
+
+// Contents that a dry run has not packed count with their full size.
+QString costLine(const UpdateCost& cost, bool isUpperBound)
+{
+    const QString who = cost.version.isEmpty()
+                            ? QStringLiteral("a new player")
+                            : QStringLiteral("a player with %1").arg(cost.version);
+    if (cost.files == 0)
+        return who + QLatin1StringView(" downloads no file");
+    return QStringLiteral("%1 downloads %2%3 in %4, %5 at %6 Mbit/s")
+        .arg(who, isUpperBound ? QStringLiteral("at most ") : QString(), sizeText(cost.bytes),
+             filesText(cost.files), secondsText(referenceSeconds(cost.bytes)))
+        .arg(referenceMbits);
+}
+
+QJsonObject costObject(const UpdateCost& cost)
+{
+    constexpr double steps = 10;
+    QJsonObject object{
+        {QStringLiteral("files"), cost.files},
+        {QStringLiteral("bytes"), cost.bytes},
+        {QStringLiteral("seconds"), std::round(referenceSeconds(cost.bytes) * steps) / steps}};
+    if (!cost.version.isEmpty())
+        object.insert(QStringLiteral("version"), cost.version);
+    return object;
+}
+
+} // namespace
+
+QString publishText(const PublishRequest& request, const PublishReport& report)
+{
+    QStringList lines{outcomeLine(request, report), changesLine(report)};
+    for (const UpdateCost& cost : report.costs)
+        lines.append(costLine(cost, request.dryRun && report.packed > 0));
+    return lines.join(u'\n');
+}
+
+QJsonObject publishObject(const PublishRequest& request, const PublishReport& report)
+{
+    QJsonArray updates;
+    for (const UpdateCost& cost : report.costs)
+        updates.append(costObject(cost));
+    return {
+        {QStringLiteral("version"), request.version},
+        {QStringLiteral("dryrun"), request.dryRun},
+        {QStringLiteral("files"), report.files},
+        {QStringLiteral("assets"), report.assets},
+        {QStringLiteral("bytes"), report.bytes},
+        {QStringLiteral("packed"), report.packed},
+        {QStringLiteral("reused"), report.reused},
+        {QStringLiteral("addedbytes"), report.addedBytes},
+        {QStringLiteral("unchanged"), report.unchanged},
+        {QStringLiteral("comparedwith"), report.comparedWith},
+        {QStringLiteral("added"), QJsonArray::fromStringList(report.changes.added)},
+        {QStringLiteral("changed"), QJsonArray::fromStringList(report.changes.changed)},
+        {QStringLiteral("removed"), QJsonArray::fromStringList(report.changes.removed)},
+        {QStringLiteral("same"), report.changes.unchanged},
+        {QStringLiteral("downloads"), updates},
+    };
+}
