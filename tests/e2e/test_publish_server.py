@@ -60,6 +60,20 @@ class Server(publishkit.PublishTest):
             tag = answer.getheader("ETag")
             self.assertEqual(self.ask(address, **{"If-None-Match": tag})[0].status, 304)
 
+    def test_a_channel_is_served_like_the_rest(self):
+        self.site.publish("1.1", {"0.bin": b"new"}, options=["--channel", "beta"])
+        hints = self.folder / "hints.json"
+        publishkit.run("hints", hints, self.site.content, "--channel", "beta")
+        for address in ("/beta/launcher/quelrametadata.json", "/beta/hints.json"):
+            answer, body = self.ask(address)
+            self.assertEqual(answer.getheader("Cache-Control"), "no-cache")
+            self.assertEqual(body, self.file(address))
+        answer, _ = self.ask("/beta/images/news/rh_misc.png")
+        self.assertEqual(answer.getheader("Content-Type"), "image/png")
+        self.assertEqual(answer.getheader("Cache-Control"), "public, max-age=86400")
+        for path in ("/beta/", "/beta/launcher/", "/.publisher/hints.json", "/a/b/hints.json"):
+            self.assertIn(self.ask(path)[0].status, (403, 404), path)
+
     def test_a_publication_shows_to_caches_even_within_a_second(self):
         address = "/launcher/quelrametadata.json"
         tags = set()

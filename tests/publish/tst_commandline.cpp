@@ -78,6 +78,10 @@ void CommandLineTest::tellsWrongUsage_data()
     row("package in out --version 1 --executable x --memory 100");
     row("package in out --version 1 --executable x --quiet --json");
     row("package in out --version 1 --executable x --install-automatically --install-on-click");
+    row("package in out --version 1 --executable x --channel Beta");
+    row("package in out --version 1 --executable x --channel beta --stage");
+    row("package in out --version 1 --executable x --channel beta --public-url http://a");
+    row("verify --url http://127.0.0.1 --channel beta");
     row("launcher in out --version 1");
     row("launcher in out --version 1 --executable x --assets y");
     row("hints file");

@@ -88,6 +88,7 @@ void InventoryTest::tellsWhatIsCurrent()
 {
     QCOMPARE(currentOnes(take()), QStringList(u"Quelra 4 windows x86_64"_s));
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}), QStringList());
+    m_fixture->setInput({{u"client"_s, launcherProgram(u"1.0"_s)}});
     PublishRequest request = m_fixture->request(u"1.0"_s);
     request.product = {true, {}};
     request.publicUrl = u"https://cdn.example/game"_s;

@@ -69,6 +69,9 @@ QString relativeTo(const QString& address, const QString& from)
 QString onServer(const QString& address)
 {
     const QString path = QUrl(address, QUrl::TolerantMode).path(QUrl::FullyDecoded);
+    // As the documents of channels name it.
+    if (path.startsWith(QLatin1StringView("launcher/")))
+        return u'/' + path;
     const qsizetype launcher = path.indexOf(QLatin1StringView("/launcher/"));
     return launcher < 0 ? QString() : path.sliced(launcher);
 }

@@ -52,6 +52,7 @@ struct Product
     [[nodiscard]] QString folder() const;
     /// For messages.
     [[nodiscard]] QString label() const;
+    bool operator==(const Product&) const = default;
 };
 
 /// The platform of a build.

@@ -1,5 +1,6 @@
 #include "publish/CommandLine.h"
 
+#include "publish/Channels.h"
 #include "publish/Terminal.h"
 
 #include <QThread>
@@ -70,6 +71,12 @@ void CommandLine::addPlatformOptions(const char* fallbackOs, const char* fallbac
               fallbackArchitecture);
 }
 
+void CommandLine::addChannelOption(const char* description)
+{
+    m_hasChannel = true;
+    addOption("channel", description, "NAME");
+}
+
 std::optional<int> CommandLine::parse(const QStringList& arguments)
 {
     const QStringList whole{QStringLiteral("vornak-publish")};
@@ -94,6 +101,10 @@ std::optional<int> CommandLine::parse(const QStringList& arguments)
     }
     if (isSet("quiet") && isSet("json"))
         return wrongUsage(QStringLiteral("--quiet and --json exclude each other"));
+    const QString channelFault =
+        m_hasChannel && isSet("channel") ? channels::nameFault(value("channel")) : QString();
+    if (!channelFault.isEmpty())
+        return wrongUsage(channelFault);
     return m_hasThreads ? checkThreads() : std::nullopt;
 }
 

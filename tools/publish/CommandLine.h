@@ -34,6 +34,9 @@ public:
     /// --os and --architecture, whose help says what leaving them out means.
     void addPlatformOptions(const char* fallbackOs, const char* fallbackArchitecture);
 
+    /// --channel, whose value is checked.
+    void addChannelOption(const char* description);
+
     /// Parses the arguments behind the command's name. A number when the program ends right here:
     /// help was shown, or the usage is wrong, which has been told.
     [[nodiscard]] std::optional<int> parse(const QStringList& arguments);
@@ -66,4 +69,5 @@ private:
     PackSettings m_packing;
     bool m_hasThreads = false;
     bool m_packs = false;
+    bool m_hasChannel = false;
 };

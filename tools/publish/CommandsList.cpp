@@ -20,14 +20,27 @@ QString buildLine(const ListedVersion& version, const ListedBuild& build)
              sizeText(version.ownBytes));
 }
 
+QString currentText(const ListedBuild& build)
+{
+    QStringList words;
+    if (build.isCurrent)
+        words.append(QStringLiteral("current"));
+    if (!build.channels.isEmpty())
+        words.append(QStringLiteral("in ") + build.channels.join(QLatin1StringView(", ")));
+    return words.join(u' ');
+}
+
 QString productText(const ListedProduct& listed)
 {
     qsizetype versionWidth = 0;
     qsizetype platformWidth = 0;
+    qsizetype currentWidth = 0;
     for (const ListedVersion& version : listed.versions) {
         versionWidth = std::max(versionWidth, version.version.size());
-        for (const ListedBuild& build : version.builds)
+        for (const ListedBuild& build : version.builds) {
             platformWidth = std::max(platformWidth, build.platform.size());
+            currentWidth = std::max(currentWidth, currentText(build).size());
+        }
     }
     QString text = listed.product.label() + u'\n';
     for (const ListedVersion& version : listed.versions) {
@@ -36,8 +49,7 @@ QString productText(const ListedProduct& listed)
                 QStringLiteral("  %1  %2  %3  %4\n")
                     .arg(version.version.leftJustified(versionWidth),
                          build.platform.leftJustified(platformWidth),
-                         build.isCurrent ? QStringLiteral("current") : QStringLiteral("       "),
-                         buildLine(version, build));
+                         currentText(build).leftJustified(currentWidth), buildLine(version, build));
     }
     return text;
 }
@@ -64,6 +76,7 @@ QJsonObject versionObject(const ListedVersion& version)
         builds.append(QJsonObject{
             {QStringLiteral("platform"), build.platform},
             {QStringLiteral("current"), build.isCurrent},
+            {QStringLiteral("channels"), QJsonArray::fromStringList(build.channels)},
             {QStringLiteral("published"), build.published.toUTC().toString(Qt::ISODate)},
             {QStringLiteral("files"), build.files},
             {QStringLiteral("unpackedbytes"), build.unpackedBytes},

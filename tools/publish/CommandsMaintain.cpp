@@ -48,6 +48,7 @@ int commands::switchTo(const QStringList& arguments)
     line.addOption("directory", "Folder of the package; needed when there are several.", "NAME");
     line.addOption("launcher", "Switches the launcher itself instead of a package.");
     line.addPlatformOptions("", "");
+    line.addChannelOption("Switches what the players in this channel get.");
     line.require("version");
     if (const auto code = line.parse(arguments))
         return *code;
@@ -55,7 +56,8 @@ int commands::switchTo(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
     if (line.isSet("os") != line.isSet("architecture"))
         return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
-    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version")};
+    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version"),
+                          line.value("channel")};
     if (line.isSet("launcher"))
         request.product = Product{true, QString()};
     else if (line.isSet("directory"))
@@ -66,7 +68,10 @@ int commands::switchTo(const QStringList& arguments)
     const QStringList faults = switchVersion(request);
     if (!faults.isEmpty())
         return failWith(console, faults);
-    console.succeed(QStringLiteral("version %1 is current").arg(request.version),
+    const QString where = request.channel.isEmpty()
+                              ? QString()
+                              : QStringLiteral(" in channel %1").arg(request.channel);
+    console.succeed(QStringLiteral("version %1 is current").arg(request.version) + where,
                     {{QStringLiteral("version"), request.version}});
     return Done;
 }
@@ -81,6 +86,9 @@ int commands::verify(const QStringList& arguments)
                    "Reads from the web server with this base address, as launchers do, instead of "
                    "from a folder.",
                    "BASE");
+    line.addChannelOption(
+        "Reads what the players in this channel get; with --url, the channel is a "
+        "part of the address.");
     line.addThreadOptions();
     line.replaceFirstArgumentBy("url");
     if (const auto code = line.parse(arguments))
@@ -88,12 +96,15 @@ int commands::verify(const QStringList& arguments)
     const QString url = line.value("url");
     if (line.isSet("url") && !QUrl(url).scheme().startsWith(QLatin1StringView("http")))
         return line.wrongUsage(QStringLiteral("'%1' is not an http or https address").arg(url));
+    if (line.isSet("url") && line.isSet("channel"))
+        return line.wrongUsage(QStringLiteral("--url and --channel exclude each other"));
     Console console(line.outputMode());
     if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
         return failWith(console, {QStringLiteral("%1: no such folder").arg(line.argument(0))});
     // Failed downloads are listed as faults; the client's own log would tell them twice.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
-    const auto source = line.isSet("url") ? webSource(url) : folderSource(line.argument(0));
+    const auto source =
+        line.isSet("url") ? webSource(url) : folderSource(line.argument(0), line.value("channel"));
     VerifyReport report;
     const QStringList faults = ::verify(*source, line.packSettings().limits, console, report);
     if (!faults.isEmpty())

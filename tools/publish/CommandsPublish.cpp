@@ -17,6 +17,8 @@ void addBuildOptions(CommandLine& line)
                    "URL");
     line.addPlatformOptions("windows", "x86_64");
     line.addPackingOptions();
+    line.addOption("stage", "Publishes the version without making it current; 'switch' does that.");
+    line.addChannelOption("Makes the version current for the players in this channel only.");
     line.addOption("dry-run", "Only tells what would be published, and what players would "
                               "download.");
     line.require("version");
@@ -41,8 +43,23 @@ PublishRequest buildRequest(const CommandLine& line)
     request.platform = {line.value("os"), line.value("architecture")};
     request.publicUrl = publicUrl(line);
     request.packing = line.packSettings();
+    request.channel = line.value("channel");
+    request.stage = line.isSet("stage");
     request.dryRun = line.isSet("dry-run");
     return request;
+}
+
+// Nothing when the options go together.
+std::optional<int> checkWhere(const CommandLine& line)
+{
+    if (!line.isSet("channel"))
+        return std::nullopt;
+    if (line.isSet("stage"))
+        return line.wrongUsage(QStringLiteral("--stage and --channel exclude each other"));
+    if (line.isSet("public-url"))
+        return line.wrongUsage(QStringLiteral("--public-url and --channel exclude each other: the "
+                                              "addresses in a channel are relative"));
+    return std::nullopt;
 }
 
 int run(const CommandLine& line, const PublishRequest& request)
@@ -90,6 +107,8 @@ int commands::package(const QStringList& arguments)
     if (line.isSet("install-automatically") && line.isSet("install-on-click"))
         return line.wrongUsage(
             QStringLiteral("--install-automatically and --install-on-click exclude each other"));
+    if (const auto code = checkWhere(line))
+        return *code;
     PublishRequest request = buildRequest(line);
     request.product = {false, line.value("directory")};
     request.generation = line.value("generation");
@@ -112,6 +131,8 @@ int commands::launcher(const QStringList& arguments)
     addBuildOptions(line);
     if (const auto code = line.parse(arguments))
         return *code;
+    if (const auto code = checkWhere(line))
+        return *code;
     PublishRequest request = buildRequest(line);
     request.product = {true, QString()};
     return run(line, request);
@@ -129,12 +150,14 @@ int commands::hints(const QStringList& arguments)
         "in the content already.",
         "FOLDER");
     line.addOption("public-url", "Writes the document's address with this one before it.", "URL");
+    line.addChannelOption("Installs the hints of this channel.");
     if (const auto code = line.parse(arguments))
         return *code;
     Console console(line.outputMode());
     HintsReport report;
-    const QStringList faults = publishHints(line.argument(0), line.argument(1),
-                                            line.value("images"), publicUrl(line), report);
+    const QStringList faults =
+        publishHints(line.argument(0), line.argument(1), line.value("images"), publicUrl(line),
+                     report, line.value("channel"));
     if (!faults.isEmpty()) {
         console.fail(faults, {});
         return Failed;

@@ -59,3 +59,16 @@ UpdateCost updateCost(const QString& version, const QList<OrlFile>& before,
     }
     return cost;
 }
+
+QList<UpdateCost> updateCosts(const ContentFolder& tree, const Product& product,
+                              const Platform& platform, const QStringList& history,
+                              const QString& version, const QList<OrlFile>& files)
+{
+    QList<UpdateCost> costs{updateCost(QString(), {}, files)};
+    for (const QString& other : history) {
+        const QString folder = product.versionFolder(other) + platform.folderName();
+        if (other != version && tree.exists(folder + addresses::packageDocument))
+            costs.append(updateCost(other, publishedFiles(tree, folder), files));
+    }
+    return costs;
+}

@@ -7,6 +7,8 @@
 #include <QStringList>
 
 class ContentFolder;
+struct Platform;
+struct Product;
 
 /// How two versions of the same build differ: paths below the package folder, in the order of the
 /// lists that were compared.
@@ -47,3 +49,9 @@ inline constexpr double referenceMbits = 100;
 /// another path has the same.
 [[nodiscard]] UpdateCost updateCost(const QString& version, const QList<OrlFile>& before,
                                     const QList<OrlFile>& after);
+
+/// The costs of `files`, which are those of `version`, for a new player and for a player with each
+/// of the other versions whose build for the platform is there, in the given order.
+[[nodiscard]] QList<UpdateCost> updateCosts(const ContentFolder& tree, const Product& product,
+                                            const Platform& platform, const QStringList& history,
+                                            const QString& version, const QList<OrlFile>& files);

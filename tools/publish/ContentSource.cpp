@@ -9,11 +9,21 @@
 
 namespace {
 
+// What launchers ask for by itself lies below their base address, even where that has a path; what
+// documents name is resolved against it.
+QUrl requested(const QString& base, const QString& address)
+{
+    const bool isOwn = address == addresses::metadata || address == addresses::hints ||
+                       address.startsWith(addresses::images);
+    return QUrl(isOwn ? base + address : address, QUrl::TolerantMode);
+}
+
 class FolderSource : public ContentSource
 {
 public:
-    explicit FolderSource(const QString& content)
-        : m_tree(content)
+    FolderSource(const QString& content, const QString& channel)
+        : m_base(channel.isEmpty() ? m_server : m_server + u'/' + channel)
+        , m_tree(content)
     {
         m_client.setBaseUrl(m_base);
     }
@@ -42,14 +52,15 @@ private:
     // What a server would be asked for: absolute addresses move to it by the launcher's rule.
     [[nodiscard]] QString servedPath(const QString& address) const
     {
-        const QUrl url = m_client.resolveUrl(QUrl(m_base), address);
+        const QUrl url = m_client.resolveUrl(QUrl(m_base), requested(m_base, address).toString());
         const QString path = url.path(QUrl::FullyDecoded);
-        return url.toString().startsWith(m_base + u'/') && staysBelowFolder(path.sliced(1))
+        return url.toString().startsWith(m_server + u'/') && staysBelowFolder(path.sliced(1))
                    ? path
                    : QString();
     }
 
-    const QString m_base = QStringLiteral("http://content");
+    const QString m_server = QStringLiteral("http://content");
+    const QString m_base;
     ContentFolder m_tree;
     // Only its rule for addresses is used, which any thread may do.
     PackageClient m_client{nullptr};
@@ -62,7 +73,7 @@ public:
 
     QByteArray fetch(const QString& address, QString* error) override
     {
-        return m_client.fetchBytes(QUrl(address, QUrl::TolerantMode), error,
+        return m_client.fetchBytes(requested(m_client.baseUrl(), address), error,
                                    transferlimits::packed);
     }
 
@@ -74,9 +85,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<ContentSource> folderSource(const QString& content)
+std::unique_ptr<ContentSource> folderSource(const QString& content, const QString& channel)
 {
-    return std::make_unique<FolderSource>(content);
+    return std::make_unique<FolderSource>(content, channel);
 }
 
 std::unique_ptr<ContentSource> webSource(const QString& baseUrl)

@@ -5,8 +5,8 @@
 #include "package/SafeAddress.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
+#include "publish/Channels.h"
 #include "publish/ContentFolder.h"
-#include "publish/MetadataDocument.h"
 
 #include <QDir>
 #include <QFile>
@@ -79,26 +79,27 @@ std::optional<QByteArray> readFile(const QString& path)
 class PictureSet
 {
 public:
-    PictureSet(const ContentFolder& tree, QString images)
+    PictureSet(const ContentFolder& tree, QString images, const QString& channel)
         : m_tree(tree)
         , m_images(std::move(images))
+        , m_served(channels::images(channel))
     {}
 
     // Pictures keep their bytes under their name: clients and caches may hold them for long.
     QString add(const QString& path)
     {
-        const auto fresh =
-            m_images.isEmpty() ? std::nullopt : readFile(QDir(m_images).filePath(path));
-        const auto old = readFile(m_tree.path(addresses::images + path));
+        auto fresh = m_images.isEmpty() ? std::nullopt : readFile(QDir(m_images).filePath(path));
+        const auto old = readFile(m_tree.path(m_served + path));
         if (!fresh && !old)
-            return QStringLiteral("%1%2: there is no such picture").arg(addresses::images, path);
+            fresh = readFile(m_tree.path(addresses::images + path));
+        if (!fresh && !old)
+            return QStringLiteral("%1%2: there is no such picture").arg(m_served, path);
         if (!looksLikePicture(fresh ? *fresh : *old))
-            return QStringLiteral("%1%2: not a PNG, JPEG or GIF picture")
-                .arg(addresses::images, path);
+            return QStringLiteral("%1%2: not a PNG, JPEG or GIF picture").arg(m_served, path);
         if (fresh && old && *fresh != *old)
             return QStringLiteral("%1%2: another picture is served under this name; give the new "
                                   "one a new name")
-                .arg(addresses::images, path);
+                .arg(m_served, path);
         if (fresh && !old)
             m_new.append({path, *fresh});
         return {};
@@ -106,28 +107,30 @@ public:
 
     bool install(ContentFolder& tree, QString* error) const
     {
-        return std::all_of(m_new.begin(), m_new.end(), [&tree, error](const auto& picture) {
-            return tree.replace(addresses::images + picture.first, picture.second, error);
+        return std::all_of(m_new.begin(), m_new.end(), [this, &tree, error](const auto& picture) {
+            return tree.replace(m_served + picture.first, picture.second, error);
         });
     }
 
 private:
     const ContentFolder& m_tree;
     QString m_images;
+    QString m_served;
     QList<std::pair<QString, QByteArray>> m_new;
 };
 
-bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, QString* error)
+bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, const QString& channel,
+                    QString* error)
 {
-    const QByteArray old = tree.read(addresses::metadata);
-    if (old.isEmpty())
+    const QString address = channels::metadata(channel);
+    if (!tree.exists(address))
         return true;
-    auto metadata = MetadataDocument::read(old, error);
+    auto metadata = channels::read(tree, channel, error);
     if (!metadata)
         return false;
-    metadata->setHints(publicUrl + addresses::hints);
+    metadata->setHints(channels::hintsInMetadata(publicUrl, channel));
     const QByteArray bytes = metadata->bytes();
-    return bytes == old || tree.replace(addresses::metadata, bytes, error);
+    return bytes == tree.read(address) || tree.replace(address, bytes, error);
 }
 
 } // namespace
@@ -175,7 +178,7 @@ QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* coun
 }
 
 QStringList publishHints(const QString& file, const QString& content, const QString& images,
-                         const QString& publicUrl, HintsReport& report)
+                         const QString& publicUrl, HintsReport& report, const QString& channel)
 {
     const auto bytes = readFile(file);
     if (!bytes)
@@ -185,7 +188,7 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
     QStringList pictures;
     QStringList faults = checkHints(*bytes, pictures, &report.hints);
     ContentFolder tree(content);
-    PictureSet set(tree, images);
+    PictureSet set(tree, images, channel);
     for (const QString& path : std::as_const(pictures)) {
         const QString fault = set.add(path);
         if (!fault.isEmpty())
@@ -201,7 +204,7 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
         return faults;
     QString error;
     const bool done = tree.openForWriting(&error) && set.install(tree, &error) &&
-                      tree.replace(addresses::hints, *bytes, &error) &&
-                      nameInMetadata(tree, publicUrl, &error);
+                      tree.replace(channels::hints(channel), *bytes, &error) &&
+                      nameInMetadata(tree, publicUrl, channel, &error);
     return done ? QStringList() : QStringList(error);
 }

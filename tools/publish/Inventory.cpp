@@ -2,6 +2,7 @@
 
 #include "package/OrlPackageDoc.h"
 #include "package/Sizes.h"
+#include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
 #include "publish/Progress.h"
@@ -44,8 +45,8 @@ public:
             *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
             return false;
         }
-        auto metadata = MetadataDocument::read(m_tree.read(addresses::metadata), error);
-        if (!metadata)
+        const auto metadata = channels::read(m_tree, QString(), error);
+        if (!metadata || !readChannels(error))
             return false;
         m_metadata = *metadata;
         findPackedFiles();
@@ -57,6 +58,17 @@ public:
     }
 
 private:
+    bool readChannels(QString* error)
+    {
+        for (const QString& channel : channels::all(m_tree)) {
+            const auto document = channels::read(m_tree, channel, error);
+            if (!document)
+                return false;
+            m_channels.append({channel, *document});
+        }
+        return true;
+    }
+
     void findPackedFiles()
     {
         QDirIterator files(m_tree.path(addresses::packedFiles), QDir::Files | QDir::Hidden,
@@ -83,8 +95,9 @@ private:
                 continue;
             ListedVersion entry{*version, builds(product, folder), 0};
             const bool isCurrent =
-                std::any_of(entry.builds.begin(), entry.builds.end(),
-                            [](const ListedBuild& build) { return build.isCurrent; });
+                std::any_of(entry.builds.begin(), entry.builds.end(), [](const ListedBuild& build) {
+                    return build.isCurrent || !build.channels.isEmpty();
+                });
             nameFiles(folder, isCurrent ? 0 : keptFrom++);
             listed.versions.prepend(entry);
         }
@@ -95,7 +108,7 @@ private:
     QList<ListedBuild> builds(const Product& product, const QString& folder)
     {
         QHash<QString, Platform> known;
-        for (const Platform& platform : m_metadata.platforms(product))
+        for (const Platform& platform : m_metadata.publishedPlatforms(product))
             known.insert(platform.folderName().chopped(1), platform);
         QList<ListedBuild> found;
         const auto names = QDir(m_tree.path(folder)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
@@ -108,8 +121,16 @@ private:
             if (known.contains(name)) {
                 const Platform platform = known.value(name);
                 build.platform = platform.os + u' ' + platform.architecture;
-                const QString current = m_metadata.build(product, platform).document;
-                build.isCurrent = addresses::onServer(current) == address;
+                const auto isNamedBy = [&product, &platform,
+                                        &address](const MetadataDocument& metadata) {
+                    return addresses::onServer(metadata.build(product, platform).document) ==
+                           address;
+                };
+                build.isCurrent = isNamedBy(m_metadata);
+                for (const auto& [channel, document] : std::as_const(m_channels)) {
+                    if (isNamedBy(document))
+                        build.channels.append(channel);
+                }
             }
             build.published = QFileInfo(m_tree.path(address)).lastModified();
             measure(folder + name + u'/', build);
@@ -184,6 +205,7 @@ private:
     Progress& m_progress;
     Inventory& m_inventory;
     MetadataDocument m_metadata;
+    QList<std::pair<QString, MetadataDocument>> m_channels;
     QHash<QString, PackedUse> m_uses;
     // Packed files of the version that is being looked at.
     QSet<QString> m_named;

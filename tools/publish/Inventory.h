@@ -15,6 +15,8 @@ struct ListedBuild
     /// "windows x86_64"; the folder's name when the metadata no longer knows the build.
     QString platform;
     bool isCurrent = false;
+    /// The channels in which it is current, in ascending order.
+    QStringList channels;
     /// When its document was written.
     QDateTime published;
     /// What a new player gets: files with assets, and their bytes installed and downloaded.

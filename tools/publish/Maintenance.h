@@ -18,6 +18,8 @@ struct SwitchRequest
     /// Nothing: every build of the product.
     std::optional<Platform> platform;
     QString version;
+    /// The channel whose players get the version; empty for those in none.
+    QString channel = {};
 };
 
 /// Points the metadata at a version that was published before and is still there, in one step.

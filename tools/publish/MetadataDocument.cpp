@@ -9,6 +9,7 @@ namespace {
 const QString buildsKey = QStringLiteral("builds");
 const QString historyKey = QStringLiteral("history");
 const QString launcherKey = QStringLiteral("launcher");
+const QString otherPlatformsKey = QStringLiteral("otherplatforms");
 const QString packagesKey = QStringLiteral("packages");
 
 Platform platformOf(const QJsonObject& build)
@@ -23,6 +24,18 @@ qsizetype buildIndex(const QJsonArray& builds, const Platform& platform)
             return i;
     }
     return -1;
+}
+
+BuildAddresses addressesOf(const QJsonObject& build)
+{
+    return {readJsonString(build, "url"), readJsonString(build, "versionurl"),
+            readJsonString(build, "assetsurl"), readJsonString(build, "assetsversionurl")};
+}
+
+// A launcher in a channel resolves it against its base address, whose last segment is the channel.
+QString addressInChannel(const QString& address)
+{
+    return addresses::onServer(address).mid(1);
 }
 
 void setOrRemove(QJsonObject& object, const QString& key, const QString& value)
@@ -53,6 +66,19 @@ std::optional<MetadataDocument> MetadataDocument::read(const QByteArray& bytes, 
 QByteArray MetadataDocument::bytes() const
 {
     return QJsonDocument(m_root).toJson(QJsonDocument::Indented);
+}
+
+void MetadataDocument::makeChannel()
+{
+    m_isChannel = true;
+    for (const Product& product : products()) {
+        QJsonObject object = productObject(product);
+        object.remove(historyKey);
+        object.remove(otherPlatformsKey);
+        setProductObject(product, object);
+        for (const Platform& platform : platforms(product))
+            setBuild(product, platform, build(product, platform));
+    }
 }
 
 qsizetype MetadataDocument::packageIndex(const QString& directory) const
@@ -107,6 +133,16 @@ void MetadataDocument::setPackage(const QString& directory, const PackageLabels&
     setProductObject(product, package);
 }
 
+void MetadataDocument::addProductOf(const MetadataDocument& other, const Product& product)
+{
+    if (hasProduct(product))
+        return;
+    QJsonObject object = other.productObject(product);
+    for (const QString& key : {buildsKey, historyKey, otherPlatformsKey})
+        object.remove(key);
+    setProductObject(product, object);
+}
+
 void MetadataDocument::setBuild(const Product& product, const Platform& platform,
                                 const BuildAddresses& addresses)
 {
@@ -116,10 +152,13 @@ void MetadataDocument::setBuild(const Product& product, const Platform& platform
     QJsonObject build = index < 0 ? QJsonObject() : builds.at(index).toObject();
     build.insert(QStringLiteral("os"), platform.os);
     build.insert(QStringLiteral("architecture"), platform.architecture);
-    build.insert(QStringLiteral("url"), addresses.document);
-    build.insert(QStringLiteral("versionurl"), addresses.version);
-    setOrRemove(build, QStringLiteral("assetsurl"), addresses.assets);
-    setOrRemove(build, QStringLiteral("assetsversionurl"), addresses.assetsVersion);
+    const auto named = [this](const QString& address) {
+        return m_isChannel ? addressInChannel(address) : address;
+    };
+    build.insert(QStringLiteral("url"), named(addresses.document));
+    build.insert(QStringLiteral("versionurl"), named(addresses.version));
+    setOrRemove(build, QStringLiteral("assetsurl"), named(addresses.assets));
+    setOrRemove(build, QStringLiteral("assetsversionurl"), named(addresses.assetsVersion));
     if (index < 0)
         builds.append(build);
     else
@@ -130,7 +169,7 @@ void MetadataDocument::setBuild(const Product& product, const Platform& platform
 
 void MetadataDocument::setHints(const QString& address)
 {
-    m_root.insert(QStringLiteral("hints"), address);
+    setOrRemove(m_root, QStringLiteral("hints"), address);
 }
 
 bool MetadataDocument::hasProduct(const Product& product) const
@@ -161,15 +200,36 @@ QList<Platform> MetadataDocument::platforms(const Product& product) const
     return found;
 }
 
+QList<Platform> MetadataDocument::publishedPlatforms(const Product& product) const
+{
+    QList<Platform> found = platforms(product);
+    for (const auto& other : productObject(product).value(otherPlatformsKey).toArray()) {
+        const Platform platform = platformOf(other.toObject());
+        if (!found.contains(platform))
+            found.append(platform);
+    }
+    return found;
+}
+
+void MetadataDocument::addPublished(const Product& product, const Platform& platform)
+{
+    if (publishedPlatforms(product).contains(platform))
+        return;
+    QJsonObject object = productObject(product);
+    QJsonArray others = object.value(otherPlatformsKey).toArray();
+    others.append(QJsonObject{{QStringLiteral("os"), platform.os},
+                              {QStringLiteral("architecture"), platform.architecture}});
+    object.insert(otherPlatformsKey, others);
+    setProductObject(product, object);
+}
+
 BuildAddresses MetadataDocument::build(const Product& product, const Platform& platform) const
 {
     const QJsonArray builds = productObject(product).value(buildsKey).toArray();
     const qsizetype index = buildIndex(builds, platform);
     if (index < 0)
         return {};
-    const QJsonObject build = builds.at(index).toObject();
-    return {readJsonString(build, "url"), readJsonString(build, "versionurl"),
-            readJsonString(build, "assetsurl"), readJsonString(build, "assetsversionurl")};
+    return addressesOf(builds.at(index).toObject());
 }
 
 QStringList MetadataDocument::history(const Product& product) const

@@ -16,6 +16,8 @@ struct PackageLabels
     std::optional<QString> variant;
     std::optional<QString> logoLink;
     std::optional<bool> installAutomatically;
+
+    bool operator==(const PackageLabels&) const = default;
 };
 
 /// The addresses of one build.
@@ -41,18 +43,30 @@ public:
                                                               QString* error);
     [[nodiscard]] QByteArray bytes() const;
 
+    /// Makes this a channel's document: its addresses begin with "launcher/", without a slash,
+    /// which leads out of the channel's folder, and it has no history. Builds that are set from now
+    /// on get such addresses.
+    void makeChannel();
+
     /// Adds the package when there is none of that folder, else sets the labels that are given.
     void setPackage(const QString& directory, const PackageLabels& labels);
+    /// Adds the product, if it is not there, as the other document shows it, but without builds.
+    void addProductOf(const MetadataDocument& other, const Product& product);
     /// Sets the addresses of the product's build for the platform, adding the build if need be. A
     /// package must have been set before.
     void setBuild(const Product& product, const Platform& platform,
                   const BuildAddresses& addresses);
+    /// Nothing stays of them when the address is empty.
     void setHints(const QString& address);
 
     [[nodiscard]] bool hasProduct(const Product& product) const;
     /// The packages in document order, then the launcher if it has builds.
     [[nodiscard]] QList<Product> products() const;
     [[nodiscard]] QList<Platform> platforms(const Product& product) const;
+    /// The same, and those that were published without becoming current here.
+    [[nodiscard]] QList<Platform> publishedPlatforms(const Product& product) const;
+    /// Remembers a platform that was published without becoming current here.
+    void addPublished(const Product& product, const Platform& platform);
     /// As they stand in the document; empty when there is no such build.
     [[nodiscard]] BuildAddresses build(const Product& product, const Platform& platform) const;
 
@@ -66,4 +80,5 @@ private:
     [[nodiscard]] qsizetype packageIndex(const QString& directory) const;
 
     QJsonObject m_root;
+    bool m_isChannel = false;
 };

@@ -1,4 +1,5 @@
 #include "package/OrlPackageDoc.h"
+#include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
@@ -36,7 +37,7 @@ public:
         }
         if (!m_tree.openForWriting(error) || !readMetadata(error))
             return false;
-        for (const Product& product : m_metadata.products()) {
+        for (const Product& product : products()) {
             if (!keepVersions(product, keep, error))
                 return false;
         }
@@ -51,27 +52,58 @@ public:
 private:
     bool readMetadata(QString* error)
     {
-        auto document = MetadataDocument::read(m_tree.read(addresses::metadata), error);
-        if (document)
-            m_metadata = *document;
-        return document.has_value();
+        auto document = channels::read(m_tree, QString(), error);
+        if (!document)
+            return false;
+        m_metadata = *document;
+        m_current.append(*document);
+        for (const QString& channel : channels::all(m_tree)) {
+            const auto ofChannel = channels::read(m_tree, channel, error);
+            if (!ofChannel)
+                return false;
+            m_current.append(*ofChannel);
+        }
+        return true;
+    }
+
+    // Those included that only a channel still has.
+    QList<Product> products() const
+    {
+        QList<Product> found;
+        for (const MetadataDocument& document : m_current) {
+            for (const Product& product : document.products()) {
+                if (!found.contains(product))
+                    found.append(product);
+            }
+        }
+        return found;
+    }
+
+    // What is current for anybody stays.
+    bool keepCurrent(const Product& product, QSet<QString>& folders, QString* error)
+    {
+        const QString versions = product.folder();
+        for (const MetadataDocument& document : std::as_const(m_current)) {
+            for (const Platform& platform : document.platforms(product)) {
+                const QString address =
+                    addresses::onServer(document.build(product, platform).document);
+                if (!address.startsWith(versions) || !m_tree.exists(address)) {
+                    *error = QStringLiteral("%1: the current document %2 cannot be read; nothing "
+                                            "was removed")
+                                 .arg(product.label(), address);
+                    return false;
+                }
+                folders.insert(address.first(address.indexOf(u'/', versions.size()) + 1));
+            }
+        }
+        return true;
     }
 
     bool keepVersions(const Product& product, int keep, QString* error)
     {
         QSet<QString> folders;
-        for (const Platform& platform : m_metadata.platforms(product)) {
-            const QString address =
-                addresses::onServer(m_metadata.build(product, platform).document);
-            const QString versions = product.folder();
-            if (!address.startsWith(versions) || !m_tree.exists(address)) {
-                *error = QStringLiteral("%1: the current document %2 cannot be read; nothing was "
-                                        "removed")
-                             .arg(product.label(), address);
-                return false;
-            }
-            folders.insert(address.first(address.indexOf(u'/', versions.size()) + 1));
-        }
+        if (!keepCurrent(product, folders, error))
+            return false;
         const QStringList history = m_metadata.history(product);
         int left = keep;
         for (auto version = history.crbegin(); version != history.crend() && left > 0; ++version) {
@@ -89,7 +121,8 @@ private:
             (stays ? m_report.keptVersions : m_report.removedVersions)
                 .append(product.label() + u' ' + version);
         }
-        m_metadata.setHistory(product, stay);
+        if (m_metadata.hasProduct(product))
+            m_metadata.setHistory(product, stay);
         m_keptFolders += QStringList(folders.begin(), folders.end());
         return true;
     }
@@ -171,6 +204,8 @@ private:
     Progress& m_progress;
     PruneReport& m_report;
     MetadataDocument m_metadata;
+    // The same, and those of the channels.
+    QList<MetadataDocument> m_current;
     QStringList m_keptFolders;
     QSet<QString> m_keptFiles;
     QStringList m_goingFolders;

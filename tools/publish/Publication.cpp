@@ -2,6 +2,7 @@
 
 #include "package/OrlPackageDoc.h"
 #include "publish/AssetsIdentity.h"
+#include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 
 #include <QDir>
@@ -42,14 +43,14 @@ public:
         m_hashes = m_store.hashFiles(m_all, &error);
         bool done = m_hashes.size() == m_all.size() &&
                     (m_request.dryRun || m_tree.openForWriting(&error)) && readMetadata(&error) &&
-                    checkHistory(&error);
+                    checkLabels(&error) && checkHistory(&error);
         if (done) {
             const QString before = currentFolder();
             if (m_request.dryRun)
                 m_store.plan(m_all, m_hashes);
             else
                 done = m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
-                       writeVersion(&error) && makeCurrent(&error);
+                       writeVersion(&error) && record(&error);
             if (done)
                 compareVersions(before);
         }
@@ -60,10 +61,25 @@ public:
 private:
     bool readMetadata(QString* error)
     {
-        auto document = MetadataDocument::read(m_tree.read(addresses::metadata), error);
-        if (document)
-            m_metadata = *document;
-        return document.has_value();
+        auto document = channels::read(m_tree, QString(), error);
+        auto current = channels::read(m_tree, m_request.channel, error);
+        if (!document || !current)
+            return false;
+        m_metadata = *document;
+        m_current = *current;
+        return true;
+    }
+
+    // What players see of a package has no versions.
+    bool checkLabels(QString* error) const
+    {
+        if (!m_request.stage || m_request.labels == PackageLabels() ||
+            !m_metadata.hasProduct(m_request.product))
+            return true;
+        *error = QStringLiteral("%1: its name and the like change for all players at once; give "
+                                "them when the version becomes current")
+                     .arg(m_request.product.label());
+        return false;
     }
 
     // What was served under a version's name must stay what it was: launchers that have it would
@@ -172,7 +188,32 @@ private:
     QString servedIdentity() const
     {
         return assetsidentity::servedAt(
-            m_tree, m_metadata.build(m_request.product, m_request.platform).assetsVersion);
+            m_tree, m_current.build(m_request.product, m_request.platform).assetsVersion);
+    }
+
+    // From here on the version can be switched to.
+    bool record(QString* error)
+    {
+        const Product& product = m_request.product;
+        const bool elsewhere = m_request.stage || !m_request.channel.isEmpty();
+        if (!product.isLauncher && !m_metadata.hasProduct(product))
+            m_metadata.setPackage(product.directory, m_request.labels);
+        QStringList history = m_metadata.history(product);
+        history.removeAll(m_request.version);
+        m_metadata.setHistory(product, history + QStringList(m_request.version));
+        if (elsewhere)
+            m_metadata.addPublished(product, m_request.platform);
+        // Everything that the metadata names must be on the disk before it is named.
+        m_tree.sync();
+        if (!elsewhere) {
+            m_current = m_metadata;
+            return makeCurrent(error);
+        }
+        // Killed in between, the version is one that was staged.
+        const QByteArray bytes = m_metadata.bytes();
+        return (bytes == m_tree.read(addresses::metadata) ||
+                m_tree.replace(addresses::metadata, bytes, error)) &&
+               (m_request.stage || makeCurrent(error));
     }
 
     bool makeCurrent(QString* error)
@@ -185,25 +226,21 @@ private:
             return false;
         const QString base = m_request.publicUrl + m_folder;
         if (!product.isLauncher)
-            m_metadata.setPackage(product.directory, m_request.labels);
-        m_metadata.setBuild(product, m_request.platform,
-                            {base + addresses::packageDocument, base + addresses::versionText,
-                             identity.isEmpty() ? QString() : base + addresses::assetList,
-                             identity.isEmpty() ? QString() : m_request.publicUrl + identity});
-        QStringList history = m_metadata.history(product);
-        history.removeAll(m_request.version);
-        m_metadata.setHistory(product, history + QStringList(m_request.version));
-        if (m_tree.exists(addresses::hints))
-            m_metadata.setHints(m_request.publicUrl + addresses::hints);
-        // Everything that the metadata names must be on the disk before it is named.
+            m_current.setPackage(product.directory, m_request.labels);
+        m_current.setBuild(product, m_request.platform,
+                           {base + addresses::packageDocument, base + addresses::versionText,
+                            identity.isEmpty() ? QString() : base + addresses::assetList,
+                            identity.isEmpty() ? QString() : m_request.publicUrl + identity});
+        if (m_tree.exists(channels::hints(m_request.channel)))
+            m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
         m_tree.sync();
-        return m_tree.replace(addresses::metadata, m_metadata.bytes(), error);
+        return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
     }
 
     // Of the build that players have got last; empty when there is none.
     QString currentFolder() const
     {
-        const BuildAddresses current = m_metadata.build(m_request.product, m_request.platform);
+        const BuildAddresses current = m_current.build(m_request.product, m_request.platform);
         const QString document = addresses::onServer(current.document);
         return document.first(document.lastIndexOf(u'/') + 1);
     }
@@ -225,13 +262,9 @@ private:
                 parsePackageDoc(m_tree.read(before + addresses::packageDocument)).version;
             m_report.changes = compareFiles(publishedFiles(m_tree, before), files);
         }
-        m_report.costs.append(updateCost(QString(), {}, files));
-        for (const QString& version : m_metadata.history(m_request.product)) {
-            const QString folder =
-                m_request.product.versionFolder(version) + m_request.platform.folderName();
-            if (folder != m_folder && m_tree.exists(folder + addresses::packageDocument))
-                m_report.costs.append(updateCost(version, publishedFiles(m_tree, folder), files));
-        }
+        m_report.costs =
+            updateCosts(m_tree, m_request.product, m_request.platform,
+                        m_metadata.history(m_request.product), m_request.version, files);
     }
 
     void fillReport()
@@ -253,7 +286,9 @@ private:
     QString m_folder;
     QList<InputFile> m_all;
     QStringList m_hashes;
+    // What was published, and what is current in the channel: without a channel one and the same.
     MetadataDocument m_metadata;
+    MetadataDocument m_current;
     // The files as the version was published before, when it was.
     QList<OrlFile> m_old;
 };

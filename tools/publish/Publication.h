@@ -28,6 +28,10 @@ struct PublishRequest
     QString publicUrl;
     PackageLabels labels;
     PackSettings packing;
+    /// The channel whose players get the version; empty for those in none.
+    QString channel;
+    /// Only publishes the version; what is current stays.
+    bool stage = false;
     /// Finds out what publishing would do, and writes nothing. Contents that were never packed then
     /// count with their full size, since only packing shows how small they become.
     bool dryRun = false;
@@ -72,7 +76,8 @@ private:
     QStringList m_faults;
 };
 
-/// Publishes a version of a package or of the launcher and makes it the current one. The served
+/// Publishes a version of a package or of the launcher and makes it the current one, unless it is
+/// only staged. The served
 /// tree shows the old version until the very last step and the new one from then on; what was done
 /// when it is killed is found again by the next attempt. Faults, one a line, are returned; none on
 /// success.

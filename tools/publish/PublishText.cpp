@@ -14,12 +14,22 @@ QString filesText(qsizetype count)
     return count == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(count);
 }
 
+QString placeText(const PublishRequest& request)
+{
+    if (request.stage)
+        return request.dryRun ? QStringLiteral("would be staged") : QStringLiteral("is staged");
+    const QString where = request.channel.isEmpty()
+                              ? QString()
+                              : QStringLiteral(" in channel %1").arg(request.channel);
+    return (request.dryRun ? QStringLiteral("would become current")
+                           : QStringLiteral("is current")) +
+           where;
+}
+
 QString outcomeLine(const PublishRequest& request, const PublishReport& report)
 {
     const QString line = QStringLiteral("%1 %2 %3: %4 and %5 assets of %6")
-                             .arg(request.product.label(), request.version,
-                                  request.dryRun ? QStringLiteral("would become current")
-                                                 : QStringLiteral("is current"),
+                             .arg(request.product.label(), request.version, placeText(request),
                                   filesText(report.files))
                              .arg(report.assets)
                              .arg(sizeText(report.bytes));

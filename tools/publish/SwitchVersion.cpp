@@ -1,4 +1,5 @@
 #include "publish/AssetsIdentity.h"
+#include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
@@ -34,18 +35,31 @@ bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata,
     return true;
 }
 
-bool canSwitch(const ContentFolder& tree, const MetadataDocument& metadata, const Product& product,
-               const Platform& platform, const QString& version, QString* error)
+// Every build that is current, and those of the version that have never been.
+QList<Platform> platformsOf(const ContentFolder& tree, const MetadataDocument& published,
+                            const MetadataDocument& metadata, const Product& product,
+                            const QString& version)
+{
+    QList<Platform> found = metadata.platforms(product);
+    for (const Platform& platform : published.publishedPlatforms(product)) {
+        const QString folder = product.versionFolder(version) + platform.folderName();
+        if (!found.contains(platform) && tree.exists(folder + addresses::packageDocument))
+            found.append(platform);
+    }
+    return found;
+}
+
+bool canSwitch(const ContentFolder& tree, const QStringList& history, const QList<Platform>& known,
+               const Product& product, const Platform& platform, const QString& version,
+               QString* error)
 {
     const QString folder = product.versionFolder(version) + platform.folderName();
-    if (!metadata.platforms(product).contains(platform)) {
+    if (!known.contains(platform)) {
         *error = QStringLiteral("%1 has no build for %2 %3")
                      .arg(product.label(), platform.os, platform.architecture);
         return false;
     }
-    if (!tree.exists(folder + addresses::packageDocument) ||
-        !metadata.history(product).contains(version)) {
-        const QStringList history = metadata.history(product);
+    if (!tree.exists(folder + addresses::packageDocument) || !history.contains(version)) {
         *error = QStringLiteral("%1 has no version %2 for %3 %4; there are: %5")
                      .arg(product.label(), version, platform.os, platform.architecture,
                           history.join(QLatin1StringView(", ")));
@@ -74,28 +88,39 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
 
 bool switchAll(ContentFolder& tree, const SwitchRequest& request, QString* error)
 {
-    const QByteArray old = tree.read(addresses::metadata);
-    auto metadata = MetadataDocument::read(old, error);
+    const auto published = channels::read(tree, QString(), error);
+    auto metadata = channels::read(tree, request.channel, error);
     Product product;
-    if (!metadata || !findProduct(request, *metadata, product, error))
+    if (!published || !metadata || !findProduct(request, *published, product, error))
         return false;
-    const QList<Platform> platforms =
-        request.platform ? QList<Platform>{*request.platform} : metadata->platforms(product);
+    metadata->addProductOf(*published, product);
+    const QList<Platform> known =
+        platformsOf(tree, *published, *metadata, product, request.version);
+    const QStringList history = published->history(product);
+    if (known.isEmpty() && !request.platform) {
+        *error = QStringLiteral("%1 has no version %2; there are: %3")
+                     .arg(product.label(), request.version, history.join(QLatin1StringView(", ")));
+        return false;
+    }
+    const QList<Platform> platforms = request.platform ? QList{*request.platform} : known;
     const auto forAll = [&platforms](const auto& step) {
         return std::all_of(platforms.begin(), platforms.end(), step);
     };
     // All builds or none: nothing is written before each of them has been looked at.
     const bool done =
         forAll([&](const Platform& platform) {
-            return canSwitch(tree, *metadata, product, platform, request.version, error);
+            return canSwitch(tree, history, known, product, platform, request.version, error);
         }) &&
         forAll([&](const Platform& platform) {
             return switchBuild(tree, *metadata, product, platform, request.version, error);
         });
     if (!done)
         return false;
+    if (tree.exists(channels::hints(request.channel)) && !request.channel.isEmpty())
+        metadata->setHints(channels::hintsInMetadata(QString(), request.channel));
+    const QString address = channels::metadata(request.channel);
     const QByteArray bytes = metadata->bytes();
-    return bytes == old || tree.replace(addresses::metadata, bytes, error);
+    return bytes == tree.read(address) || tree.replace(address, bytes, error);
 }
 
 } // namespace

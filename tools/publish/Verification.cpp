@@ -40,7 +40,7 @@ public:
         if (!metadata)
             return m_faults;
         for (const LauncherPackage& package : metadata->packages)
-            checkPackage(package);
+            checkPackage(package, &package == &metadata->packages.first());
         for (const LauncherBuild& build : metadata->launcherBuilds)
             checkBuild(build, QStringLiteral("launcher"), QStringLiteral("self-update"));
         if (!metadata->hints.isEmpty())
@@ -85,8 +85,11 @@ private:
         return metadata;
     }
 
-    void checkPackage(const LauncherPackage& package)
+    void checkPackage(const LauncherPackage& package, bool isFirst)
     {
+        // Launchers take the first package only; another one may be waiting for its first version.
+        if (package.builds.isEmpty() && !isFirst)
+            return;
         const QString folder = package.folderName();
         const QString fault = directoryFault(folder);
         if (!fault.isEmpty())

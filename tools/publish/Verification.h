@@ -26,10 +26,13 @@ public:
     [[nodiscard]] virtual bool isParallel() const = 0;
 };
 
-/// Reads the folder as a web server would serve it to a launcher.
-[[nodiscard]] std::unique_ptr<ContentSource> folderSource(const QString& content);
+/// Reads the folder as a web server would serve it to a launcher, in the channel of that name if
+/// there is one.
+[[nodiscard]] std::unique_ptr<ContentSource> folderSource(const QString& content,
+                                                          const QString& channel = {});
 
-/// Reads from the base address of a server with the launcher's own client.
+/// Reads from a launcher's base address (a server, or a channel on it) with the launcher's own
+/// client.
 [[nodiscard]] std::unique_ptr<ContentSource> webSource(const QString& baseUrl);
 
 /// What was read on the way.
