@@ -147,13 +147,14 @@ void RepublicationTest::damagedPackedFileIsMended()
         damaged[damaged.size() / 2] = static_cast<char>(damaged.at(damaged.size() / 2) ^ 1);
         testfiles::write(fixture.content() + file.key(), damaged);
     }
-    QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
+    PublishRequest request = fixture.request(u"1.0"_s);
+    request.packing.reread = true;
+    QCOMPARE(fixture.run(request), QStringList());
     QCOMPARE(fixture.report.packed, 4);
     QCOMPARE(fixture.served(), before);
 
     // At another level other bytes come out, which the old documents do not name.
     QDir(fixture.content() + u"/launcher/files"_s).removeRecursively();
-    PublishRequest request = fixture.request(u"1.0"_s);
     request.packing.level = {8, true};
     const QStringList faults = fixture.run(request);
     QCOMPARE(faults.size(), 1);
@@ -169,8 +170,10 @@ void RepublicationTest::rememberedFilesNeedNoPackingAfterAnInterruption()
     // last packed file.
     QDir(fixture.content() + u"/launcher/packages"_s).removeRecursively();
     QFile::remove(fixture.content() + addresses::metadata);
-    QFile index(fixture.content() + u"/.publisher/packed.index"_s);
-    QVERIFY(index.resize(index.size() - 30));
+    const QString index = fixture.content() + u"/.publisher/packed.index"_s;
+    QByteArrayList lines = testfiles::read(index).split('\n').first(4);
+    lines.last().chop(30);
+    testfiles::write(index, lines.join('\n'));
     QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
     QCOMPARE(fixture.report.packed, 1);
     QCOMPARE(fixture.report.reused, 3);

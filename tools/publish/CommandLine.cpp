@@ -124,7 +124,8 @@ std::optional<int> CommandLine::checkThreads()
     if (!memoryFine || memory < least)
         return wrongUsage(
             QStringLiteral("--memory must be a number of MiB from %1 on at this level").arg(least));
-    m_packing = {*level, {threads, memory * mebibyte}};
+    m_packing.level = *level;
+    m_packing.limits = {threads, memory * mebibyte};
     return std::nullopt;
 }
 

@@ -19,6 +19,8 @@ void addBuildOptions(CommandLine& line)
     line.addPackingOptions();
     line.addOption("stage", "Publishes the version without making it current; 'switch' does that.");
     line.addChannelOption("Makes the version current for the players in this channel only.");
+    line.addOption("reread", "Reads files again that have not changed since the last publication, "
+                             "packed ones too; mends damaged ones.");
     line.addOption("dry-run", "Only tells what would be published, and what players would "
                               "download.");
     line.require("version");
@@ -43,6 +45,7 @@ PublishRequest buildRequest(const CommandLine& line)
     request.platform = {line.value("os"), line.value("architecture")};
     request.publicUrl = publicUrl(line);
     request.packing = line.packSettings();
+    request.packing.reread = line.isSet("reread");
     request.channel = line.value("channel");
     request.stage = line.isSet("stage");
     request.dryRun = line.isSet("dry-run");

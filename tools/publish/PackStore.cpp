@@ -1,10 +1,10 @@
 #include "publish/PackStore.h"
 
 #include "package/OrlPackageDoc.h"
-#include "package/Unpack.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 #include "publish/DiskSteps.h"
+#include "publish/InputHashes.h"
 #include "publish/Progress.h"
 
 #include <QDirIterator>
@@ -13,17 +13,16 @@
 #include <QSet>
 
 #include <algorithm>
-#include <numeric>
 
 namespace {
-
-// What a job takes that only reads.
-constexpr qint64 readingMemory = qint64(2) << 20;
 
 QString indexName()
 {
     return QStringLiteral("packed.index");
 }
+
+// Ends the line of a file that is on the disk, and not only on its way to it.
+const QByteArray safeMark = "safe";
 
 QByteArray indexLine(const PackedFile& file)
 {
@@ -35,40 +34,16 @@ QByteArray indexLine(const PackedFile& file)
         .toLatin1();
 }
 
+QByteArray safeLine(const PackedFile& file)
+{
+    return indexLine(file).chopped(1) + ' ' + safeMark + '\n';
+}
+
 bool fail(QString* error, const InputFile& file, const QString& reason)
 {
     if (error)
         *error = file.localfile + QLatin1StringView(": ") + reason;
     return false;
-}
-
-QString hashOfFile(const QString& path, qint64 size)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return {};
-    qint64 seen = 0;
-    const QString hash = hashDevice(&file, [&seen](QByteArrayView slice, qint64) {
-        seen += slice.size();
-        return true;
-    });
-    return seen == size && file.error() == QFileDevice::NoError ? hash : QString();
-}
-
-// Large files first, so that none of them is left to run alone at the end.
-QList<qsizetype> largestFirst(QList<qsizetype> indexes, const QList<InputFile>& files)
-{
-    std::stable_sort(indexes.begin(), indexes.end(), [&files](qsizetype a, qsizetype b) {
-        return files.at(a).size > files.at(b).size;
-    });
-    return indexes;
-}
-
-qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files)
-{
-    return std::accumulate(
-        indexes.begin(), indexes.end(), qint64(0),
-        [&files](qint64 sum, qsizetype index) { return sum + files.at(index).size; });
 }
 
 } // namespace
@@ -78,29 +53,6 @@ PackStore::PackStore(ContentFolder& tree, const PackSettings& settings, Progress
     , m_settings(settings)
     , m_progress(progress)
 {}
-
-QStringList PackStore::hashFiles(const QList<InputFile>& files, QString* error)
-{
-    QStringList hashes(files.size());
-    QList<qsizetype> all(files.size());
-    std::iota(all.begin(), all.end(), 0);
-    m_progress.begin(QStringLiteral("Reading"), totalSize(all, files), files.size());
-    std::vector<Job> jobs;
-    QString* results = hashes.data();
-    for (const qsizetype index : largestFirst(all, files)) {
-        jobs.push_back({readingMemory,
-                        [this, &file = files.at(index), slot = results + index](QString* jobError) {
-                            *slot = hashOfFile(file.path, file.size);
-                            m_progress.advance(file.size, 1);
-                            return !slot->isEmpty() ||
-                                   fail(jobError, file,
-                                        QStringLiteral("the file changed or could not be read"));
-                        }});
-    }
-    const bool ok = runJobs(jobs, m_settings.limits, error);
-    m_progress.end();
-    return ok ? hashes : QStringList();
-}
 
 bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, QString* error)
 {
@@ -121,7 +73,8 @@ bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, Q
 }
 
 // Contents whose packed file is there and whole need no packing. A damaged one is packed anew and
-// so mended.
+// so mended. What was packed and never known to be safe may be damaged by a failure of power, so it
+// is read; the rest is read only on request.
 bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& hashes,
                              QList<qsizetype>& toPack, QString* error)
 {
@@ -134,22 +87,33 @@ bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& h
         (m_known.contains(hashes.at(i)) ? known : toPack).append(i);
     }
     qint64 bytes = 0;
+    QList<qsizetype> toRead;
     std::vector<Job> jobs;
     for (const qsizetype index : known) {
         const PackedFile file = m_known.value(hashes.at(index));
+        if (!m_settings.reread && m_safe.contains(file.packedhash)) {
+            if (isThere(file))
+                ++m_reusedCount;
+            else
+                toPack.append(index);
+            continue;
+        }
+        toRead.append(index);
         bytes += file.packedsize;
         jobs.push_back({readingMemory, [this, file, index, &toPack](QString*) {
                             const bool intact = isIntact(file);
                             m_progress.advance(file.packedsize, 1);
                             const std::lock_guard lock(m_mutex);
-                            if (intact)
+                            if (intact) {
                                 ++m_reusedCount;
-                            else
+                                if (!m_safe.contains(file.packedhash))
+                                    m_unsafe.append(file);
+                            } else
                                 toPack.append(index);
                             return true;
                         }});
     }
-    m_progress.begin(QStringLiteral("Checking what was packed before"), bytes, known.size());
+    m_progress.begin(QStringLiteral("Checking what was packed before"), bytes, toRead.size());
     const bool ok = runJobs(jobs, m_settings.limits, error);
     m_progress.end();
     std::sort(toPack.begin(), toPack.end());
@@ -235,6 +199,7 @@ bool PackStore::record(const PackedFile& file, QString* error)
 {
     const std::lock_guard lock(m_mutex);
     m_known.insert(file.unpackedhash, file);
+    m_unsafe.append(file);
     ++m_packedCount;
     m_addedBytes += file.packedsize;
     QFile index(m_tree.ownFile(indexName()));
@@ -244,6 +209,17 @@ bool PackStore::record(const PackedFile& file, QString* error)
     if (!written && error)
         *error = QStringLiteral("%1: cannot be written").arg(index.fileName());
     return written;
+}
+
+void PackStore::noteSafe()
+{
+    QByteArray lines;
+    for (const PackedFile& file : std::as_const(m_unsafe))
+        lines.append(safeLine(file));
+    QFile index(m_tree.ownFile(indexName()));
+    if (index.open(QIODevice::WriteOnly | QIODevice::Append))
+        index.write(lines);
+    m_unsafe.clear();
 }
 
 PackedFile PackStore::packed(const QString& unpackedhash) const
@@ -264,6 +240,7 @@ void PackStore::learn(const PackedFile& file)
 void PackStore::loadKnown(Index mode)
 {
     m_known.clear();
+    m_safe.clear();
     for (const QLatin1StringView folder : {addresses::packages, addresses::ownBuilds}) {
         QStringList documents;
         QDirIterator found(m_tree.path(folder), {addresses::packageDocument, addresses::assetList},
@@ -289,9 +266,13 @@ void PackStore::loadKnown(Index mode)
         if (!line.endsWith('\n')) {
             if (mode == Index::ReadAndMend)
                 index.resize(start);
-        } else if (fields.size() == 4)
-            learn({QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
-                   QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()});
+        } else if (fields.size() >= 4) {
+            const PackedFile file{QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
+                                  QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()};
+            learn(file);
+            if (fields.value(4) == safeMark)
+                m_safe.insert(file.packedhash);
+        }
     }
 }
 
@@ -304,7 +285,7 @@ void PackStore::forgetMissing()
     for (const QString& hash : hashes) {
         const PackedFile file = m_known.value(hash);
         if (m_tree.exists(addresses::packedFile(file.packedhash)))
-            lines.append(indexLine(file));
+            lines.append(m_safe.contains(file.packedhash) ? safeLine(file) : indexLine(file));
     }
     const QString work = m_tree.workPath();
     if (writeFile(work, lines, false, nullptr) &&

@@ -6,6 +6,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 
 #include <mutex>
 #include <optional>
@@ -17,6 +18,8 @@ struct PackSettings
 {
     PackLevel level;
     JobLimits limits;
+    /// Reads the input and packed files even if nothing speaks for a change.
+    bool reread = false;
 };
 
 /// The packed files of a content tree, found by what they hold. A content is packed once, however
@@ -25,10 +28,6 @@ class PackStore
 {
 public:
     PackStore(ContentFolder& tree, const PackSettings& settings, Progress& progress);
-
-    /// The hash of each file's content, in the order of `files`; empty with a text when one cannot
-    /// be read or has not the size that was seen before. Writes nothing.
-    [[nodiscard]] QStringList hashFiles(const QList<InputFile>& files, QString* error);
 
     /// Makes sure that every content is there packed. On success packed() knows each hash of
     /// `hashes`; on failure what was packed stays, for the next attempt.
@@ -48,6 +47,11 @@ public:
     [[nodiscard]] int reusedCount() const { return m_reusedCount; }
     /// Bytes that pack() added to the tree.
     [[nodiscard]] qint64 addedBytes() const { return m_addedBytes; }
+
+    /// Notes that what pack() packed, and what it found whole by reading, is on the disk: from now
+    /// on its presence and size are enough. Without the note it is only read again, so a failure to
+    /// write it is none.
+    void noteSafe();
 
     /// Forgets contents whose packed files are gone.
     void forgetMissing();
@@ -74,6 +78,10 @@ private:
     Progress& m_progress;
     std::mutex m_mutex;
     QHash<QString, PackedFile> m_known;
+    // Hashes of packed files.
+    QSet<QString> m_safe;
+    // Packed, or found whole by reading, and not noted as safe yet.
+    QList<PackedFile> m_unsafe;
     int m_packedCount = 0;
     int m_reusedCount = 0;
     qint64 m_addedBytes = 0;

@@ -4,6 +4,8 @@
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
+#include "publish/InputHashes.h"
+#include "publish/Progress.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,6 +29,7 @@ class Publisher
 public:
     Publisher(const PublishRequest& request, Progress& progress, PublishReport& report)
         : m_request(request)
+        , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
         , m_store(m_tree, request.packing, progress)
@@ -40,7 +43,10 @@ public:
             return faults;
         QString error;
         m_all = m_input.files() + m_input.assets();
-        m_hashes = m_store.hashFiles(m_all, &error);
+        InputHashes hashes(m_request.packing.limits, m_progress);
+        if (!m_request.packing.reread)
+            hashes.load(m_tree.read(notesAddress()));
+        m_hashes = hashes.read(m_all, &error);
         bool done = m_hashes.size() == m_all.size() &&
                     (m_request.dryRun || m_tree.openForWriting(&error)) && readMetadata(&error) &&
                     checkLabels(&error) && checkHistory(&error);
@@ -53,6 +59,8 @@ public:
                        writeVersion(&error) && record(&error);
             if (done)
                 compareVersions(before);
+            if (done && !m_request.dryRun)
+                keepNotes(hashes.notes());
         }
         fillReport();
         return done ? QStringList() : QStringList(error);
@@ -205,6 +213,7 @@ private:
             m_metadata.addPublished(product, m_request.platform);
         // Everything that the metadata names must be on the disk before it is named.
         m_tree.sync();
+        m_store.noteSafe();
         if (!elsewhere) {
             m_current = m_metadata;
             return makeCurrent(error);
@@ -235,6 +244,26 @@ private:
             m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
         m_tree.sync();
         return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
+    }
+
+    // One for each product and platform, so that they do not grow with every input that ever was.
+    QString notesAddress() const
+    {
+        const Product& product = m_request.product;
+        const QString name = product.isLauncher ? QStringLiteral("launcher")
+                                                : QStringLiteral("package-") + product.directory;
+        return QStringLiteral("/.publisher/read-") +
+               addresses::segment(name + u'-' + m_request.platform.folderName().chopped(1));
+    }
+
+    // Without them the next publication reads everything.
+    void keepNotes(const QByteArray& notes)
+    {
+        const QString work = m_tree.workPath();
+        if (!writeFile(work, notes, false, nullptr) ||
+            !m_tree.moveIntoPlace(work, notesAddress(), nullptr))
+            m_progress.warn(QStringLiteral("what was read could not be noted; the next publication "
+                                           "will read everything"));
     }
 
     // Of the build that players have got last; empty when there is none.
@@ -279,6 +308,7 @@ private:
     }
 
     const PublishRequest& m_request;
+    Progress& m_progress;
     PublishReport& m_report;
     PublishInput m_input;
     ContentFolder m_tree;
