@@ -19,6 +19,8 @@ if(VORNAK_BUILD_TOOLS)
     install(FILES docs/publishing.md DESTINATION ${publisher_doc} COMPONENT publisher)
     install(FILES packaging/server/vornak-content.conf packaging/server/vornak-site.conf
         DESTINATION ${publisher_doc}/examples COMPONENT publisher)
+    install(PROGRAMS packaging/server/upload
+        DESTINATION ${publisher_doc}/examples COMPONENT publisher)
     configure_file(docs/vornak-publish.1.in ${CMAKE_BINARY_DIR}/vornak-publish.1 @ONLY)
     if(NOT WIN32)
         install(FILES ${CMAKE_BINARY_DIR}/vornak-publish.1
