@@ -34,6 +34,8 @@ private Q_SLOTS:
     void refusesAndWritesNothing();
     void refusesANewContentUnderAnOldVersion();
     void refusesAVersionThatDiffersInCaseOnly();
+    void refusesAFileThatBecomesAFolderAndTheReverse_data();
+    void refusesAFileThatBecomesAFolderAndTheReverse();
     void sameVersionAgainChangesNothing();
     void damagedPackedFileIsMended();
     void rememberedFilesNeedNoPackingAfterAnInterruption();
@@ -121,6 +123,54 @@ void RepublicationTest::refusesAVersionThatDiffersInCaseOnly()
     const Files before = fixture.served();
     const QStringList faults = fixture.publishFiles(u"1.0A"_s, smallClient());
     QCOMPARE(faults, QStringList(u"version 1.0A differs from version 1.0a in case only"_s));
+    QCOMPARE(fixture.served(), before);
+}
+
+void RepublicationTest::refusesAFileThatBecomesAFolderAndTheReverse_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("fault");
+    const auto row = [](const char* name, const QString& path, const QString& fault) {
+        QTest::newRow(name) << path << fault;
+    };
+    const QString none;
+    row("file to folder", u"old/x"_s,
+        u"old: a folder in version 1.2, but a file in version 1.0; "_s);
+    row("deep file to folder", u"deep/er/map/a/b"_s,
+        u"deep/er/map: a folder in version 1.2, but a file in version 1.1; "_s);
+    row("folder to file", u"deep"_s,
+        u"deep: a file in version 1.2, but a folder in version 1.1; "_s);
+    row("asset to folder", u"assets/sky/blue"_s,
+        u"assets/sky: a folder in version 1.2, but a file in version 1.0; "_s);
+    row("folder of assets to file", u"assets"_s,
+        u"assets: a file in version 1.2, but a folder in version 1.0; "_s);
+    row("other case", u"OLD/x"_s, u"OLD: a folder in version 1.2, but a file in version 1.0; "_s);
+    row("beside", u"older/x"_s, none);
+    row("the same folder", u"deep/er/other"_s, none);
+    row("the same file", u"old"_s, none);
+}
+
+// Players keep the files of old versions, and a launcher makes no folder where a file is.
+void RepublicationTest::refusesAFileThatBecomesAFolderAndTheReverse()
+{
+    QFETCH(QString, path);
+    QFETCH(QString, fault);
+    PublishFixture fixture;
+    fixture.setInput({{u"client"_s, "1"}, {u"old"_s, "1"}, {u"assets/sky"_s, "1"}});
+    PublishRequest request = fixture.request(u"1.0"_s);
+    request.assets = u"assets"_s;
+    QCOMPARE(fixture.run(request), QStringList());
+    QCOMPARE(fixture.publishFiles(u"1.1"_s, {{u"client"_s, "1"}, {u"deep/er/map"_s, "1"}}),
+             QStringList());
+    const Files before = fixture.served();
+    const QStringList faults = fixture.publishFiles(u"1.2"_s, {{u"client"_s, "2"}, {path, "2"}});
+    if (fault.isEmpty()) {
+        QCOMPARE(faults, QStringList());
+        return;
+    }
+    QCOMPARE(faults.size(), 1);
+    QVERIFY2(faults.first().startsWith(fault), qPrintable(faults.first()));
+    QVERIFY(faults.first().contains(u"another name"_s));
     QCOMPARE(fixture.served(), before);
 }
 

@@ -38,6 +38,9 @@ struct InputFolder
 /// differs from another in case only, or that the launcher keeps for itself.
 [[nodiscard]] QStringList nameFaults(const QList<InputFile>& files, const QString& directory);
 
+/// The name or path in the form in which Windows compares it: two of one form are one file there.
+[[nodiscard]] QString comparedName(const QString& name);
+
 /// As nameFaults(), for paths alone.
 [[nodiscard]] QStringList pathFaults(const QStringList& paths, const QString& directory);
 

@@ -11,15 +11,6 @@
 
 namespace {
 
-// NTFS compares names unit by unit in upper case; full case folding would equate more than it does.
-QString upperCase(const QString& name)
-{
-    QString upper = name;
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](QChar character) { return character.toUpper(); });
-    return upper;
-}
-
 // Beside such a file the launcher could not write the one that it is named after, and would clear
 // it up as a leftover of its own.
 bool isReplacementName(const QString& path)
@@ -101,7 +92,7 @@ private:
 
     std::pair<Seen, bool> insert(const QString& name, bool isFile)
     {
-        const QString key = upperCase(name);
+        const QString key = comparedName(name);
         const auto found = m_seen.constFind(key);
         if (found != m_seen.constEnd())
             return {*found, false};
@@ -113,6 +104,15 @@ private:
 };
 
 } // namespace
+
+// NTFS compares names unit by unit in upper case; full case folding would equate more than it does.
+QString comparedName(const QString& name)
+{
+    QString upper = name;
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](QChar character) { return character.toUpper(); });
+    return upper;
+}
 
 QStringList pathFaults(const QStringList& paths, const QString& directory)
 {

@@ -5,6 +5,7 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/InputHashes.h"
+#include "publish/PathChanges.h"
 #include "publish/Progress.h"
 
 #include <QDir>
@@ -49,7 +50,7 @@ public:
         m_hashes = hashes.read(m_all, &error);
         bool done = m_hashes.size() == m_all.size() &&
                     (m_request.dryRun || m_tree.openForWriting(&error)) && readMetadata(&error) &&
-                    checkLabels(&error) && checkHistory(&error);
+                    checkLabels(&error) && checkHistory(&error) && checkPaths();
         if (done) {
             const QString before = currentFolder();
             if (m_request.dryRun)
@@ -63,7 +64,7 @@ public:
                 keepNotes(hashes.notes());
         }
         fillReport();
-        return done ? QStringList() : QStringList(error);
+        return done ? QStringList() : m_faults.isEmpty() ? QStringList(error) : m_faults;
     }
 
 private:
@@ -122,6 +123,21 @@ private:
                            "new content a new version")
                 .arg(m_request.version, m_request.product.label());
         return false;
+    }
+
+    // What is there already was published with its paths.
+    bool checkPaths()
+    {
+        if (m_report.unchanged)
+            return true;
+        QStringList versions = m_metadata.history(m_request.product);
+        versions.removeAll(m_request.version);
+        QStringList paths;
+        for (const InputFile& file : std::as_const(m_all))
+            paths.append(file.localfile);
+        m_faults = pathChangeFaults(m_tree, m_request.product, m_request.platform, versions,
+                                    m_request.version, paths);
+        return m_faults.isEmpty();
     }
 
     bool isSame(const QList<OrlFile>& old, qsizetype first, qsizetype count) const
@@ -319,6 +335,8 @@ private:
     // What was published, and what is current in the channel: without a channel one and the same.
     MetadataDocument m_metadata;
     MetadataDocument m_current;
+    // When there can be more than one.
+    QStringList m_faults;
     // The files as the version was published before, when it was.
     QList<OrlFile> m_old;
 };
