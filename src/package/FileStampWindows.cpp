@@ -13,33 +13,11 @@ qint64 nanoseconds(qint64 fileTime)
     return (fileTime - epochDifference) * 100;
 }
 
-class Handle
-{
-public:
-    explicit Handle(const QString& path)
-        : m_handle(CreateFileW(windowsfiles::nativePath(path).c_str(), FILE_READ_ATTRIBUTES,
-                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))
-    {}
-    ~Handle()
-    {
-        if (isValid())
-            CloseHandle(m_handle);
-    }
-    Q_DISABLE_COPY_MOVE(Handle)
-
-    [[nodiscard]] bool isValid() const { return m_handle != INVALID_HANDLE_VALUE; }
-    [[nodiscard]] HANDLE get() const { return m_handle; }
-
-private:
-    HANDLE m_handle;
-};
-
 } // namespace
 
 std::optional<FileStamp> fileStamp(const QString& path)
 {
-    const Handle file(path);
+    const windowsfiles::OpenPath file(path, windowsfiles::OpenPath::For::Attributes);
     BY_HANDLE_FILE_INFORMATION info{};
     FILE_BASIC_INFO times{};
     if (!file.isValid() || !GetFileInformationByHandle(file.get(), &info) ||

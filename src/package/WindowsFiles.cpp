@@ -79,4 +79,22 @@ bool flushToDisk(const QFileDevice& file)
     return FlushFileBuffers(handleOf(file)) != 0;
 }
 
+OpenPath::OpenPath(const QString& path, For purpose)
+    : m_handle(CreateFileW(nativePath(path).c_str(),
+                           purpose == For::Reading ? GENERIC_READ : FILE_READ_ATTRIBUTES,
+                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                           OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr))
+{}
+
+OpenPath::~OpenPath()
+{
+    if (isValid())
+        CloseHandle(m_handle);
+}
+
+bool OpenPath::isValid() const
+{
+    return m_handle != INVALID_HANDLE_VALUE;
+}
+
 } // namespace windowsfiles

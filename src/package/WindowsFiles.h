@@ -31,4 +31,26 @@ namespace windowsfiles {
 /// Waits until what was written to the open file is on the disk. False when that failed.
 [[nodiscard]] bool flushToDisk(const QFileDevice& file);
 
+/// A file or folder that is open for a look at it, and keeps nobody from anything meanwhile.
+class OpenPath
+{
+public:
+    /// Opened for its attributes alone, or to be read.
+    enum class For {
+        Attributes,
+        Reading,
+    };
+
+    OpenPath(const QString& path, For purpose);
+    ~OpenPath();
+    Q_DISABLE_COPY_MOVE(OpenPath)
+
+    [[nodiscard]] bool isValid() const;
+    /// The system's handle.
+    [[nodiscard]] void* get() const { return m_handle; }
+
+private:
+    void* m_handle;
+};
+
 } // namespace windowsfiles

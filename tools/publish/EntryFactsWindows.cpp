@@ -10,31 +10,11 @@
 
 namespace {
 
+using windowsfiles::OpenPath;
+
 constexpr DWORD longestPath = 32768;
 
-class Handle
-{
-public:
-    Handle(const QString& path, DWORD access)
-        : m_handle(CreateFileW(windowsfiles::nativePath(path).c_str(), access,
-                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                               OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr))
-    {}
-    ~Handle()
-    {
-        if (isValid())
-            CloseHandle(m_handle);
-    }
-    Q_DISABLE_COPY_MOVE(Handle)
-
-    [[nodiscard]] bool isValid() const { return m_handle != INVALID_HANDLE_VALUE; }
-    [[nodiscard]] HANDLE get() const { return m_handle; }
-
-private:
-    HANDLE m_handle;
-};
-
-QString finalPath(const Handle& handle)
+QString finalPath(const OpenPath& handle)
 {
     std::wstring path(longestPath, L'\0');
     const DWORD size = GetFinalPathNameByHandleW(handle.get(), path.data(), longestPath,
@@ -57,14 +37,14 @@ QString finalPath(const Handle& handle)
 EntryFacts entryFacts(const QFileInfo& entry)
 {
     const QString path = entry.absoluteFilePath();
-    const Handle handle(path, FILE_READ_ATTRIBUTES);
+    const OpenPath handle(path, OpenPath::For::Attributes);
     BY_HANDLE_FILE_INFORMATION info{};
     if (!handle.isValid() || !GetFileInformationByHandle(handle.get(), &info))
         return {};
     const bool isFolder = (info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
     return {
         finalPath(handle), isFolder ? EntryFacts::Kind::Folder : EntryFacts::Kind::File,
-        Handle(path, GENERIC_READ).isValid(),
+        OpenPath(path, OpenPath::For::Reading).isValid(),
         static_cast<qint64>(static_cast<quint64>(info.nFileSizeHigh) << 32 | info.nFileSizeLow)};
 }
 
