@@ -8,11 +8,22 @@
 
 #include <algorithm>
 
+namespace {
+
+// What may lie in Qt's buffers before the line has to wait: more than any line brings in one slice
+// of work. Without a limit a fast line would fill them with the file while its beginning is decoded,
+// in small pieces whose memory is not had back for the body.
+constexpr qint64 mostAhead = qint64(2) << 20;
+
+} // namespace
+
 BodyReception::BodyReception(QNetworkReply& reply, IncomingFile* incoming, QObject* parent)
     : QObject(parent)
     , m_reply(reply)
     , m_incoming(incoming)
 {
+    if (m_incoming)
+        m_reply.setReadBufferSize(mostAhead);
     m_again.setSingleShot(true);
     connect(&m_again, &QTimer::timeout, this, &BodyReception::work);
     connect(&reply, &QIODevice::readyRead, this, [this] {
