@@ -11,8 +11,8 @@
 namespace {
 
 // What may lie in Qt's buffers before the line has to wait: more than any line brings in one slice
-// of work. Without a limit a fast line would fill them with the file while its beginning is decoded,
-// in small pieces whose memory is not had back for the body.
+// of work. Without a limit a fast line would fill them with the file while its beginning is
+// decoded, in small pieces whose memory is not had back for the body.
 constexpr qint64 mostAhead = qint64(2) << 20;
 
 } // namespace

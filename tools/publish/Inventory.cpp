@@ -89,11 +89,12 @@ private:
         // Pruning counts from the latest on, and passes over what is current.
         int keptFrom = 1;
         const QStringList history = m_metadata.history(product);
-        for (auto version = history.crbegin(); version != history.crend(); ++version) {
-            const QString folder = product.versionFolder(*version);
+        const QStringList latestFirst(history.crbegin(), history.crend());
+        for (const QString& version : latestFirst) {
+            const QString folder = product.versionFolder(version);
             if (!m_tree.exists(folder))
                 continue;
-            ListedVersion entry{*version, builds(product, folder), 0};
+            ListedVersion entry{version, builds(product, folder), 0};
             const bool isCurrent =
                 std::any_of(entry.builds.begin(), entry.builds.end(), [](const ListedBuild& build) {
                     return build.isCurrent || !build.channels.isEmpty();

@@ -71,15 +71,16 @@ QStringList pathChangeFaults(const ContentFolder& tree, const Product& product,
     const PathSet fresh(paths);
     QSet<QString> changed;
     QStringList faults;
-    for (auto old = oldVersions.crbegin(); old != oldVersions.crend(); ++old) {
-        const QString folder = product.versionFolder(*old) + platform.folderName();
+    const QStringList latestFirst(oldVersions.crbegin(), oldVersions.crend());
+    for (const QString& old : latestFirst) {
+        const QString folder = product.versionFolder(old) + platform.folderName();
         for (const QString& oldPath : pathsOf(tree, folder)) {
             const QString nowFolder = fresh.folderNamedAs(oldPath);
             const QString path = nowFolder.isEmpty() ? fresh.fileAbove(oldPath) : nowFolder;
             if (path.isEmpty() || changed.contains(path))
                 continue;
             changed.insert(path);
-            faults.append(faultText(path, !nowFolder.isEmpty(), version, *old));
+            faults.append(faultText(path, !nowFolder.isEmpty(), version, old));
         }
     }
     faults.sort();
