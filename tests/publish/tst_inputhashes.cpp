@@ -158,7 +158,12 @@ void InputHashesTest::passesOverLinesWithoutSense()
 void InputHashesTest::notesKeepAnyName()
 {
     const PublishFixture fixture;
-    fixture.setInput({{u"client"_s, "1"}, {u"two  blanks and λ"_s, "22"}, {u" "_s, "333"}});
+    Files input{{u"client"_s, "1"}, {u"two  blanks and λ"_s, "22"}};
+#ifdef Q_OS_UNIX
+    // Windows takes the blank away.
+    input.insert(u" "_s, "333");
+#endif
+    fixture.setInput(input);
     letTheClockGoOn();
     const QList<InputFile> files = readInputFolder(fixture.input()).files;
     RecordedProgress progress;

@@ -25,6 +25,13 @@ def served(content):
             if path.is_file() and ".publisher" not in path.parts}
 
 
+def same_for_both(content):
+    """As served(), without what differs from one publication to the next: an identity of assets is the
+    hash of their list and then digits at random."""
+    return {path: data.split(b"-")[0] if path.endswith("/assets.txt") else data
+            for path, data in served(content).items()}
+
+
 def client(folder, version):
     """A client's folder; versions differ in one file."""
     numbers = random.Random(1)
@@ -64,7 +71,7 @@ class TestPublisher(unittest.TestCase):
     def test_publishes_like_the_one_on_linux(self):
         self.publish("1.0")
         self.assertGreater(len(served(self.content)), 8)
-        self.assertEqual(served(self.content), served(self.folder / "linux"))
+        self.assertEqual(same_for_both(self.content), same_for_both(self.folder / "linux"))
         self.publish("1.1")
         words = ["hints", ROOT / "resources/hints.json", self.content,
                  "--images", ROOT / "tools/democlient/images"]
@@ -72,7 +79,7 @@ class TestPublisher(unittest.TestCase):
                            for word in words))
         words[2] = self.folder / "linux"
         subprocess.run([PUBLISHER, *words, "--quiet"], check=True)
-        self.assertEqual(served(self.content), served(self.folder / "linux"))
+        self.assertEqual(same_for_both(self.content), same_for_both(self.folder / "linux"))
 
     def test_verifies_switches_and_prunes(self):
         self.publish("1.0")
