@@ -7,22 +7,10 @@
 #include "publish/InputHashes.h"
 #include "publish/PathChanges.h"
 #include "publish/Progress.h"
-
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QSet>
+#include "publish/PublishedBefore.h"
+#include "publish/VersionDocuments.h"
 
 namespace {
-
-QByteArray assetListBytes(const QList<OrlFile>& files)
-{
-    OrlPackageDoc doc;
-    doc.files = files;
-    const QJsonObject whole = QJsonDocument::fromJson(serializePackageDoc(doc)).object();
-    const QString key = QStringLiteral("files");
-    return QJsonDocument(QJsonObject{{key, whole.value(key)}}).toJson(QJsonDocument::Compact);
-}
 
 /// One publication on its way through its steps. Each returns whether to go on.
 class Publisher
@@ -95,25 +83,20 @@ private:
     // never learn of the change, and caches keep it for ever.
     bool checkHistory(QString* error)
     {
-        for (const QString& known : m_metadata.history(m_request.product)) {
-            if (known == m_request.version ||
-                known.compare(m_request.version, Qt::CaseInsensitive) != 0)
-                continue;
-            // On Windows both would have one folder.
-            *error = QStringLiteral("version %1 differs from version %2 in case only")
-                         .arg(m_request.version, known);
+        const QStringList history = m_metadata.history(m_request.product);
+        *error = versionNameFault(m_request.version, history);
+        if (!error->isEmpty())
             return false;
-        }
         if (!m_tree.exists(m_folder + addresses::packageDocument) ||
-            !m_metadata.history(m_request.product).contains(m_request.version))
+            !history.contains(m_request.version))
             return true;
         const OrlPackageDoc old =
             parsePackageDoc(m_tree.read(m_folder + addresses::packageDocument), nullptr);
         const QList<OrlFile> oldAssets =
             parseAssetList(m_tree.read(m_folder + addresses::assetList), nullptr);
-        const qsizetype count = m_input.files().size();
         if (old.executable == m_request.executable && old.generation == m_request.generation &&
-            isSame(old.files, 0, count) && isSame(oldAssets, count, m_all.size() - count)) {
+            old.files.size() == m_input.files().size() &&
+            isSameContent(old.files + oldAssets, m_all, m_hashes)) {
             m_report.unchanged = true;
             m_old = old.files + oldAssets;
             return true;
@@ -140,44 +123,10 @@ private:
         return m_faults.isEmpty();
     }
 
-    bool isSame(const QList<OrlFile>& old, qsizetype first, qsizetype count) const
-    {
-        if (old.size() != count)
-            return false;
-        for (qsizetype i = 0; i < count; ++i) {
-            if (old.at(i).localfile != m_all.at(first + i).localfile ||
-                old.at(i).unpackedhash != m_hashes.at(first + i))
-                return false;
-        }
-        return true;
-    }
-
-    // A packed file of the old version that was damaged has been packed again; that helps only if
-    // the bytes came out as before.
     bool checkMended(QString* error) const
     {
-        for (qsizetype i = 0; i < m_old.size(); ++i) {
-            if (m_old.at(i).packedhash != m_store.packed(m_hashes.at(i)).packedhash) {
-                *error = QStringLiteral("%1: its packed file was damaged, and packing at this "
-                                        "--level does not mend it; give a new version")
-                             .arg(m_old.at(i).localfile);
-                return false;
-            }
-        }
-        return true;
-    }
-
-    QList<OrlFile> entries(qsizetype first, qsizetype count) const
-    {
-        QList<OrlFile> files;
-        files.reserve(count);
-        for (qsizetype i = first; i < first + count; ++i) {
-            const PackedFile packed = m_store.packed(m_hashes.at(i));
-            files.append({addresses::relativeTo(addresses::packedFile(packed.packedhash), m_folder),
-                          m_all.at(i).localfile, packed.packedhash, packed.packedsize,
-                          packed.unpackedhash, packed.unpackedsize});
-        }
-        return files;
+        *error = mendingFault(m_old, m_hashes, m_store);
+        return error->isEmpty();
     }
 
     // The folder appears with everything in it. What a publication left that did not come to its
@@ -186,26 +135,12 @@ private:
     {
         if (m_report.unchanged)
             return true;
+        const QList<OrlFile> entries = fileEntries(m_all, m_hashes, m_store, m_folder);
         const qsizetype count = m_input.files().size();
-        const OrlPackageDoc doc{m_request.version, m_request.executable, m_request.generation,
-                                entries(0, count)};
-        const QString work = m_tree.workPath();
-        QDir().mkpath(work);
-        const auto put = [&work, error](QLatin1StringView name, const QByteArray& bytes) {
-            return writeFile(work + u'/' + name, bytes, true, error);
-        };
-        if (!put(addresses::packageDocument, serializePackageDoc(doc)) ||
-            !put(addresses::versionText, m_request.version.toUtf8()))
-            return false;
-        if (!m_input.assets().isEmpty()) {
-            const QByteArray list = assetListBytes(entries(count, m_all.size() - count));
-            if (!put(addresses::assetList, list) ||
-                !put(addresses::assetsIdentity,
-                     assetsidentity::next(list, servedIdentity()).toLatin1()))
-                return false;
-        }
-        QDir(m_tree.path(m_folder)).removeRecursively();
-        return m_tree.moveIntoPlace(work, m_folder, error);
+        return writeVersionFolder(
+            m_tree, m_folder,
+            {m_request.version, m_request.executable, m_request.generation, entries.first(count)},
+            entries.sliced(count), servedIdentity(), error);
     }
 
     // What launchers are told of their assets until this publication ends.
@@ -225,30 +160,40 @@ private:
         QStringList history = m_metadata.history(product);
         history.removeAll(m_request.version);
         m_metadata.setHistory(product, history + QStringList(m_request.version));
-        if (elsewhere)
-            m_metadata.addPublished(product, m_request.platform);
+        QString identity;
+        if (!m_request.stage && !provideIdentity(identity, error))
+            return false;
         // Everything that the metadata names must be on the disk before it is named.
         m_tree.sync();
         m_store.noteSafe();
         if (!elsewhere) {
             m_current = m_metadata;
-            return makeCurrent(error);
+            return makeCurrent(identity, error);
         }
         // Killed in between, the version is one that was staged.
+        m_metadata.addPublished(product, m_request.platform);
         const QByteArray bytes = m_metadata.bytes();
-        return (bytes == m_tree.read(addresses::metadata) ||
-                m_tree.replace(addresses::metadata, bytes, error)) &&
-               (m_request.stage || makeCurrent(error));
+        if (bytes != m_tree.read(addresses::metadata) &&
+            !m_tree.replace(addresses::metadata, bytes, error))
+            return false;
+        if (m_request.stage)
+            return true;
+        // No channel may have a version that the content does not know.
+        m_tree.sync();
+        return makeCurrent(identity, error);
     }
 
-    bool makeCurrent(QString* error)
+    bool provideIdentity(QString& identity, QString* error)
+    {
+        if (!m_input.assets().isEmpty())
+            identity = m_folder + addresses::assetsIdentity;
+        return !m_report.unchanged ||
+               assetsidentity::provide(m_tree, m_folder, servedIdentity(), identity, error);
+    }
+
+    bool makeCurrent(const QString& identity, QString* error)
     {
         const Product& product = m_request.product;
-        QString identity =
-            m_input.assets().isEmpty() ? QString() : m_folder + addresses::assetsIdentity;
-        if (m_report.unchanged &&
-            !assetsidentity::provide(m_tree, m_folder, servedIdentity(), identity, error))
-            return false;
         const QString base = m_request.publicUrl + m_folder;
         if (!product.isLauncher)
             m_current.setPackage(product.directory, m_request.labels);
@@ -258,7 +203,6 @@ private:
                             identity.isEmpty() ? QString() : m_request.publicUrl + identity});
         if (m_tree.exists(channels::hints(m_request.channel)))
             m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
-        m_tree.sync();
         return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
     }
 

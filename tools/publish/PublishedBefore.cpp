@@ -1,0 +1,40 @@
+#include "publish/PublishedBefore.h"
+
+#include "publish/InputFolder.h"
+#include "publish/PackStore.h"
+
+QString versionNameFault(const QString& version, const QStringList& others)
+{
+    for (const QString& other : others) {
+        // On Windows both would have one folder.
+        if (other != version && other.compare(version, Qt::CaseInsensitive) == 0)
+            return QStringLiteral("version %1 differs from version %2 in case only")
+                .arg(version, other);
+    }
+    return {};
+}
+
+bool isSameContent(const QList<OrlFile>& published, const QList<InputFile>& files,
+                   const QStringList& hashes)
+{
+    if (published.size() != files.size())
+        return false;
+    for (qsizetype i = 0; i < published.size(); ++i) {
+        if (published.at(i).localfile != files.at(i).localfile ||
+            published.at(i).unpackedhash != hashes.at(i))
+            return false;
+    }
+    return true;
+}
+
+QString mendingFault(const QList<OrlFile>& published, const QStringList& hashes,
+                     const PackStore& store)
+{
+    for (qsizetype i = 0; i < published.size(); ++i) {
+        if (published.at(i).packedhash != store.packed(hashes.at(i)).packedhash)
+            return QStringLiteral("%1: its packed file was damaged, and packing at this --level "
+                                  "does not mend it; give a new version")
+                .arg(published.at(i).localfile);
+    }
+    return {};
+}
