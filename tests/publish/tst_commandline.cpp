@@ -76,7 +76,6 @@ void CommandLineTest::tellsWrongUsage_data()
     row("package in out --version 1 --executable x --threads 0");
     row("package in out --version 1 --executable x --threads two");
     row("package in out --version 1 --executable x --memory 100");
-    row("package in out --version 1 --executable x --quiet --json");
     row("package in out --version 1 --executable x --install-automatically --install-on-click");
     row("package in out --version 1 --executable x --channel Beta");
     row("package in out --version 1 --executable x --channel beta --stage");

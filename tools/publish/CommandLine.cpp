@@ -22,6 +22,25 @@ QString packingHelp()
 
 } // namespace
 
+int tellWrongUsage(const QStringList& arguments, const QString& text, const QString& help)
+{
+    // The parser knows nothing of the options behind one that it does not know.
+    const qsizetype end = arguments.indexOf(QLatin1StringView("--"));
+    if (arguments.first(end < 0 ? arguments.size() : end).contains(QLatin1StringView("--json"))) {
+        [[maybe_unused]] const ExitCode code = Console(OutputMode::Json).fail({text});
+    } else {
+        tellErrors({text});
+        [[maybe_unused]] const bool written =
+            printLines(Stream::Errors, {QStringLiteral("Try 'vornak-publish %1'.").arg(help)});
+    }
+    return WrongUsage;
+}
+
+int showText(const QString& text)
+{
+    return printResult(text.trimmed().split(u'\n')) ? Done : Failed;
+}
+
 CommandLine::CommandLine(const QString& command, const QString& description,
                          const QStringList& positional)
     : m_command(command)
@@ -79,12 +98,12 @@ void CommandLine::addChannelOption(const char* description)
 
 std::optional<int> CommandLine::parse(const QStringList& arguments)
 {
+    m_arguments = arguments;
     const QStringList whole{QStringLiteral("vornak-publish")};
     if (!m_parser.parse(whole + arguments))
         return wrongUsage(m_parser.errorText());
     if (isSet("help")) {
-        print(Stream::Output, helpText());
-        return Done;
+        return showText(helpText());
     }
     // The command's own name is among the arguments, for the usage line's sake.
     const bool replaced = !m_replacement.isEmpty() && m_parser.isSet(m_replacement);
@@ -169,7 +188,5 @@ OutputMode CommandLine::outputMode() const
 
 int CommandLine::wrongUsage(const QString& text) const
 {
-    print(Stream::Errors, QStringLiteral("vornak-publish: %1\nTry 'vornak-publish %2 --help'.\n")
-                              .arg(text, m_command));
-    return WrongUsage;
+    return tellWrongUsage(m_arguments, text, m_command + QLatin1StringView(" --help"));
 }

@@ -9,14 +9,14 @@
 
 #include <optional>
 
-/// How the program ends.
-enum ExitCode {
-    Done = 0,
-    /// The input or the content has faults, or the work failed.
-    Failed = 1,
-    /// The command line makes no sense.
-    WrongUsage = 2,
-};
+/// Tells what is wrong with the arguments, and where help is: `help` are the words after the
+/// program's name. As JSON when the arguments ask for it, even if they cannot be parsed. Returns
+/// the program's exit code.
+[[nodiscard]] int tellWrongUsage(const QStringList& arguments, const QString& text,
+                                 const QString& help);
+
+/// Shows lines that were asked for; returns the program's exit code.
+[[nodiscard]] int showText(const QString& text);
 
 /// The options that all commands have, and the reading of one command's line.
 class CommandLine
@@ -50,7 +50,7 @@ public:
     [[nodiscard]] PackSettings packSettings() const { return m_packing; }
 
     /// Tells what is wrong and where help is; returns the program's exit code.
-    int wrongUsage(const QString& text) const;
+    [[nodiscard]] int wrongUsage(const QString& text) const;
 
     /// Values of these options must be given.
     void require(const char* name) { m_required.append(QLatin1StringView(name)); }
@@ -62,6 +62,7 @@ private:
     [[nodiscard]] QString helpText() const;
 
     QString m_command;
+    QStringList m_arguments;
     QStringList m_positional;
     QStringList m_required;
     QString m_replacement;

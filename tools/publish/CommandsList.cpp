@@ -13,11 +13,10 @@ constexpr qsizetype outlooksTold = 4;
 
 QString buildLine(const ListedVersion& version, const ListedBuild& build)
 {
-    return QStringLiteral("%1  %2 files, %3, %4 to download; %5 in no other version")
-        .arg(build.published.toString(QStringLiteral("yyyy-MM-dd HH:mm")))
-        .arg(build.files)
-        .arg(sizeText(build.unpackedBytes), sizeText(build.packedBytes),
-             sizeText(version.ownBytes));
+    return QStringLiteral("%1  %2, %3, %4 to download; %5 in no other version")
+        .arg(build.published.toString(QStringLiteral("yyyy-MM-dd HH:mm")),
+             countText(build.files, "file"), sizeText(build.unpackedBytes),
+             sizeText(build.packedBytes), sizeText(version.ownBytes));
 }
 
 QString currentText(const ListedBuild& build)
@@ -30,7 +29,7 @@ QString currentText(const ListedBuild& build)
     return words.join(u' ');
 }
 
-QString productText(const ListedProduct& listed)
+QStringList productLines(const ListedProduct& listed)
 {
     qsizetype versionWidth = 0;
     qsizetype platformWidth = 0;
@@ -42,31 +41,32 @@ QString productText(const ListedProduct& listed)
             currentWidth = std::max(currentWidth, currentText(build).size());
         }
     }
-    QString text = listed.product.label() + u'\n';
+    QStringList lines{listed.product.label()};
     for (const ListedVersion& version : listed.versions) {
         for (const ListedBuild& build : version.builds)
-            text +=
-                QStringLiteral("  %1  %2  %3  %4\n")
-                    .arg(version.version.leftJustified(versionWidth),
-                         build.platform.leftJustified(platformWidth),
-                         currentText(build).leftJustified(currentWidth), buildLine(version, build));
+            lines.append(QStringLiteral("  %1  %2  %3  %4")
+                             .arg(version.version.leftJustified(versionWidth),
+                                  build.platform.leftJustified(platformWidth),
+                                  currentText(build).leftJustified(currentWidth),
+                                  buildLine(version, build)));
     }
-    return text;
+    return lines;
 }
 
-QString inventoryText(const Inventory& inventory)
+QStringList inventoryLines(const Inventory& inventory)
 {
-    QString text;
+    QStringList lines;
     for (const ListedProduct& listed : inventory.products)
-        text += productText(listed);
+        lines += productLines(listed);
     QStringList outlooks;
     for (const PruneOutlook& outlook :
          inventory.pruning.first(std::min(inventory.pruning.size(), outlooksTold)))
         outlooks.append(
             QStringLiteral("%1 with --keep %2").arg(sizeText(outlook.bytes)).arg(outlook.keep));
-    return text + QStringLiteral("packed files: %1, %2; pruning would free %3")
-                      .arg(inventory.packedFiles)
-                      .arg(sizeText(inventory.packedBytes), outlooks.join(QLatin1StringView(", ")));
+    lines.append(QStringLiteral("packed files: %1, %2; pruning would free %3")
+                     .arg(inventory.packedFiles)
+                     .arg(sizeText(inventory.packedBytes), outlooks.join(QLatin1StringView(", "))));
+    return lines;
 }
 
 QJsonObject versionObject(const ListedVersion& version)
@@ -123,10 +123,7 @@ int commands::list(const QStringList& arguments)
     Console console(line.outputMode());
     Inventory inventory;
     const QStringList faults = takeInventory(line.argument(0), console, inventory);
-    if (!faults.isEmpty()) {
-        console.fail(faults, {});
-        return Failed;
-    }
-    console.succeed(inventoryText(inventory), inventoryObject(inventory));
-    return Done;
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    return console.succeed(inventoryLines(inventory), inventoryObject(inventory));
 }

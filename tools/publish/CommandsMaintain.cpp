@@ -10,12 +10,6 @@
 
 namespace {
 
-int failWith(Console& console, const QStringList& faults, const QJsonObject& result = {})
-{
-    console.fail(faults, result);
-    return Failed;
-}
-
 QJsonObject verifyObject(const VerifyReport& report)
 {
     return {
@@ -28,12 +22,13 @@ QJsonObject verifyObject(const VerifyReport& report)
 
 QString pruneLine(const PruneReport& report, bool dryRun)
 {
-    return QStringLiteral("%1 %2 versions and %3 packed files of %4; %5 versions stay")
-        .arg(dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"))
-        .arg(report.removedVersions.size())
-        .arg(report.removedFiles)
-        .arg(sizeText(report.removedBytes))
-        .arg(report.keptVersions.size());
+    const qsizetype left = report.keptVersions.size();
+    return QStringLiteral("%1 %2 and %3 of %4; %5 %6")
+        .arg(dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),
+             countText(report.removedVersions.size(), "version"),
+             countText(report.removedFiles, "packed file"), sizeText(report.removedBytes),
+             countText(left, "version"),
+             left == 1 ? QStringLiteral("stays") : QStringLiteral("stay"));
 }
 
 } // namespace
@@ -67,13 +62,12 @@ int commands::switchTo(const QStringList& arguments)
     Console console(line.outputMode());
     const QStringList faults = switchVersion(request);
     if (!faults.isEmpty())
-        return failWith(console, faults);
+        return console.fail(faults);
     const QString where = request.channel.isEmpty()
                               ? QString()
                               : QStringLiteral(" in channel %1").arg(request.channel);
-    console.succeed(QStringLiteral("version %1 is current").arg(request.version) + where,
-                    {{QStringLiteral("version"), request.version}});
-    return Done;
+    return console.succeed({QStringLiteral("version %1 is current").arg(request.version) + where},
+                           {{QStringLiteral("version"), request.version}});
 }
 
 int commands::verify(const QStringList& arguments)
@@ -100,7 +94,7 @@ int commands::verify(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("--url and --channel exclude each other"));
     Console console(line.outputMode());
     if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
-        return failWith(console, {QStringLiteral("%1: no such folder").arg(line.argument(0))});
+        return console.fail({QStringLiteral("%1: no such folder").arg(line.argument(0))});
     // Failed downloads are listed as faults; the client's own log would tell them twice.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
     const auto source =
@@ -108,13 +102,12 @@ int commands::verify(const QStringList& arguments)
     VerifyReport report;
     const QStringList faults = ::verify(*source, line.packSettings().limits, console, report);
     if (!faults.isEmpty())
-        return failWith(console, faults, verifyObject(report));
-    console.succeed(QStringLiteral("no fault in %1 builds, %2 packed files of %3, %4 unpacked")
-                        .arg(report.builds)
-                        .arg(report.files)
-                        .arg(sizeText(report.packedBytes), sizeText(report.unpackedBytes)),
-                    verifyObject(report));
-    return Done;
+        return console.fail(faults, verifyObject(report));
+    return console.succeed(
+        {QStringLiteral("no fault in %1, %2 of %3, %4 unpacked")
+             .arg(countText(report.builds, "build"), countText(report.files, "packed file"),
+                  sizeText(report.packedBytes), sizeText(report.unpackedBytes))},
+        verifyObject(report));
 }
 
 int commands::prune(const QStringList& arguments)
@@ -128,7 +121,7 @@ int commands::prune(const QStringList& arguments)
                    "How many of the latest versions to keep besides the current one; the versions "
                    "of each package and of the launcher count for themselves.",
                    "N");
-    line.addOption("dry-run", "Only tells what would be removed.");
+    line.addOption("dry-run", "Only tells what would be removed; needs no right to write.");
     line.require("keep");
     if (const auto code = line.parse(arguments))
         return *code;
@@ -142,12 +135,11 @@ int commands::prune(const QStringList& arguments)
     const bool dryRun = line.isSet("dry-run");
     const QStringList faults = ::prune(line.argument(0), keep, dryRun, console, report);
     if (!faults.isEmpty())
-        return failWith(console, faults);
-    console.succeed(
-        pruneLine(report, dryRun),
+        return console.fail(faults);
+    return console.succeed(
+        {pruneLine(report, dryRun)},
         {{QStringLiteral("kept"), QJsonArray::fromStringList(report.keptVersions)},
          {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedVersions)},
          {QStringLiteral("removedfiles"), report.removedFiles},
          {QStringLiteral("removedbytes"), report.removedBytes}});
-    return Done;
 }

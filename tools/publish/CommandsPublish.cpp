@@ -70,12 +70,9 @@ int run(const CommandLine& line, const PublishRequest& request)
     Console console(line.outputMode());
     PublishReport report;
     const QStringList faults = publish(request, console, report);
-    if (!faults.isEmpty()) {
-        console.fail(faults, {});
-        return Failed;
-    }
-    console.succeed(publishText(request, report), publishObject(request, report));
-    return Done;
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    return console.succeed(publishLines(request, report), publishObject(request, report));
 }
 
 } // namespace
@@ -102,8 +99,8 @@ int commands::package(const QStringList& arguments)
                    "Free text of this version that reaches the client's package.json.", "TEXT");
     line.addOption(
         "assets",
-        "Files in this folder are delivered as assets: a part of INPUT, or else a folder "
-        "of its own.",
+        "Files in this folder are delivered as assets: a part of INPUT if there is one of this "
+        "name, or else a folder of its own.",
         "FOLDER");
     if (const auto code = line.parse(arguments))
         return *code;
@@ -161,14 +158,10 @@ int commands::hints(const QStringList& arguments)
     const QStringList faults =
         publishHints(line.argument(0), line.argument(1), line.value("images"), publicUrl(line),
                      report, line.value("channel"));
-    if (!faults.isEmpty()) {
-        console.fail(faults, {});
-        return Failed;
-    }
-    console.succeed(
-        QStringLiteral("%1 hints with %2 pictures installed")
-            .arg(report.hints)
-            .arg(report.pictures),
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    return console.succeed(
+        {QStringLiteral("%1 with %2 installed")
+             .arg(countText(report.hints, "hint"), countText(report.pictures, "picture"))},
         {{QStringLiteral("hints"), report.hints}, {QStringLiteral("pictures"), report.pictures}});
-    return Done;
 }

@@ -15,6 +15,12 @@ constexpr qint64 logIntervalMs = 5000;
 
 } // namespace
 
+QString countText(qint64 count, const char* one)
+{
+    return QStringLiteral("%1 %2%3").arg(count).arg(
+        QLatin1StringView(one), count == 1 ? QLatin1StringView() : QLatin1StringView("s"));
+}
+
 QString sizeText(qint64 bytes)
 {
     static constexpr std::array units{"B", "kB", "MB", "GB", "TB"};
@@ -35,6 +41,24 @@ QString durationText(qint64 seconds)
                              .arg(seconds / 60 % 60, seconds < 3600 ? 1 : 2, 10, QChar(u'0'))
                              .arg(seconds % 60, 2, 10, QChar(u'0'));
     return seconds < 3600 ? tail : QStringLiteral("%1:%2").arg(seconds / 3600).arg(tail);
+}
+
+bool printResult(const QStringList& lines)
+{
+    if (printLines(Stream::Output, lines))
+        return true;
+    const QString reason = qt_error_string();
+    tellErrors({QStringLiteral("standard output cannot be written: ") + reason});
+    return false;
+}
+
+void tellErrors(const QStringList& lines)
+{
+    QStringList named;
+    for (const QString& line : lines)
+        named.append(QStringLiteral("vornak-publish: ") + line);
+    // Nobody could be told that nobody can be told.
+    [[maybe_unused]] const bool written = printLines(Stream::Errors, named);
 }
 
 Console::Console(OutputMode mode)
@@ -76,11 +100,11 @@ void Console::draw(bool last)
         return;
     m_sinceDraw.restart();
     const auto seconds = static_cast<double>(m_clock.elapsed()) / 1000;
-    QString line = QStringLiteral("%1: %2 of %3 files, %4 of %5")
-                       .arg(m_what)
-                       .arg(m_files)
-                       .arg(m_totalFiles)
-                       .arg(sizeText(m_bytes), sizeText(m_totalBytes));
+    QString line =
+        QStringLiteral("%1: %2 of %3, %4 of %5")
+            .arg(m_what)
+            .arg(m_files)
+            .arg(countText(m_totalFiles, "file"), sizeText(m_bytes), sizeText(m_totalBytes));
     if (seconds > 0.05 && m_bytes > 0) {
         const double rate = static_cast<double>(m_bytes) / seconds;
         line += QStringLiteral(", %1/s").arg(sizeText(static_cast<qint64>(rate)));
@@ -88,13 +112,14 @@ void Console::draw(bool last)
         line += last ? QStringLiteral(", took %1").arg(durationText(static_cast<qint64>(seconds)))
                      : QStringLiteral(", %1 left").arg(durationText(static_cast<qint64>(left)));
     }
-    if (m_terminal) {
-        // A shorter line leaves nothing of a longer one. Blanks do that on every terminal.
-        const qsizetype length = line.size();
-        line = u'\r' + line.leftJustified(m_drawnLength);
-        m_drawnLength = last ? 0 : length;
-    }
-    print(Stream::Errors, !m_terminal || last ? line + u'\n' : line);
+    if (m_terminal)
+        m_drawnLength = drawLine(Stream::Errors, line, m_drawnLength);
+    if (last)
+        m_drawnLength = 0;
+    if (m_terminal && !last)
+        return;
+    [[maybe_unused]] const bool written =
+        printLines(Stream::Errors, {m_terminal ? QString() : line});
 }
 
 void Console::warn(const QString& text)
@@ -102,31 +127,34 @@ void Console::warn(const QString& text)
     const std::lock_guard lock(m_mutex);
     m_warnings.append(text);
     if (m_mode == OutputMode::Normal)
-        print(Stream::Errors, QStringLiteral("vornak-publish: warning: %1\n").arg(text));
+        tellErrors({QStringLiteral("warning: ") + text});
 }
 
-void Console::succeed(const QString& line, QJsonObject result)
+ExitCode Console::succeed(const QStringList& lines, const QJsonObject& result)
 {
-    result.insert(QStringLiteral("ok"), true);
-    if (!m_warnings.isEmpty())
-        result.insert(QStringLiteral("warnings"), QJsonArray::fromStringList(m_warnings));
-    if (m_mode == OutputMode::Normal)
-        print(Stream::Output, line + u'\n');
-    else if (m_mode == OutputMode::Json)
-        print(Stream::Output,
-              QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
+    if (m_mode == OutputMode::Quiet)
+        return Done;
+    return printResult(m_mode == OutputMode::Json ? objectLines(true, result) : lines) ? Done
+                                                                                       : Failed;
 }
 
-void Console::fail(const QStringList& faults, QJsonObject result)
+ExitCode Console::fail(const QStringList& faults, const QJsonObject& result)
 {
-    result.insert(QStringLiteral("ok"), false);
-    result.insert(QStringLiteral("faults"), QJsonArray::fromStringList(faults));
+    if (m_mode != OutputMode::Json) {
+        tellErrors(faults);
+        return Failed;
+    }
+    QJsonObject object = result;
+    object.insert(QStringLiteral("faults"), QJsonArray::fromStringList(faults));
+    [[maybe_unused]] const bool written = printResult(objectLines(false, object));
+    return Failed;
+}
+
+QStringList Console::objectLines(bool ok, QJsonObject result) const
+{
+    result.insert(QStringLiteral("ok"), ok);
     if (!m_warnings.isEmpty())
         result.insert(QStringLiteral("warnings"), QJsonArray::fromStringList(m_warnings));
-    if (m_mode == OutputMode::Json)
-        print(Stream::Output,
-              QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented)));
-    else
-        for (const QString& fault : faults)
-            print(Stream::Errors, QStringLiteral("vornak-publish: %1\n").arg(fault));
+    return QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented).trimmed())
+        .split(u'\n');
 }

@@ -8,6 +8,15 @@
 
 #include <mutex>
 
+/// How the program ends.
+enum ExitCode {
+    Done = 0,
+    /// The input or the content has faults, or the work failed.
+    Failed = 1,
+    /// The command line makes no sense.
+    WrongUsage = 2,
+};
+
 enum class OutputMode {
     Normal,
     /// Only faults.
@@ -29,12 +38,14 @@ public:
     void end() override;
     void warn(const QString& text) override;
 
-    /// The command's end: a line for people, an object for scripts.
-    void succeed(const QString& line, QJsonObject result);
-    void fail(const QStringList& faults, QJsonObject result);
+    /// The command's end: lines for people, an object for scripts. Returns how the program ends: a
+    /// result that could not be written is a failure, whatever the command did.
+    [[nodiscard]] ExitCode succeed(const QStringList& lines, const QJsonObject& result);
+    [[nodiscard]] ExitCode fail(const QStringList& faults, const QJsonObject& result = {});
 
 private:
     void draw(bool last);
+    [[nodiscard]] QStringList objectLines(bool ok, QJsonObject result) const;
 
     OutputMode m_mode;
     bool m_terminal;
@@ -50,6 +61,15 @@ private:
     qint64 m_totalFiles = 0;
     QStringList m_warnings;
 };
+
+/// Writes a result to standard output. When that fails, standard error says why.
+[[nodiscard]] bool printResult(const QStringList& lines);
+
+/// Writes lines to standard error, each with the program's name before it.
+void tellErrors(const QStringList& lines);
+
+/// A number of things for people, such as "1 file" and "2 files"; `one` is the name of one thing.
+[[nodiscard]] QString countText(qint64 count, const char* one);
 
 /// A size for people, such as "3.4 MB".
 [[nodiscard]] QString sizeText(qint64 bytes);

@@ -20,6 +20,11 @@ inline constexpr bool canSyncFileSystem = true;
 inline constexpr bool canSyncFileSystem = false;
 #endif
 
+/// Lets everybody read what the process writes from now on, and look into its folders, whatever the
+/// user who runs it keeps from others otherwise: a web server is another user. Who may write stays
+/// as it is. Does nothing on Windows, where folders hand their rights down.
+void letEverybodyRead();
+
 /// Waits until everything is on the disk that was written to the file system that `folder` lies on.
 /// For many files that is many times faster than flushing each.
 void syncFileSystem(const QString& folder);

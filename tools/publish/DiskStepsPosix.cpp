@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 bool moveInOneStep(const QString& from, const QString& to, QString* reason)
@@ -18,6 +19,12 @@ bool moveInOneStep(const QString& from, const QString& to, QString* reason)
 bool flushToDisk(const QFileDevice& file)
 {
     return ::fsync(file.handle()) == 0;
+}
+
+void letEverybodyRead()
+{
+    constexpr mode_t writing = 0222;
+    ::umask(::umask(writing) & writing);
 }
 
 void syncFileSystem([[maybe_unused]] const QString& folder)

@@ -38,7 +38,7 @@ struct PruneReport
 
 /// Removes the versions of every product but the current ones and the `keep` latest besides, and
 /// then the packed files that no version left names. When a document of those that stay cannot be
-/// read, nothing is removed. With `dryRun` nothing is removed either, and the report tells what
-/// would be. Returns the faults.
+/// read, nothing is removed. With `dryRun` nothing is removed either, nor any right to
+/// write needed, and the report tells what would be. Returns the faults.
 [[nodiscard]] QStringList prune(const QString& content, int keep, bool dryRun, Progress& progress,
                                 PruneReport& report);

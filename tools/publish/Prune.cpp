@@ -35,7 +35,7 @@ public:
             *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
             return false;
         }
-        if (!m_tree.openForWriting(error) || !readMetadata(error))
+        if (!(dryRun || m_tree.openForWriting(error)) || !readMetadata(error))
             return false;
         for (const Product& product : products()) {
             if (!keepVersions(product, keep, error))

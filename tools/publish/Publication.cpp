@@ -28,6 +28,8 @@ public:
     QStringList run()
     {
         const QStringList faults = m_input.read(m_request);
+        for (const QString& warning : m_input.warnings())
+            m_progress.warn(warning);
         if (!faults.isEmpty())
             return faults;
         QString error;

@@ -57,7 +57,8 @@ struct PublishReport
 };
 
 /// Everything that speaks against the request as far as its own files tell; empty when nothing
-/// does. Fills in the files. Nothing is written.
+/// does. Fills in the files, and what the user should know and does not stop the publication.
+/// Nothing is written.
 class PublishInput
 {
 public:
@@ -65,8 +66,10 @@ public:
 
     [[nodiscard]] const QList<InputFile>& files() const { return m_files; }
     [[nodiscard]] const QList<InputFile>& assets() const { return m_assets; }
+    [[nodiscard]] const QStringList& warnings() const { return m_warnings; }
 
 private:
+    [[nodiscard]] QString assetsFolder(const PublishRequest& request);
     void readAssets(const PublishRequest& request);
     void checkNames(const PublishRequest& request);
     void checkLauncher(const PublishRequest& request);
@@ -74,6 +77,7 @@ private:
     QList<InputFile> m_files;
     QList<InputFile> m_assets;
     QStringList m_faults;
+    QStringList m_warnings;
 };
 
 /// Publishes a version of a package or of the launcher and makes it the current one, unless it is

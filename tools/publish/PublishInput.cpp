@@ -7,14 +7,6 @@
 
 namespace {
 
-// The folder meant by the request's "assets": a part of the input first, then a folder by its own
-// path.
-QString assetsFolder(const PublishRequest& request)
-{
-    const QString inside = QDir(request.input).filePath(request.assets);
-    return QFileInfo(inside).isDir() ? inside : request.assets;
-}
-
 QString similarPath(const QList<InputFile>& files, const QString& wanted)
 {
     for (const InputFile& file : files) {
@@ -35,6 +27,7 @@ bool contains(const QList<InputFile>& files, const QString& path)
 QStringList PublishInput::read(const PublishRequest& request)
 {
     m_faults.clear();
+    m_warnings.clear();
     const QString version = versionFault(request.version);
     if (!version.isEmpty())
         m_faults.append(version);
@@ -61,6 +54,22 @@ QStringList PublishInput::read(const PublishRequest& request)
     if (request.product.isLauncher)
         checkLauncher(request);
     return m_faults;
+}
+
+// The folder meant by the request's "assets": a part of the input first, then a folder by its own
+// path.
+QString PublishInput::assetsFolder(const PublishRequest& request)
+{
+    const QFileInfo inside(QDir(request.input).filePath(request.assets));
+    const QFileInfo outside(request.assets);
+    if (!inside.isDir())
+        return outside.filePath();
+    if (outside.isDir() && outside.canonicalFilePath() != inside.canonicalFilePath())
+        m_warnings.append(
+            QStringLiteral("the assets are those in %1, a part of the input; there is also %2")
+                .arg(QDir::cleanPath(inside.absoluteFilePath()),
+                     QDir::cleanPath(outside.absoluteFilePath())));
+    return inside.filePath();
 }
 
 // Files of a part of the input keep their paths; those of another folder are taken from its root.

@@ -9,11 +9,6 @@
 
 namespace {
 
-QString filesText(qsizetype count)
-{
-    return count == 1 ? QStringLiteral("1 file") : QStringLiteral("%1 files").arg(count);
-}
-
 QString placeText(const PublishRequest& request)
 {
     if (request.stage)
@@ -28,11 +23,10 @@ QString placeText(const PublishRequest& request)
 
 QString outcomeLine(const PublishRequest& request, const PublishReport& report)
 {
-    const QString line = QStringLiteral("%1 %2 %3: %4 and %5 assets of %6")
+    const QString line = QStringLiteral("%1 %2 %3: %4 and %5 of %6")
                              .arg(request.product.label(), request.version, placeText(request),
-                                  filesText(report.files))
-                             .arg(report.assets)
-                             .arg(sizeText(report.bytes));
+                                  countText(report.files, "file"),
+                                  countText(report.assets, "asset"), sizeText(report.bytes));
     const QString work = request.dryRun ? QStringLiteral("; %1 of %2 to pack, %3 packed before")
                                         : QStringLiteral("; %1 packed to %2, %3 packed before");
     return line + work.arg(report.packed).arg(sizeText(report.addedBytes)).arg(report.reused);
@@ -68,7 +62,7 @@ QString costLine(const UpdateCost& cost, bool isUpperBound)
         return who + QLatin1StringView(" downloads no file");
     return QStringLiteral("%1 downloads %2%3 in %4, %5 at %6 Mbit/s")
         .arg(who, isUpperBound ? QStringLiteral("at most ") : QString(), sizeText(cost.bytes),
-             filesText(cost.files), secondsText(referenceSeconds(cost.bytes)))
+             countText(cost.files, "file"), secondsText(referenceSeconds(cost.bytes)))
         .arg(referenceMbits);
 }
 
@@ -86,12 +80,12 @@ QJsonObject costObject(const UpdateCost& cost)
 
 } // namespace
 
-QString publishText(const PublishRequest& request, const PublishReport& report)
+QStringList publishLines(const PublishRequest& request, const PublishReport& report)
 {
     QStringList lines{outcomeLine(request, report), changesLine(report)};
     for (const UpdateCost& cost : report.costs)
         lines.append(costLine(cost, request.dryRun && report.packed > 0));
-    return lines.join(u'\n');
+    return lines;
 }
 
 QJsonObject publishObject(const PublishRequest& request, const PublishReport& report)

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QJsonObject>
-#include <QString>
+#include <QStringList>
 
 struct PublishReport;
 struct PublishRequest;
 
 /// What a publication did, or would do: lines for people.
-[[nodiscard]] QString publishText(const PublishRequest& request, const PublishReport& report);
+[[nodiscard]] QStringList publishLines(const PublishRequest& request, const PublishReport& report);
 
 /// The same for scripts, with the lists of the files.
 [[nodiscard]] QJsonObject publishObject(const PublishRequest& request, const PublishReport& report);

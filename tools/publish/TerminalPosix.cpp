@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <unistd.h>
 
-void print(Stream stream, const QString& text)
+bool writeText(Stream stream, const QString& text)
 {
     std::FILE* file = stream == Stream::Output ? stdout : stderr;
     const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()), file);
-    std::fflush(file);
+    const auto size = static_cast<std::size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, file) == size && std::fflush(file) == 0;
 }
 
 bool isTerminal(Stream stream)

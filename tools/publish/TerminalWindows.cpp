@@ -22,7 +22,7 @@ bool isConsole(HANDLE handle)
 // The console's own code page is whatever the user's system was set up with, and changing it would
 // outlast this program; so a console gets UTF-16. It refuses texts of more than some ten thousand
 // units.
-void printToConsole(HANDLE handle, QStringView text)
+bool printToConsole(HANDLE handle, QStringView text)
 {
     constexpr qsizetype slice = 8192;
     while (!text.isEmpty()) {
@@ -31,32 +31,31 @@ void printToConsole(HANDLE handle, QStringView text)
             --size;
         DWORD written = 0;
         if (!WriteConsoleW(handle, text.utf16(), static_cast<DWORD>(size), &written, nullptr))
-            return;
+            return false;
         text = text.sliced(size);
     }
+    return true;
 }
 
 // Around the C library, which would put a carriage return before each end of a line.
-void printToFile(HANDLE handle, QByteArrayView bytes)
+bool printToFile(HANDLE handle, QByteArrayView bytes)
 {
     while (!bytes.isEmpty()) {
         DWORD written = 0;
         if (!WriteFile(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ||
             written == 0)
-            return;
+            return false;
         bytes = bytes.sliced(static_cast<qsizetype>(written));
     }
+    return true;
 }
 
 } // namespace
 
-void print(Stream stream, const QString& text)
+bool writeText(Stream stream, const QString& text)
 {
     const HANDLE handle = handleOf(stream);
-    if (isConsole(handle))
-        printToConsole(handle, text);
-    else
-        printToFile(handle, text.toUtf8());
+    return isConsole(handle) ? printToConsole(handle, text) : printToFile(handle, text.toUtf8());
 }
 
 bool isTerminal(Stream stream)

@@ -1,7 +1,7 @@
 #include "package/Utf8Locale.h"
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
-#include "publish/Terminal.h"
+#include "publish/DiskSteps.h"
 
 #include <QCoreApplication>
 
@@ -47,6 +47,10 @@ QString helpText()
 
 int main(int argc, char* argv[])
 {
+    // What Qt itself has to say may hold names, too.
+    qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& text) { tellErrors({text}); });
+    letEverybodyRead();
     Utf8Locale locale;
     const QCoreApplication application(argc, argv);
     locale.restoreEnvironment();
@@ -54,14 +58,11 @@ int main(int argc, char* argv[])
     const QString first = arguments.value(0);
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
         first == QLatin1StringView("help")) {
-        print(Stream::Output, helpText());
-        return Done;
+        return showText(helpText());
     }
     if (first == QLatin1StringView("--version")) {
-        print(Stream::Output,
-              QStringLiteral("vornak-publish " VORNAK_PUBLISH_VERSION "\nliblzma %1\n")
-                  .arg(QLatin1StringView(lzma_version_string())));
-        return Done;
+        return showText(QStringLiteral("vornak-publish " VORNAK_PUBLISH_VERSION "\nliblzma %1")
+                            .arg(QLatin1StringView(lzma_version_string())));
     }
     for (const Command& command : commandList) {
         if (first == QLatin1StringView(command.name))
@@ -69,7 +70,5 @@ int main(int argc, char* argv[])
     }
     const QString fault = first.isEmpty() ? QStringLiteral("no command is given")
                                           : QStringLiteral("'%1' is no command").arg(first);
-    print(Stream::Errors,
-          QStringLiteral("vornak-publish: %1\nTry 'vornak-publish --help'.\n").arg(fault));
-    return WrongUsage;
+    return tellWrongUsage(arguments, fault, QStringLiteral("--help"));
 }
