@@ -35,6 +35,7 @@ private Q_SLOTS:
     void judgesDocuments_data();
     void judgesDocuments();
     void acceptsTheCompiledInHints();
+    void warnsOfALongTitle();
     void installsPicturesDocumentAndAddress();
     void refusesAndWritesNothing_data();
     void refusesAndWritesNothing();
@@ -95,11 +96,24 @@ void HintsPublicationTest::judgesDocuments()
 void HintsPublicationTest::acceptsTheCompiledInHints()
 {
     QStringList pictures;
-    int count = 0;
-    QCOMPARE(checkHints(testfiles::read(QStringLiteral(VORNAK_HINTS_FILE)), pictures, &count),
+    HintsReport report;
+    QCOMPARE(checkHints(testfiles::read(QStringLiteral(VORNAK_HINTS_FILE)), pictures, &report),
              QStringList());
-    QVERIFY(count > 0);
+    QVERIFY(report.hints > 0);
+    QCOMPARE(report.warnings, QStringList());
     QVERIFY(!pictures.isEmpty());
+}
+
+void HintsPublicationTest::warnsOfALongTitle()
+{
+    const auto hint = [](qsizetype length) {
+        return QJsonObject{{u"title"_s, QString(length, u'T')}, {u"richText"_s, u"<table>"_s}};
+    };
+    QStringList pictures;
+    HintsReport report;
+    QCOMPARE(checkHints(QJsonDocument(QJsonArray{hint(60), hint(61)}).toJson(), pictures, &report),
+             QStringList());
+    QCOMPARE(report.warnings, QStringList(u"hint 2: the title has 61 characters, over 60"_s));
 }
 
 void HintsPublicationTest::installsPicturesDocumentAndAddress()

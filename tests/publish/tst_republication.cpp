@@ -220,6 +220,7 @@ void RepublicationTest::rememberedFilesNeedNoPackingAfterAnInterruption()
     // last packed file.
     QDir(fixture.content() + u"/launcher/packages"_s).removeRecursively();
     QFile::remove(fixture.content() + addresses::metadata);
+    QFile::remove(fixture.content() + u"/.publisher/versions"_s);
     const QString index = fixture.content() + u"/.publisher/packed.index"_s;
     QByteArrayList lines = testfiles::read(index).split('\n').first(4);
     lines.last().chop(30);
@@ -231,6 +232,7 @@ void RepublicationTest::rememberedFilesNeedNoPackingAfterAnInterruption()
     // The half line has not spoilt what was noted after it.
     QDir(fixture.content() + u"/launcher/packages"_s).removeRecursively();
     QFile::remove(fixture.content() + addresses::metadata);
+    QFile::remove(fixture.content() + u"/.publisher/versions"_s);
     QCOMPARE(fixture.publishFiles(u"1.0"_s, smallClient()), QStringList());
     QCOMPARE(fixture.report.reused, 4);
 }

@@ -158,6 +158,8 @@ int commands::hints(const QStringList& arguments)
     const QStringList faults =
         publishHints(line.argument(0), line.argument(1), line.value("images"), publicUrl(line),
                      report, line.value("channel"));
+    for (const QString& warning : std::as_const(report.warnings))
+        console.warn(warning);
     if (!faults.isEmpty())
         return console.fail(faults);
     return console.succeed(

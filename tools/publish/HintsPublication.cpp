@@ -7,6 +7,7 @@
 #include "publish/Addresses.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
+#include "publish/Limits.h"
 
 #include <QDir>
 #include <QFile>
@@ -65,6 +66,20 @@ QStringList pictureFaults(const QString& html, QStringList& pictures)
             faults.append(fault);
     }
     return faults;
+}
+
+QStringList titleWarnings(const QJsonArray& elements)
+{
+    QStringList warnings;
+    for (qsizetype i = 0; i < elements.size(); ++i) {
+        const qsizetype length = readHint(elements.at(i)).title.size();
+        if (length > limits::hintTitleLength)
+            warnings.append(QStringLiteral("hint %1: the title has %2 characters, over %3")
+                                .arg(i + 1)
+                                .arg(length)
+                                .arg(limits::hintTitleLength));
+    }
+    return warnings;
 }
 
 std::optional<QByteArray> readFile(const QString& path)
@@ -141,7 +156,7 @@ bool looksLikePicture(const QByteArray& bytes)
            bytes.startsWith("GIF87a") || bytes.startsWith("GIF89a");
 }
 
-QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* count)
+QStringList checkHints(const QByteArray& bytes, QStringList& pictures, HintsReport* report)
 {
     QJsonParseError parseError;
     const QJsonDocument json = QJsonDocument::fromJson(bytes, &parseError);
@@ -172,8 +187,10 @@ QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* coun
     else if (!rich)
         faults.append(QStringLiteral(
             "no hint has a picture or a table; the launcher would show none of them"));
-    if (count)
-        *count = static_cast<int>(elements.size());
+    if (report) {
+        report->hints = static_cast<int>(elements.size());
+        report->warnings = titleWarnings(elements);
+    }
     return faults;
 }
 
@@ -186,7 +203,7 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
     if (!images.isEmpty() && !QFileInfo(images).isDir())
         return {QStringLiteral("%1: no such folder").arg(images)};
     QStringList pictures;
-    QStringList faults = checkHints(*bytes, pictures, &report.hints);
+    QStringList faults = checkHints(*bytes, pictures, &report);
     ContentFolder tree(content);
     PictureSet set(tree, images, channel);
     for (const QString& path : std::as_const(pictures)) {

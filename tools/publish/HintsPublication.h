@@ -8,12 +8,16 @@ struct HintsReport
 {
     int hints = 0;
     int pictures = 0;
+    /// What the user should know and does not stop the installation.
+    QStringList warnings;
 };
 
 /// Checks a hints document: whether every element is one that the launcher shows, whether it shows
 /// the document at all, and whether each picture's address is one that it fetches. `pictures`
-/// receives the paths below "/images/" that it names, each once. Returns a line for each fault.
-[[nodiscard]] QStringList checkHints(const QByteArray& bytes, QStringList& pictures, int* count);
+/// receives the paths below "/images/" that it names, each once. The report is filled in but for
+/// the pictures. Returns a line for each fault.
+[[nodiscard]] QStringList checkHints(const QByteArray& bytes, QStringList& pictures,
+                                     HintsReport* report = nullptr);
 
 /// Whether the bytes begin like a picture that the launcher can show (PNG, JPEG or GIF).
 [[nodiscard]] bool looksLikePicture(const QByteArray& bytes);

@@ -12,4 +12,11 @@ inline constexpr qint64 fileSize = qint64(1) << 31;
 /// declaration know 260, of which the drive and the rest of the data folder's path take their part.
 inline constexpr qsizetype pathLength = 240;
 
+/// Longest version text that is a folder's name on the server as it stands, see
+/// addresses::segment(). A longer one does no harm, but is rather a text about the version.
+inline constexpr qsizetype versionLength = 64;
+
+/// Characters of a hint's title that fit into one line of the launcher's window.
+inline constexpr qsizetype hintTitleLength = 60;
+
 } // namespace limits

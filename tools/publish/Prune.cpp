@@ -4,6 +4,7 @@
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
+#include "publish/UsedVersions.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -56,6 +57,7 @@ private:
         if (!document)
             return false;
         m_metadata = *document;
+        m_used.load(m_tree, m_metadata, QDateTime::currentDateTimeUtc());
         m_current.append(*document);
         for (const QString& channel : channels::all(m_tree)) {
             const auto ofChannel = channels::read(m_tree, channel, error);
@@ -175,9 +177,15 @@ private:
     }
 
     // In an order that leaves a whole tree wherever it ends: a version that cannot be switched to
-    // any more, its documents, its files.
+    // any more, its documents, its files. What is noted as removed and is there all the same is
+    // found again.
     bool removeRest(QString* error)
     {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        for (const QString& folder : std::as_const(m_goingFolders))
+            m_used.remove(folder, now);
+        if (!m_used.save(m_tree, error))
+            return false;
         const QByteArray bytes = m_metadata.bytes();
         if (bytes != m_tree.read(addresses::metadata) &&
             !m_tree.replace(addresses::metadata, bytes, error))
@@ -206,6 +214,7 @@ private:
     MetadataDocument m_metadata;
     // The same, and those of the channels.
     QList<MetadataDocument> m_current;
+    UsedVersions m_used;
     QStringList m_keptFolders;
     QSet<QString> m_keptFiles;
     QStringList m_goingFolders;

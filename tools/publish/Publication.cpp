@@ -5,9 +5,11 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/InputHashes.h"
+#include "publish/LauncherChoice.h"
 #include "publish/PathChanges.h"
 #include "publish/Progress.h"
 #include "publish/PublishedBefore.h"
+#include "publish/UsedVersions.h"
 #include "publish/VersionDocuments.h"
 
 namespace {
@@ -50,8 +52,10 @@ public:
                        writeVersion(&error) && record(&error);
             if (done)
                 compareVersions(before);
-            if (done && !m_request.dryRun)
+            if (done && !m_request.dryRun) {
                 keepNotes(hashes.notes());
+                keepUsed();
+            }
         }
         fillReport();
         return done ? QStringList() : m_faults.isEmpty() ? QStringList(error) : m_faults;
@@ -65,7 +69,12 @@ private:
         if (!document || !current)
             return false;
         m_metadata = *document;
+        m_used.load(m_tree, m_metadata, QDateTime::currentDateTimeUtc());
         m_current = *current;
+        const QString warning =
+            platformWarning(m_request.platform, m_current.platforms(m_request.product));
+        if (!warning.isEmpty())
+            m_progress.warn(warning);
         return true;
     }
 
@@ -86,11 +95,14 @@ private:
     bool checkHistory(QString* error)
     {
         const QStringList history = m_metadata.history(m_request.product);
-        *error = versionNameFault(m_request.version, history);
+        *error = packageNameFault(m_request.product, m_metadata);
+        if (error->isEmpty())
+            *error = versionNameFault(m_request.version, history);
+        if (error->isEmpty())
+            *error = removedBuildFault(m_used, m_folder, m_request.product, m_request.version);
         if (!error->isEmpty())
             return false;
-        if (!m_tree.exists(m_folder + addresses::packageDocument) ||
-            !history.contains(m_request.version))
+        if (!m_used.isThere(m_folder))
             return true;
         const OrlPackageDoc old =
             parsePackageDoc(m_tree.read(m_folder + addresses::packageDocument), nullptr);
@@ -228,6 +240,15 @@ private:
                                            "will read everything"));
     }
 
+    // The metadata knows the version, and the next publication learns it from there.
+    void keepUsed()
+    {
+        QString error;
+        m_used.add(m_folder);
+        if (!m_used.save(m_tree, &error))
+            m_progress.warn(error);
+    }
+
     // Of the build that players have got last; empty when there is none.
     QString currentFolder() const
     {
@@ -283,6 +304,7 @@ private:
     MetadataDocument m_current;
     // When there can be more than one.
     QStringList m_faults;
+    UsedVersions m_used;
     // The files as the version was published before, when it was.
     QList<OrlFile> m_old;
 };

@@ -1,5 +1,6 @@
 #include "publish/EntryFacts.h"
 #include "publish/LauncherVersion.h"
+#include "publish/Limits.h"
 #include "publish/Publication.h"
 
 #include <QDir>
@@ -31,6 +32,10 @@ QStringList PublishInput::read(const PublishRequest& request)
     const QString version = versionFault(request.version);
     if (!version.isEmpty())
         m_faults.append(version);
+    if (request.version.size() > limits::versionLength)
+        m_warnings.append(QStringLiteral("the version text has %1 characters, over %2")
+                              .arg(request.version.size())
+                              .arg(limits::versionLength));
     if (!request.publicUrl.isEmpty()) {
         const QString fault = addresses::publicUrlFault(request.publicUrl);
         if (!fault.isEmpty())
@@ -100,8 +105,16 @@ void PublishInput::checkNames(const PublishRequest& request)
     const QString directory =
         request.product.isLauncher ? QStringLiteral("self-update") : request.product.directory;
     m_faults += nameFaults(m_files + m_assets, directory);
-    if (contains(m_files, request.executable))
+    const auto executable =
+        std::find_if(m_files.begin(), m_files.end(), [&request](const InputFile& file) {
+            return file.localfile == request.executable;
+        });
+    if (executable != m_files.end()) {
+        if (executable->size == 0)
+            m_warnings.append(
+                QStringLiteral("%1: the executable is empty").arg(request.executable));
         return;
+    }
     const QString similar = similarPath(m_files, request.executable);
     if (request.executable.isEmpty())
         m_faults.append(QStringLiteral("no executable is named"));

@@ -1,7 +1,9 @@
 #include "publish/PublishedBefore.h"
 
 #include "publish/InputFolder.h"
+#include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
+#include "publish/UsedVersions.h"
 
 QString versionNameFault(const QString& version, const QStringList& others)
 {
@@ -12,6 +14,33 @@ QString versionNameFault(const QString& version, const QStringList& others)
                 .arg(version, other);
     }
     return {};
+}
+
+QString packageNameFault(const Product& product, const MetadataDocument& metadata)
+{
+    if (product.isLauncher || metadata.hasProduct(product))
+        return {};
+    for (const Product& other : metadata.products()) {
+        if (!other.isLauncher && other != product &&
+            comparedName(other.directory) == comparedName(product.directory))
+            return QStringLiteral(
+                       "the package %1 differs from the package %2 in case only; Windows "
+                       "has one folder for both")
+                .arg(product.directory, other.directory);
+    }
+    return {};
+}
+
+QString removedBuildFault(const UsedVersions& used, const QString& buildFolder,
+                          const Product& product, const QString& version)
+{
+    const auto removed = used.removed(buildFolder);
+    if (!removed)
+        return {};
+    return QStringLiteral("version %1 of %2 was removed on %3, and caches may hold its documents "
+                          "until %4; give another version")
+        .arg(version, product.label(), removed->date().toString(Qt::ISODate),
+             UsedVersions::heldUntil(*removed).date().toString(Qt::ISODate));
 }
 
 bool isSameContent(const QList<OrlFile>& published, const QList<InputFile>& files,
