@@ -92,6 +92,10 @@ void CommandLineTest::tellsWrongUsage_data()
     row("verify");
     row("verify out --url http://127.0.0.1");
     row("verify --url ftp://127.0.0.1");
+    row("remove");
+    row("remove out");
+    row("remove out --directory D --launcher");
+    row("remove out --directory D --os windows");
     row("prune out");
     row("prune out --keep many");
     row("prune out --keep -1");
@@ -114,7 +118,7 @@ void CommandLineTest::helpsOnRequest_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::newRow("program") << QStringList{u"--help"_s};
     for (const char* command :
-         {"package", "launcher", "hints", "list", "switch", "verify", "prune"})
+         {"package", "launcher", "hints", "list", "switch", "verify", "remove", "prune"})
         QTest::newRow(command) << QStringList{QString::fromLatin1(command), u"--help"_s};
 }
 

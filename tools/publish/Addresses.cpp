@@ -76,6 +76,11 @@ QString onServer(const QString& address)
     return launcher < 0 ? QString() : path.sliced(launcher);
 }
 
+QString prefixOf(const QString& address)
+{
+    return address.first(std::max<qsizetype>(address.indexOf(QLatin1StringView("/launcher/")), 0));
+}
+
 QString publicUrlFault(const QString& url)
 {
     const QUrl parsed(url, QUrl::StrictMode);

@@ -34,6 +34,9 @@ inline constexpr QLatin1StringView assetsIdentity("assets.txt");
 /// server; empty when the address has none.
 [[nodiscard]] QString onServer(const QString& address);
 
+/// What stands before "/launcher/" in an absolute address; empty when nothing does.
+[[nodiscard]] QString prefixOf(const QString& address);
+
 /// Why `url` cannot stand before the addresses of the documents; empty when it can.
 [[nodiscard]] QString publicUrlFault(const QString& url);
 

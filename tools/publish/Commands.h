@@ -11,6 +11,7 @@ int hints(const QStringList& arguments);
 int list(const QStringList& arguments);
 int switchTo(const QStringList& arguments);
 int verify(const QStringList& arguments);
+int remove(const QStringList& arguments);
 int prune(const QStringList& arguments);
 
 } // namespace commands

@@ -2,27 +2,31 @@
 
 #include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
-#include "publish/Addresses.h"
+
+std::optional<Platform> platformOfLaunchers(const QList<Platform>& platforms)
+{
+    QList<LauncherBuild> builds;
+    for (const Platform& platform : platforms) {
+        LauncherBuild build;
+        build.os = platform.os;
+        build.architecture = platform.architecture;
+        builds.append(build);
+    }
+    const LauncherBuild* taken =
+        selectBuild(builds, PackageClient::currentOs(), PackageClient::currentArchitecture());
+    return taken ? std::optional(Platform{taken->os, taken->architecture}) : std::nullopt;
+}
 
 QString platformWarning(const Platform& platform, const QList<Platform>& current)
 {
-    const QString os = PackageClient::currentOs();
     const QString architecture = PackageClient::currentArchitecture();
-    if (platform.os != os)
+    if (platform.os != PackageClient::currentOs())
         return QStringLiteral("launchers take builds for the operating system '%1' only; no player "
                               "gets one for '%2'")
-            .arg(os, platform.os);
-    QList<Platform> all = current;
-    if (!all.contains(platform))
-        all.append(platform);
-    QList<LauncherBuild> builds;
-    for (const Platform& one : std::as_const(all)) {
-        LauncherBuild build;
-        build.os = one.os;
-        build.architecture = one.architecture;
-        builds.append(build);
-    }
-    const Platform& taken = all.at(selectBuild(builds, os, architecture) - builds.constData());
+            .arg(PackageClient::currentOs(), platform.os);
+    const Platform taken =
+        platformOfLaunchers(current.contains(platform) ? current : current + QList{platform})
+            .value_or(platform);
     if (taken != platform)
         return QStringLiteral("launchers take the build for '%1' '%2'; no player gets the one for "
                               "'%3' '%4'")

@@ -1,9 +1,15 @@
 #pragma once
 
+#include "publish/Addresses.h"
+
 #include <QList>
 #include <QString>
 
-struct Platform;
+#include <optional>
+
+/// Which of the builds, given by their platforms in the document's order, launchers take; nothing
+/// when they take none.
+[[nodiscard]] std::optional<Platform> platformOfLaunchers(const QList<Platform>& platforms);
 
 /// Why launchers would not take a build for this platform beside those that are current, which are
 /// in the document's order; empty when they would. A typo in a platform publishes a build that no

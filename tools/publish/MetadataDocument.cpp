@@ -167,6 +167,37 @@ void MetadataDocument::setBuild(const Product& product, const Platform& platform
     setProductObject(product, object);
 }
 
+void MetadataDocument::removeBuild(const Product& product, const Platform& platform)
+{
+    if (!hasProduct(product))
+        return;
+    QJsonObject object = productObject(product);
+    for (const QString& key : {buildsKey, otherPlatformsKey}) {
+        QJsonArray builds = object.value(key).toArray();
+        for (qsizetype index = 0; (index = buildIndex(builds, platform)) >= 0;)
+            builds.removeAt(index);
+        if (object.contains(key))
+            object.insert(key, builds);
+    }
+    if (object.value(otherPlatformsKey).toArray().isEmpty())
+        object.remove(otherPlatformsKey);
+    setProductObject(product, object);
+}
+
+void MetadataDocument::removeProduct(const Product& product)
+{
+    if (product.isLauncher) {
+        m_root.remove(launcherKey);
+        return;
+    }
+    QJsonArray packages = m_root.value(packagesKey).toArray();
+    const qsizetype index = packageIndex(product.directory);
+    if (index < 0)
+        return;
+    packages.removeAt(index);
+    m_root.insert(packagesKey, packages);
+}
+
 void MetadataDocument::setHints(const QString& address)
 {
     setOrRemove(m_root, QStringLiteral("hints"), address);

@@ -56,6 +56,10 @@ public:
     /// package must have been set before.
     void setBuild(const Product& product, const Platform& platform,
                   const BuildAddresses& addresses);
+    /// Forgets the build, current or not, if there is one.
+    void removeBuild(const Product& product, const Platform& platform);
+    /// Forgets the product with all builds and versions, if it is there.
+    void removeProduct(const Product& product);
     /// Nothing stays of them when the address is empty.
     void setHints(const QString& address);
 

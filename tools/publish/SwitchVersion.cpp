@@ -8,12 +8,6 @@
 
 namespace {
 
-// What stands before "/launcher/" in the build's present addresses goes on standing there.
-QString prefixOf(const QString& address)
-{
-    return address.first(std::max<qsizetype>(address.indexOf(QLatin1StringView("/launcher/")), 0));
-}
-
 bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata, Product& product,
                  QString* error)
 {
@@ -77,7 +71,8 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
     if (!assetsidentity::provide(tree, folder, assetsidentity::servedAt(tree, old.assetsVersion),
                                  identity, error))
         return false;
-    const QString prefix = prefixOf(old.document);
+    // It goes on standing there.
+    const QString prefix = addresses::prefixOf(old.document);
     metadata.setBuild(product, platform,
                       {prefix + folder + addresses::packageDocument,
                        prefix + folder + addresses::versionText,

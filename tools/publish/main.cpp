@@ -25,6 +25,7 @@ constexpr std::array commandList{
     Command{"list", "Lists what is published, and what pruning would free.", commands::list},
     Command{"switch", "Makes an earlier version current again.", commands::switchTo},
     Command{"verify", "Checks everything that launchers would read.", commands::verify},
+    Command{"remove", "Takes a build or a whole package away again.", commands::remove},
     Command{"prune", "Removes old versions and what only they need.", commands::prune},
 };
 

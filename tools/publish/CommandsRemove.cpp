@@ -1,0 +1,47 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/Maintenance.h"
+
+#include <QJsonArray>
+
+int commands::remove(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("remove"),
+                     QStringLiteral("Takes the builds for one platform away again, in all versions "
+                                    "and channels, or a whole package. Games that players have "
+                                    "installed stay. Only documents are removed: packed files that "
+                                    "nothing else needs stay until the next 'prune', so that "
+                                    "players who are installing them get to the end."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("directory", "Folder of the package.", "NAME");
+    line.addOption("launcher", "Removes builds of the launcher itself instead of a package's.");
+    line.addPlatformOptions("", "");
+    line.addOption("dry-run", "Only tells what would be removed; needs no right to write.");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    if (line.isSet("directory") == line.isSet("launcher"))
+        return line.wrongUsage(QStringLiteral("either --directory or --launcher is needed"));
+    if (line.isSet("os") != line.isSet("architecture"))
+        return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
+    RemoveRequest request{line.argument(0),
+                          {line.isSet("launcher"), line.value("directory")},
+                          std::nullopt,
+                          line.isSet("dry-run")};
+    if (line.isSet("os"))
+        request.platform = Platform{line.value("os"), line.value("architecture")};
+    Console console(line.outputMode());
+    RemoveReport report;
+    const QStringList faults = removeBuilds(request, console, report);
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    const QString what =
+        request.platform
+            ? QStringLiteral(" for %1 %2").arg(request.platform->os, request.platform->architecture)
+            : QString();
+    return console.succeed(
+        {QStringLiteral("%1 %2 of %3%4; 'prune' removes the packed files that nothing else needs")
+             .arg(request.dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),
+                  countText(report.removedBuilds.size(), "build"), request.product.label(), what)},
+        {{QStringLiteral("dryrun"), request.dryRun},
+         {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedBuilds)}});
+}
