@@ -65,6 +65,7 @@ class TestInstall(unittest.TestCase):
                 [program], stdout=sink, stderr=sink,
                 env={**os.environ, "HOME": str(self.folder), "XDG_DATA_HOME": str(data),
                      "XDG_CONFIG_HOME": str(self.folder / "config"),
+                     "XDG_RUNTIME_DIR": str(self.folder / "run"),
                      "QT_QPA_PLATFORM": "offscreen",
                      # Nobody answers there.
                      "VORNAK_CDN_URL": "http://127.0.0.1:9"})
