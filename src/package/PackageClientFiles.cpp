@@ -68,20 +68,21 @@ struct PackageClient::AsyncRun
 
 bool PackageClient::isFileInstalled(const OrlFile& file, const QString& folder)
 {
-    // Files that need no reading take their time too when there are many.
-    if (!m_pacer.turnIfDue())
-        return false;
+    // A copy, since slots that run meanwhile may replace what the caller holds.
+    const OrlFile wanted = file;
     const QString path = pathOfListedFile(folder, file.localfile);
-    return !path.isEmpty() &&
-           isInstalledAt(path, file, m_verified, [this] { return m_pacer.turnIfDue(); });
+    // Files that need no reading take their time too when there are many.
+    return m_pacer.turnIfDue() && !path.isEmpty() &&
+           isInstalledAt(path, wanted, m_verified, [this] { return m_pacer.turnIfDue(); });
 }
 
 bool PackageClient::hasMissingFiles(const OrlPackageDoc& package, const QString& folder)
 {
-    // A copy, since slots that run meanwhile may replace the caller's document.
+    // Copies, since slots that run meanwhile may replace what the caller holds.
     const QList<OrlFile> files = package.files;
-    return !std::all_of(files.begin(), files.end(), [this, &folder](const OrlFile& file) {
-        return isFileInstalled(file, folder);
+    const QString place = folder;
+    return !std::all_of(files.begin(), files.end(), [this, &place](const OrlFile& file) {
+        return isFileInstalled(file, place);
     });
 }
 

@@ -89,9 +89,13 @@ bool PackageClient::installPackage(const QUrl& url, const OrlPackageDoc& package
 {
     if (failWhenQuitting(error))
         return false;
-    beginPackage(package, folder);
-    return installFiles(url, package.files, folder, error) &&
-           finalizePackage(package, folder, error, [this] { return m_pacer.turnIfDue(); });
+    // Copies, since slots that run meanwhile may replace what the caller holds.
+    const QUrl address = url;
+    const OrlPackageDoc document = package;
+    const QString place = folder;
+    beginPackage(document, place);
+    return installFiles(address, document.files, place, error) &&
+           finalizePackage(document, place, error, [this] { return m_pacer.turnIfDue(); });
 }
 
 bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, const QString& hash,
@@ -99,7 +103,12 @@ bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, 
 {
     if (failWhenQuitting(error))
         return false;
-    return installFiles(url, files, folder, error) && recordAssets(hash, folder, error);
+    // Copies, since slots that run meanwhile may replace what the caller holds.
+    const QUrl address = url;
+    const QList<OrlFile> assets = files;
+    const QString identity = hash;
+    const QString place = folder;
+    return installFiles(address, assets, place, error) && recordAssets(identity, place, error);
 }
 
 void PackageClient::installPackageAsync(const QUrl& url, const OrlPackageDoc& package,

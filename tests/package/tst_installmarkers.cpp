@@ -13,6 +13,8 @@ private Q_SLOTS:
     void recordsAnInstalledPackage();
     void partialMarkerStandsWhileFilesAreFetched_data() { InstallFixture::addForms(); }
     void partialMarkerStandsWhileFilesAreFetched();
+    void packageReplacedByASlotIsInstalledAsItWas();
+    void assetsReplacedByASlotAreInstalledAsTheyWere();
     void failedUpdateKeepsTheOldVersionBesideTheNewPartialMarker_data()
     {
         InstallFixture::addForms();
@@ -71,6 +73,49 @@ void InstallMarkersTest::partialMarkerStandsWhileFilesAreFetched()
     VERIFY_SUCCESS(fixture.installPackage(form));
     QCOMPARE(seen, 2);
     QVERIFY(fixture.content(partial).isNull());
+}
+
+void InstallMarkersTest::packageReplacedByASlotIsInstalledAsItWas()
+{
+    InstallFixture fixture;
+    fixture.tree().addFile(u"a"_s, "a");
+    fixture.tree().addFile(u"b"_s, "b");
+    OrlPackageDoc held = fixture.tree().package;
+    QUrl address = fixture.tree().packageUrl();
+    QString folder = fixture.folder();
+    fixture.server().setRequestHook([&](const QString&) {
+        held = {};
+        address = QUrl();
+        folder = u"/nowhere"_s;
+    });
+    QString error;
+    QVERIFY2(fixture.client().installPackage(address, held, folder, &error), qUtf8Printable(error));
+    QCOMPARE(held, OrlPackageDoc());
+    QCOMPARE(fixture.content(u"a"_s) + fixture.content(u"b"_s), QByteArray("ab"));
+    QCOMPARE(fixture.content(version), QByteArray("1.0.0"));
+    QCOMPARE(parsePackageDoc(fixture.content(document), nullptr), fixture.tree().package);
+}
+
+void InstallMarkersTest::assetsReplacedByASlotAreInstalledAsTheyWere()
+{
+    InstallFixture fixture;
+    fixture.addFiles(2);
+    QList<OrlFile> held = fixture.tree().assets;
+    QUrl address = fixture.tree().assetsUrl();
+    QString identity = u"first"_s;
+    QString folder = fixture.folder();
+    fixture.server().setRequestHook([&](const QString&) {
+        held.clear();
+        address = QUrl();
+        identity = u"second"_s;
+        folder = u"/nowhere"_s;
+    });
+    QString error;
+    QVERIFY2(fixture.client().installAssets(address, held, identity, folder, &error),
+             qUtf8Printable(error));
+    QVERIFY(held.isEmpty());
+    QCOMPARE(fixture.content(u"data/2.txt"_s), InstallFixture::contentOf(2));
+    QCOMPARE(fixture.content(assetsMarker), QByteArray("first"));
 }
 
 void InstallMarkersTest::failedUpdateKeepsTheOldVersionBesideTheNewPartialMarker()
