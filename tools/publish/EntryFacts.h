@@ -25,6 +25,15 @@ struct EntryFacts
 
 [[nodiscard]] EntryFacts entryFacts(const QFileInfo& entry);
 
-/// The names in the folder that are not UTF-8, which Qt passes over without a word; old archives
-/// leave such names. Each byte that does not fit stands as "\xNN". Windows has no such names.
-[[nodiscard]] QStringList undecodableNames(const QString& folder);
+/// What a folder holds, in no order, without "." and "..".
+struct FolderNames
+{
+    QStringList names;
+    /// Names that are not UTF-8; old archives leave them. Each byte that does not fit stands as
+    /// "\xNN". Windows has no such names.
+    QStringList undecodable;
+};
+
+/// Empty for a folder that cannot be read. Not left to Qt, which passes over names that are not
+/// UTF-8 without a word, and since 6.8 over all that the system lists after one.
+[[nodiscard]] FolderNames namesIn(const QString& folder);

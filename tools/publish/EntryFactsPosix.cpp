@@ -45,17 +45,22 @@ EntryFacts entryFacts(const QFileInfo& entry)
     return {entry.canonicalFilePath(), kind, entry.isReadable(), entry.size()};
 }
 
-QStringList undecodableNames(const QString& folder)
+FolderNames namesIn(const QString& folder)
 {
-    QStringList names;
+    FolderNames found;
     const std::unique_ptr<DIR, CloseFolder> opened(
         ::opendir(QFile::encodeName(folder).constData()));
     // Only this function has the stream, and glibc's is safe then.
     while (const dirent* entry =
                opened ? ::readdir(opened.get()) : nullptr) { // NOLINT(concurrency-mt-unsafe)
         const QByteArray name(entry->d_name);
-        if (QFile::encodeName(QFile::decodeName(name)) != name)
-            names.append(escaped(name));
+        if (name == "." || name == "..")
+            continue;
+        const QString decoded = QFile::decodeName(name);
+        if (QFile::encodeName(decoded) == name)
+            found.names.append(decoded);
+        else
+            found.undecodable.append(escaped(name));
     }
-    return names;
+    return found;
 }

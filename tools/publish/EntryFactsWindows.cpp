@@ -48,7 +48,10 @@ EntryFacts entryFacts(const QFileInfo& entry)
         static_cast<qint64>(static_cast<quint64>(info.nFileSizeHigh) << 32 | info.nFileSizeLow)};
 }
 
-QStringList undecodableNames(const QString&)
+FolderNames namesIn(const QString& folder)
 {
-    return {};
+    return {QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                       QDir::NoDotAndDotDot,
+                                   QDir::Unsorted),
+            {}};
 }

@@ -41,12 +41,11 @@ private:
             addFault(prefix.chopped(1), "the folder cannot be read");
             return;
         }
-        const auto entries = dir.entryInfoList(
-            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
-        for (const QString& name : undecodableNames(folder))
+        const FolderNames found = namesIn(folder);
+        for (const QString& name : found.undecodable)
             addFault(prefix + name, "the name is not UTF-8");
-        for (const QFileInfo& entry : entries)
-            visitEntry(entry, prefix + entry.fileName(), ancestors);
+        for (const QString& name : found.names)
+            visitEntry(QFileInfo(dir.filePath(name)), prefix + name, ancestors);
     }
 
     void visitEntry(const QFileInfo& entry, const QString& name, const QStringList& ancestors)
