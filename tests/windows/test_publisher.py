@@ -104,7 +104,7 @@ class TestPublisher(unittest.TestCase):
         site.start()
         self.addCleanup(site.stop)
         done = self.run_program("verify", "--url", site.address)
-        self.assertIn(b"no fault in 1 builds", done.stdout)
+        self.assertIn(b"no fault in 1 build,", done.stdout)
 
     def test_takes_the_root_of_a_drive(self):
         source, target = client(self.folder / "client", b""), self.folder / "target"
