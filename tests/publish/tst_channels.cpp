@@ -95,7 +95,7 @@ QStringList ChannelsTest::verifyChannel(const QString& channel)
 {
     const auto source = folderSource(m_fixture->content(), channel);
     VerifyReport report;
-    return verify(*source, {2, qint64(1) << 30}, m_fixture->progress, report);
+    return verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
 }
 
 void ChannelsTest::namesAreChecked_data()

@@ -34,7 +34,7 @@ QStringList verifyFixture(PublishFixture& fixture)
 {
     const auto source = folderSource(fixture.content());
     VerifyReport report;
-    return verify(*source, {2, qint64(1) << 30}, fixture.progress, report);
+    return verify(*source, {}, {2, qint64(1) << 30}, fixture.progress, report);
 }
 
 QStringList pruneFixture(PublishFixture& fixture, int keep, PruneReport& report)
@@ -57,7 +57,12 @@ private Q_SLOTS:
     void switchRefusesAVersionThatWasNeverCurrent();
     void switchAsksWhichOfSeveralPackages();
     void switchesTheLauncherAlone();
-    void switchesAllBuildsOrNone();
+    void switchFindsTheOnlyPlatformThatHasTheVersion();
+    void switchAsksWhichOfSeveralPlatforms();
+    void switchRefusesADamagedVersion_data();
+    void switchRefusesADamagedVersion();
+    void switchListsSomeFaultsAndCountsTheRest();
+    void switchRefusesAFileThatBecomesAFolder();
     void prunesDownToTheCurrentVersion();
     void keepsLatestBesidesTheCurrentOne();
     void keepsACurrentVersionThatIsOld();
@@ -69,6 +74,7 @@ private Q_SLOTS:
 
 private:
     QStringList publishLauncher(const QString& version);
+    void publishForArm(const QString& version);
 
     std::unique_ptr<PublishFixture> m_fixture;
 };
@@ -177,19 +183,113 @@ void MaintenanceTest::switchesTheLauncherAlone()
     QCOMPARE(versionOf(*m_fixture), u"4"_s);
 }
 
-void MaintenanceTest::switchesAllBuildsOrNone()
+void MaintenanceTest::publishForArm(const QString& version)
 {
-    PublishRequest request = m_fixture->request(u"4"_s);
-    const Platform other{u"windows"_s, u"arm64"_s};
-    request.platform = other;
+    PublishRequest request = m_fixture->request(version);
+    request.platform = {u"windows"_s, u"arm64"_s};
     QCOMPARE(m_fixture->run(request), QStringList());
-    const Files before = m_fixture->served();
-    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}).size(), 1);
-    QCOMPARE(m_fixture->served(), before);
-    QCOMPARE(switchVersion({m_fixture->content(), {}, Platform{u"windows"_s, u"x86_64"_s}, u"3"_s}),
-             QStringList());
+}
+
+void MaintenanceTest::switchFindsTheOnlyPlatformThatHasTheVersion()
+{
+    publishForArm(u"4"_s);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
     QCOMPARE(versionOf(*m_fixture), u"3"_s);
     QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    const Files served = m_fixture->served();
+    QVERIFY(served.value(addresses::metadata)
+                .contains("/launcher/packages/Quelra/4/windows-arm64/package.json"));
+}
+
+void MaintenanceTest::switchAsksWhichOfSeveralPlatforms()
+{
+    publishForArm(u"4"_s);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
+    const Files before = m_fixture->served();
+    const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"4"_s});
+    QCOMPARE(faults, QStringList(u"Quelra 4 has builds for windows x86_64, windows arm64; give one "
+                                 "as --os and --architecture"_s));
+    QCOMPARE(m_fixture->served(), before);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, Platform{u"windows"_s, u"x86_64"_s}, u"4"_s}),
+             QStringList());
+    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+}
+
+void MaintenanceTest::switchRefusesADamagedVersion_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("way");
+    QTest::addColumn<QString>("fault");
+    const QString command = u"; 'package --version 2' mends it"_s;
+    QTest::newRow("no document") << u"package.json"_s << u"remove"_s << command;
+    QTest::newRow("cut document") << u"package.json"_s << u"cut"_s << command;
+    QTest::newRow("no version text") << u"version.txt"_s << u"remove"_s << command;
+    QTest::newRow("other version text") << u"version.txt"_s << u"other"_s << command;
+    QTest::newRow("no packed file") << QString() << u"remove"_s << command;
+    QTest::newRow("cut packed file") << QString() << u"cut"_s << command;
+    QTest::newRow("empty packed file") << QString() << u"empty"_s << command;
+}
+
+void MaintenanceTest::switchRefusesADamagedVersion()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, way);
+    QFETCH(QString, fault);
+    const QString folder = u"/launcher/packages/Quelra/2/windows-x86_64/"_s;
+    QString path = m_fixture->content() + folder + name;
+    if (name.isEmpty()) {
+        const OrlPackageDoc doc = parsePackageDoc(testfiles::read(path + u"package.json"_s));
+        path = m_fixture->content() + addresses::packedFile(doc.files.first().packedhash);
+    }
+    const QByteArray good = testfiles::read(path);
+    if (way == u"remove"_s)
+        QVERIFY(QFile::remove(path));
+    else
+        testfiles::write(path, way == u"cut"_s     ? good.chopped(1)
+                               : way == u"empty"_s ? QByteArray()
+                                                   : QByteArray("7"));
+    const Files before = m_fixture->served();
+    const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"2"_s});
+    QCOMPARE(faults.size(), 2);
+    QVERIFY2(faults.first().contains(u"not made current"_s), qPrintable(faults.first()));
+    QVERIFY2(faults.last().endsWith(fault), qPrintable(faults.last()));
+    QCOMPARE(m_fixture->served(), before);
+    testfiles::write(path, good);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}), QStringList());
+}
+
+void MaintenanceTest::switchListsSomeFaultsAndCountsTheRest()
+{
+    Files files{{u"client"_s, "program"}};
+    for (int i = 0; i < 30; ++i)
+        files.insert(QString::number(i), "many " + QByteArray::number(i));
+    QCOMPARE(m_fixture->publishFiles(u"5"_s, files), QStringList());
+    QCOMPARE(m_fixture->publishFiles(u"6"_s, {{u"client"_s, "another"}}), QStringList());
+    const Files before = m_fixture->served();
+    for (auto file = before.begin(); file != before.end(); ++file) {
+        if (file.key().endsWith(u".lzma"_s))
+            QVERIFY(QFile::remove(m_fixture->content() + file.key()));
+    }
+    const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"5"_s});
+    QCOMPARE(faults.size(), 12);
+    QCOMPARE(faults.last(), u"and 21 more; 'verify --version 5' lists them all"_s);
+}
+
+// No publication makes such a change, but one of its versions may have come from elsewhere.
+void MaintenanceTest::switchRefusesAFileThatBecomesAFolder()
+{
+    QCOMPARE(m_fixture->publishFiles(u"5"_s, {{u"client"_s, "5"}, {u"free"_s, "5"}}),
+             QStringList());
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
+    const QString path =
+        m_fixture->content() + u"/launcher/packages/Quelra/5/windows-x86_64/package.json"_s;
+    testfiles::write(path, testfiles::read(path).replace("\"free\"", "\"own/free\""));
+    const Files before = m_fixture->served();
+    const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"5"_s});
+    QCOMPARE(faults.size(), 1);
+    QVERIFY2(faults.first().startsWith(u"own: a folder in version 5, but a file in version 4; "_s),
+             qPrintable(faults.first()));
+    QCOMPARE(m_fixture->served(), before);
 }
 
 void MaintenanceTest::prunesDownToTheCurrentVersion()

@@ -54,7 +54,7 @@ private:
         m_busy = true;
         m_state.requests.append(request);
         m_state.most = std::max(m_state.most, ++m_state.active);
-        answer(request.path);
+        answer(request);
     }
 
     static Request parse(const QByteArray& head)
@@ -73,8 +73,9 @@ private:
         return request;
     }
 
-    void answer(const QString& path)
+    void answer(const Request& request)
     {
+        const QString& path = request.path;
         // A hook may turn an event loop in which the connection comes to its end.
         const QPointer<Connection> guard(this);
         if (m_state.hook)
@@ -89,6 +90,8 @@ private:
         m_rest = m_answer.end == HttpAnswer::End::Normal
                      ? m_answer.body
                      : m_answer.body.first(std::min(m_answer.sentBytes, m_answer.body.size()));
+        if (request.method == "HEAD")
+            m_rest.clear();
         m_allQueued = false;
         m_socket->write(header());
         if (m_answer.dripBytes > 0)

@@ -42,7 +42,7 @@ public:
     /// The address of a path that begins with "/".
     [[nodiscard]] QUrl url(const QString& path) const;
 
-    /// What is answered for a path from now on; anything else gets a 404.
+    /// What is answered for a path from now on; anything else gets a 404. HEAD gets no body.
     void route(const QString& path, const HttpAnswer& answer);
     void route(const QString& path, const QByteArray& body);
     void removeRoute(const QString& path);

@@ -20,6 +20,16 @@ QJsonObject verifyObject(const VerifyReport& report)
     };
 }
 
+QString verifyLine(const VerifyReport& report, bool quick)
+{
+    const QString line =
+        QStringLiteral("no fault in %1, %2 of %3")
+            .arg(countText(report.builds, "build"), countText(report.files, "packed file"),
+                 sizeText(report.packedBytes));
+    return line + (quick ? QStringLiteral("; their contents were not read")
+                         : QStringLiteral(", %1 unpacked").arg(sizeText(report.unpackedBytes)));
+}
+
 QString pruneLine(const PruneReport& report, bool dryRun)
 {
     const qsizetype left = report.keptVersions.size();
@@ -78,11 +88,18 @@ int commands::verify(const QStringList& arguments)
                      {QStringLiteral("CONTENT")});
     line.addOption("url",
                    "Reads from the web server with this base address, as launchers do, instead of "
-                   "from a folder.",
+                   "from a folder, and checks the headers that caches go by.",
                    "BASE");
     line.addChannelOption(
         "Reads what the players in this channel get; with --url, the channel is a "
         "part of the address.");
+    line.addOption("version",
+                   "Checks the builds of this version, current or not, instead of what is current.",
+                   "VERSION");
+    line.addOption("all", "Checks every version that is there, current or not.");
+    line.addOption("quick",
+                   "Only looks whether packed files and pictures are there with their sizes, and "
+                   "reads the documents: for a check every minute.");
     line.addThreadOptions();
     line.replaceFirstArgumentBy("url");
     if (const auto code = line.parse(arguments))
@@ -92,6 +109,12 @@ int commands::verify(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("'%1' is not an http or https address").arg(url));
     if (line.isSet("url") && line.isSet("channel"))
         return line.wrongUsage(QStringLiteral("--url and --channel exclude each other"));
+    const VerifyOptions options{line.isSet("quick"), line.isSet("all"), line.value("version")};
+    if (options.all && line.isSet("version"))
+        return line.wrongUsage(QStringLiteral("--all and --version exclude each other"));
+    if ((options.all || line.isSet("version")) && line.isSet("channel"))
+        return line.wrongUsage(QStringLiteral("a channel has no versions of its own; leave "
+                                              "--channel out with --version and --all"));
     Console console(line.outputMode());
     if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
         return console.fail({QStringLiteral("%1: no such folder").arg(line.argument(0))});
@@ -100,14 +123,11 @@ int commands::verify(const QStringList& arguments)
     const auto source =
         line.isSet("url") ? webSource(url) : folderSource(line.argument(0), line.value("channel"));
     VerifyReport report;
-    const QStringList faults = ::verify(*source, line.packSettings().limits, console, report);
+    const QStringList faults =
+        ::verify(*source, options, line.packSettings().limits, console, report);
     if (!faults.isEmpty())
         return console.fail(faults, verifyObject(report));
-    return console.succeed(
-        {QStringLiteral("no fault in %1, %2 of %3, %4 unpacked")
-             .arg(countText(report.builds, "build"), countText(report.files, "packed file"),
-                  sizeText(report.packedBytes), sizeText(report.unpackedBytes))},
-        verifyObject(report));
+    return console.succeed({verifyLine(report, options.quick)}, verifyObject(report));
 }
 
 int commands::prune(const QStringList& arguments)

@@ -1,10 +1,16 @@
+#include "publish/ContentSource.h"
+
 #include "package/PackageClient.h"
+#include "package/SafeAddress.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/Verification.h"
 
+#include <QEventLoop>
 #include <QFile>
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
 #include <QUrl>
 
 namespace {
@@ -33,7 +39,7 @@ public:
         const QString path = servedPath(address);
         if (path.isEmpty()) {
             if (error)
-                *error = QStringLiteral("the address leads elsewhere");
+                *error = leadsElsewhere();
             return {};
         }
         QFile file(m_tree.path(path));
@@ -46,9 +52,28 @@ public:
         return {};
     }
 
-    bool isParallel() const override { return true; }
+    void look(const QStringList& addresses, const Found& found) override
+    {
+        for (qsizetype i = 0; i < addresses.size(); ++i)
+            found(i, presenceOf(servedPath(addresses.at(i))));
+    }
+
+    bool isServer() const override { return false; }
 
 private:
+    static QString leadsElsewhere() { return QStringLiteral("the address leads elsewhere"); }
+
+    [[nodiscard]] Presence presenceOf(const QString& path) const
+    {
+        const QFileInfo file(m_tree.path(path));
+        if (path.isEmpty())
+            return {leadsElsewhere()};
+        if (!file.exists())
+            return {QStringLiteral("there is no such file")};
+        return file.isFile() ? Presence{{}, file.size()}
+                             : Presence{QStringLiteral("it is not a file")};
+    }
+
     // What a server would be asked for: absolute addresses move to it by the launcher's rule.
     [[nodiscard]] QString servedPath(const QString& address) const
     {
@@ -66,6 +91,19 @@ private:
     PackageClient m_client{nullptr};
 };
 
+Presence presenceOf(const QNetworkReply& reply)
+{
+    if (reply.error() != QNetworkReply::NoError)
+        return {reply.errorString()};
+    bool isNumber = false;
+    const qint64 size = reply.rawHeader("Content-Length").toLongLong(&isNumber);
+    return {{},
+            isNumber ? size : -1,
+            reply.rawHeader("Cache-Control"),
+            reply.rawHeader("Content-Type"),
+            reply.rawHeader("Content-Encoding")};
+}
+
 class WebSource : public ContentSource
 {
 public:
@@ -77,10 +115,53 @@ public:
                                    transferlimits::packed);
     }
 
-    bool isParallel() const override { return false; }
+    void look(const QStringList& addresses, const Found& found) override
+    {
+        QEventLoop loop;
+        qsizetype next = 0;
+        int running = 0;
+        const std::function<void()> askMore = [&] {
+            for (; running < mostAtOnce && next < addresses.size(); ++next) {
+                QNetworkReply* reply = ask(addresses.at(next));
+                ++running;
+                const auto ended = [&, index = next, reply] {
+                    found(index, presenceOf(*reply));
+                    reply->deleteLater();
+                    --running;
+                    askMore();
+                    if (running == 0)
+                        loop.quit();
+                };
+                QObject::connect(reply, &QNetworkReply::finished, &loop, ended);
+            }
+        };
+        askMore();
+        if (running > 0)
+            loop.exec();
+    }
+
+    bool isServer() const override { return true; }
 
 private:
+    // Qt opens six connections to a host; what waits for them fills the gaps.
+    static constexpr int mostAtOnce = 12;
+    static constexpr int patienceMs = 30'000;
+
+    // The answer's header alone. What has to be unpacked on the way has no size to go by.
+    QNetworkReply* ask(const QString& address)
+    {
+        const QUrl url = m_client.resolveUrl(QUrl(m_client.baseUrl(), QUrl::TolerantMode),
+                                             requested(m_client.baseUrl(), address).toString());
+        QNetworkRequest request(leadsToAnotherMachine(url) ? QUrl() : url);
+        request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                             QNetworkRequest::NoLessSafeRedirectPolicy);
+        request.setRawHeader("Accept-Encoding", "identity");
+        request.setTransferTimeout(patienceMs);
+        return m_network.head(request);
+    }
+
     PackageClient m_client{nullptr};
+    QNetworkAccessManager m_network;
 };
 
 } // namespace

@@ -15,7 +15,7 @@ struct SwitchRequest
     QString content;
     /// Nothing: the only package that there is.
     std::optional<Product> product;
-    /// Nothing: every build of the product.
+    /// Nothing: the only platform that has the version.
     std::optional<Platform> platform;
     QString version;
     /// The channel whose players get the version; empty for those in none.
@@ -24,7 +24,8 @@ struct SwitchRequest
 
 /// Points the metadata at a version that was published before and is still there, in one step.
 /// Other things in the metadata stay, and so does the version's place in the order of publication.
-/// Returns the faults.
+/// Nothing changes when the version's documents or packed files are not all there with their sizes,
+/// or when it has a file where the present one has a folder, or the reverse. Returns the faults.
 [[nodiscard]] QStringList switchVersion(const SwitchRequest& request);
 
 /// What to take away again.

@@ -58,15 +58,16 @@ QString faultText(const QString& path, bool isFolder, const QString& version, co
     return (isFolder ? QStringLiteral("%1: a folder in version %2, but a file in version %3")
                      : QStringLiteral("%1: a file in version %2, but a folder in version %3"))
                .arg(path, version, old) +
-           QStringLiteral("; players who have the old one could never install the new one over it. "
-                          "Give it another name");
+           QStringLiteral(
+               "; players who have the old one could never install the new one over it. ");
 }
 
 } // namespace
 
 QStringList pathChangeFaults(const ContentFolder& tree, const Product& product,
                              const Platform& platform, const QStringList& oldVersions,
-                             const QString& version, const QStringList& paths)
+                             const QString& version, const QStringList& paths,
+                             const QString& advice)
 {
     const PathSet fresh(paths);
     QSet<QString> changed;
@@ -80,7 +81,7 @@ QStringList pathChangeFaults(const ContentFolder& tree, const Product& product,
             if (path.isEmpty() || changed.contains(path))
                 continue;
             changed.insert(path);
-            faults.append(faultText(path, !nowFolder.isEmpty(), version, old));
+            faults.append(faultText(path, !nowFolder.isEmpty(), version, old) + advice);
         }
     }
     faults.sort();

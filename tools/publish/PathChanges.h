@@ -10,7 +10,8 @@ class ContentFolder;
 /// or the reverse. Launchers never remove anything of an older version, so a player who has one
 /// could not install the new one, nor anything later. The old versions come oldest first; of
 /// several the latest is named. Case does not count, as on the players' disks. Versions whose
-/// documents cannot be read are passed over.
+/// documents cannot be read are passed over. `advice` ends each line.
 [[nodiscard]] QStringList pathChangeFaults(const ContentFolder& tree, const Product& product,
                                            const Platform& platform, const QStringList& oldVersions,
-                                           const QString& version, const QStringList& paths);
+                                           const QString& version, const QStringList& paths,
+                                           const QString& advice);

@@ -132,8 +132,9 @@ private:
         QStringList paths;
         for (const InputFile& file : std::as_const(m_all))
             paths.append(file.localfile);
-        m_faults = pathChangeFaults(m_tree, m_request.product, m_request.platform, versions,
-                                    m_request.version, paths);
+        m_faults =
+            pathChangeFaults(m_tree, m_request.product, m_request.platform, versions,
+                             m_request.version, paths, QStringLiteral("Give it another name"));
         return m_faults.isEmpty();
     }
 

@@ -1,12 +1,24 @@
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
+#include "publish/Comparison.h"
 #include "publish/ContentFolder.h"
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
-
-#include <algorithm>
+#include "publish/PathChanges.h"
+#include "publish/Progress.h"
+#include "publish/Verification.h"
 
 namespace {
+
+// Looking at the files of one version is done in a moment.
+class SilentProgress : public Progress
+{
+public:
+    void begin(const QString&, qint64, qint64) override {}
+    void advance(qint64, qint64) override {}
+    void end() override {}
+    void warn(const QString&) override {}
+};
 
 bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata, Product& product,
                  QString* error)
@@ -21,45 +33,105 @@ bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata,
     QList<Product> packages = metadata.products();
     packages.removeIf([](const Product& candidate) { return candidate.isLauncher; });
     if (packages.size() != 1) {
-        *error = packages.isEmpty() ? QStringLiteral("no package was published")
-                                    : QStringLiteral("there are several packages; name one");
+        QStringList names;
+        for (const Product& package : std::as_const(packages))
+            names.append(package.directory);
+        *error = packages.isEmpty()
+                     ? QStringLiteral("no package was published")
+                     : QStringLiteral("there are several packages: %1; give one as --directory")
+                           .arg(names.join(QLatin1StringView(", ")));
         return false;
     }
     product = packages.first();
     return true;
 }
 
-// Every build that is current, and those of the version that have never been.
-QList<Platform> platformsOf(const ContentFolder& tree, const MetadataDocument& published,
-                            const MetadataDocument& metadata, const Product& product,
-                            const QString& version)
+QString platformName(const Platform& platform)
 {
-    QList<Platform> found = metadata.platforms(product);
-    for (const Platform& platform : published.publishedPlatforms(product)) {
-        const QString folder = product.versionFolder(version) + platform.folderName();
-        if (!found.contains(platform) && tree.exists(folder + addresses::packageDocument))
-            found.append(platform);
-    }
-    return found;
+    return platform.os + u' ' + platform.architecture;
 }
 
-bool canSwitch(const ContentFolder& tree, const QStringList& history, const QList<Platform>& known,
-               const Product& product, const Platform& platform, const QString& version,
-               QString* error)
+// Whatever is left of the version there: what is missing is told when it is looked at.
+bool hasVersion(const ContentFolder& tree, const Product& product, const QString& version,
+                const Platform& platform)
 {
-    const QString folder = product.versionFolder(version) + platform.folderName();
-    if (!known.contains(platform)) {
-        *error = QStringLiteral("%1 has no build for %2 %3")
-                     .arg(product.label(), platform.os, platform.architecture);
-        return false;
+    return tree.exists(product.versionFolder(version) + platform.folderName());
+}
+
+// The only platform that has the version, unless one is asked for.
+std::optional<Platform> findPlatform(const ContentFolder& tree, const SwitchRequest& request,
+                                     const MetadataDocument& published, const Product& product,
+                                     QString* error)
+{
+    const QStringList history = published.history(product);
+    const QList<Platform> known = published.publishedPlatforms(product);
+    if (request.platform && !known.contains(*request.platform)) {
+        *error = QStringLiteral("%1 has no build for %2")
+                     .arg(product.label(), platformName(*request.platform));
+        return std::nullopt;
     }
-    if (!tree.exists(folder + addresses::packageDocument) || !history.contains(version)) {
-        *error = QStringLiteral("%1 has no version %2 for %3 %4; there are: %5")
-                     .arg(product.label(), version, platform.os, platform.architecture,
-                          history.join(QLatin1StringView(", ")));
-        return false;
+    QList<Platform> having;
+    QStringList names;
+    for (const Platform& platform : known) {
+        if (history.contains(request.version) && request.platform.value_or(platform) == platform &&
+            hasVersion(tree, product, request.version, platform)) {
+            having.append(platform);
+            names.append(platformName(platform));
+        }
     }
-    return true;
+    if (having.size() == 1)
+        return having.first();
+    const QString where =
+        request.platform ? QLatin1StringView(" for ") + platformName(*request.platform) : QString();
+    *error = having.isEmpty()
+                 ? QStringLiteral("%1 has no version %2%3; there are: %4")
+                       .arg(product.label(), request.version, where,
+                            history.join(QLatin1StringView(", ")))
+                 : QStringLiteral("%1 %2 has builds for %3; give one as --os and --architecture")
+                       .arg(product.label(), request.version, names.join(QLatin1StringView(", ")));
+    return std::nullopt;
+}
+
+// Players would have it as soon as it is current, so it is looked at first.
+QStringList versionFaults(const SwitchRequest& request, const Product& product,
+                          const Platform& platform)
+{
+    const auto source = folderSource(request.content);
+    SilentProgress progress;
+    VerifyReport report;
+    QStringList faults =
+        verify(*source, {true, false, request.version, product, platform}, {}, progress, report);
+    constexpr qsizetype most = 10;
+    if (faults.size() > most) {
+        const qsizetype others = faults.size() - most;
+        faults = faults.first(most);
+        faults.append(QStringLiteral("and %1 more; 'verify --version %2' lists them all")
+                          .arg(others)
+                          .arg(request.version));
+    }
+    if (!faults.isEmpty())
+        faults.prepend(
+            QStringLiteral("version %1 is damaged and was not made current").arg(request.version));
+    return faults;
+}
+
+// A launcher makes no folder where a file is, nor the reverse.
+QStringList pathFaultsOver(const ContentFolder& tree, const SwitchRequest& request,
+                           const MetadataDocument& published, const Product& product,
+                           const Platform& platform, const QString& currentDocument)
+{
+    const QString current = addresses::onServer(currentDocument);
+    for (const QString& version : published.history(product)) {
+        if (version == request.version || !current.startsWith(product.versionFolder(version)))
+            continue;
+        QStringList paths;
+        for (const OrlFile& file :
+             publishedFiles(tree, product.versionFolder(request.version) + platform.folderName()))
+            paths.append(file.localfile);
+        return pathChangeFaults(tree, product, platform, {version}, request.version, paths,
+                                QStringLiteral("Publish it under another name, in a new version"));
+    }
+    return {};
 }
 
 bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product& product,
@@ -71,7 +143,7 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
     if (!assetsidentity::provide(tree, folder, assetsidentity::servedAt(tree, old.assetsVersion),
                                  identity, error))
         return false;
-    // It goes on standing there.
+    // Present addresses go on beginning as they do.
     const QString prefix = addresses::prefixOf(old.document);
     metadata.setBuild(product, platform,
                       {prefix + folder + addresses::packageDocument,
@@ -81,41 +153,32 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
     return true;
 }
 
-bool switchAll(ContentFolder& tree, const SwitchRequest& request, QString* error)
+QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
 {
-    const auto published = channels::read(tree, QString(), error);
-    auto metadata = channels::read(tree, request.channel, error);
+    QString error;
+    const auto published = channels::read(tree, QString(), &error);
+    auto metadata = channels::read(tree, request.channel, &error);
     Product product;
-    if (!published || !metadata || !findProduct(request, *published, product, error))
-        return false;
+    if (!published || !metadata || !findProduct(request, *published, product, &error))
+        return {error};
     metadata->addProductOf(*published, product);
-    const QList<Platform> known =
-        platformsOf(tree, *published, *metadata, product, request.version);
-    const QStringList history = published->history(product);
-    if (known.isEmpty() && !request.platform) {
-        *error = QStringLiteral("%1 has no version %2; there are: %3")
-                     .arg(product.label(), request.version, history.join(QLatin1StringView(", ")));
-        return false;
-    }
-    const QList<Platform> platforms = request.platform ? QList{*request.platform} : known;
-    const auto forAll = [&platforms](const auto& step) {
-        return std::all_of(platforms.begin(), platforms.end(), step);
-    };
-    // All builds or none: nothing is written before each of them has been looked at.
-    const bool done =
-        forAll([&](const Platform& platform) {
-            return canSwitch(tree, history, known, product, platform, request.version, error);
-        }) &&
-        forAll([&](const Platform& platform) {
-            return switchBuild(tree, *metadata, product, platform, request.version, error);
-        });
-    if (!done)
-        return false;
+    const auto platform = findPlatform(tree, request, *published, product, &error);
+    if (!platform)
+        return {error};
+    QStringList faults = versionFaults(request, product, *platform);
+    if (faults.isEmpty())
+        faults = pathFaultsOver(tree, request, *published, product, *platform,
+                                metadata->build(product, *platform).document);
+    if (!faults.isEmpty())
+        return faults;
+    if (!switchBuild(tree, *metadata, product, *platform, request.version, &error))
+        return {error};
     if (tree.exists(channels::hints(request.channel)) && !request.channel.isEmpty())
         metadata->setHints(channels::hintsInMetadata(QString(), request.channel));
     const QString address = channels::metadata(request.channel);
     const QByteArray bytes = metadata->bytes();
-    return bytes == tree.read(address) || tree.replace(address, bytes, error);
+    const bool done = bytes == tree.read(address) || tree.replace(address, bytes, &error);
+    return done ? QStringList() : QStringList(error);
 }
 
 } // namespace
@@ -126,6 +189,5 @@ QStringList switchVersion(const SwitchRequest& request)
     if (!tree.exists(addresses::metadata))
         return {QStringLiteral("%1: nothing is published here").arg(request.content)};
     QString error;
-    return tree.openForWriting(&error) && switchAll(tree, request, &error) ? QStringList()
-                                                                           : QStringList(error);
+    return tree.openForWriting(&error) ? switchInTree(tree, request) : QStringList(error);
 }

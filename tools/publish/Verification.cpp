@@ -1,88 +1,87 @@
 #include "publish/Verification.h"
 
-#include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
 #include "package/Sizes.h"
 #include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
-#include "publish/HintsPublication.h"
 #include "publish/InputFolder.h"
-#include "publish/Progress.h"
 #include "publish/VerifyFile.h"
+#include "publish/VerifyHints.h"
+#include "publish/VerifyRun.h"
 
 #include <QSet>
 
 #include <algorithm>
-#include <mutex>
+#include <optional>
 
 namespace {
-
-bool isPlainAddress(const QString& address)
-{
-    return std::all_of(address.begin(), address.end(), [](QChar character) {
-        return character.unicode() > 0x20 && character.unicode() < 0x7f && character != u'%' &&
-               character != u'#' && character != u'?';
-    });
-}
 
 class Verifier
 {
 public:
-    Verifier(ContentSource& source, Progress& progress, VerifyReport& report)
-        : m_source(source)
+    Verifier(ContentSource& source, const VerifyOptions& options, const JobLimits& limits,
+             Progress& progress, VerifyReport& report)
+        : m_run(source)
+        , m_options(options)
+        , m_limits(limits)
         , m_progress(progress)
         , m_report(report)
     {}
 
-    QStringList run(const JobLimits& limits)
+    QStringList run()
     {
-        const auto metadata = readMetadata();
-        if (!metadata)
-            return m_faults;
-        for (const LauncherPackage& package : metadata->packages)
-            checkPackage(package, &package == &metadata->packages.first());
-        for (const LauncherBuild& build : metadata->launcherBuilds)
-            checkBuild(build, QStringLiteral("launcher"), QStringLiteral("self-update"));
-        if (!metadata->hints.isEmpty())
-            checkHintsDocument();
-        checkFiles(limits);
-        return m_faults;
+        if (!readMetadata())
+            return m_run.faults();
+        if (m_options.version.isEmpty())
+            checkCurrent();
+        if (m_options.all || !m_options.version.isEmpty())
+            checkPublished();
+        checkFiles();
+        return m_run.faults();
     }
 
 private:
-    void addFault(const QString& where, const QString& what)
+    bool readMetadata()
     {
-        m_faults.append(where + QLatin1StringView(": ") + what);
-    }
-
-    QByteArray fetch(const QString& where, const QString& address)
-    {
-        if (!isPlainAddress(address))
-            addFault(where, QStringLiteral("the address %1 is not plain").arg(address));
         QString error;
-        const QByteArray body = m_source.fetch(address, &error);
-        if (body.isEmpty())
-            addFault(where,
-                     QStringLiteral("%1 cannot be read: %2")
-                         .arg(address, error.isEmpty() ? QStringLiteral("it is empty") : error));
-        return body;
+        const QByteArray bytes = m_run.source().fetch(addresses::metadata, &error);
+        bool isDocument = false;
+        m_current = readLauncherMetadata(bytes, nullptr, &isDocument);
+        const auto published = MetadataDocument::read(bytes, nullptr);
+        if (!isDocument || !published) {
+            addMetadataFault(bytes.isEmpty() ? error : QStringLiteral("not a JSON object"));
+            return false;
+        }
+        m_published = *published;
+        if (m_current.packages.isEmpty())
+            m_run.addFault(QStringLiteral("launcher metadata"),
+                           QStringLiteral("there is no package in it"), QStringLiteral("package"));
+        return true;
     }
 
-    std::optional<LauncherMetadata> readMetadata()
+    void addMetadataFault(const QString& reason)
     {
         const QString where = QStringLiteral("launcher metadata");
-        const QByteArray bytes = fetch(where, addresses::metadata);
-        if (bytes.isEmpty())
-            return std::nullopt;
-        bool isDocument = false;
-        LauncherMetadata metadata = readLauncherMetadata(bytes, nullptr, &isDocument);
-        if (!isDocument) {
-            addFault(where, QStringLiteral("not a JSON object"));
-            return std::nullopt;
-        }
-        if (metadata.packages.isEmpty())
-            addFault(where, QStringLiteral("there is no package in it"));
-        return metadata;
+        const QString fault = QStringLiteral("%1 cannot be read: %2")
+                                  .arg(addresses::metadata,
+                                       reason.isEmpty() ? QStringLiteral("it is empty") : reason);
+        // Nothing else knows what is current, or in which order versions were published.
+        if (m_run.source().isServer())
+            m_run.addFault(where, fault, {});
+        else
+            m_run.addLine(where + QLatin1StringView(": ") + fault +
+                          QLatin1StringView("; restore it from a backup"));
+    }
+
+    void checkCurrent()
+    {
+        for (const LauncherPackage& package : std::as_const(m_current.packages))
+            checkPackage(package, &package == &m_current.packages.first());
+        for (const LauncherBuild& build : std::as_const(m_current.launcherBuilds))
+            checkBuild(currentBuild(build, {true, {}}, m_published), QStringLiteral("self-update"),
+                       {});
+        if (!m_current.hints.isEmpty())
+            verifyHints(m_run, m_options.quick);
     }
 
     void checkPackage(const LauncherPackage& package, bool isFirst)
@@ -92,44 +91,90 @@ private:
             return;
         const QString folder = package.folderName();
         const QString fault = directoryFault(folder);
+        const QString command = QStringLiteral("package");
         if (!fault.isEmpty())
-            addFault(folder, fault);
+            m_run.addFault(folder, fault, command);
         if (!selectBuild(package.builds, PackageClient::currentOs(),
                          PackageClient::currentArchitecture()))
-            addFault(folder, QStringLiteral("there is no build for the players' system"));
+            m_run.addFault(folder, QStringLiteral("there is no build for the players' system"),
+                           command);
         for (const LauncherBuild& build : package.builds)
-            checkBuild(build, folder, folder);
+            checkBuild(currentBuild(build, {false, folder}, m_published), folder, {});
     }
 
-    void checkBuild(const LauncherBuild& build, const QString& product, const QString& folder)
+    // What is current has been looked at already when everything is asked for.
+    void checkPublished()
     {
+        QStringList missing;
+        const QList<BuildToVerify> builds =
+            publishedBuilds(m_published, m_options, m_run.source(), missing);
+        for (const QString& fault : missing)
+            m_run.addLine(fault);
+        for (const BuildToVerify& build : builds) {
+            if (!m_seenDocuments.contains(addresses::onServer(build.build.url.toString())))
+                checkBuild(build,
+                           build.product.isLauncher ? QStringLiteral("self-update")
+                                                    : build.product.directory,
+                           QLatin1Char(' ') + build.version);
+        }
+    }
+
+    // `folder` is that on the player's machine; `version` stands in the faults of what is not
+    // current.
+    void checkBuild(const BuildToVerify& wanted, const QString& folder, const QString& version)
+    {
+        const LauncherBuild& build = wanted.build;
         ++m_report.builds;
-        const QString where =
-            QStringLiteral("%1 (%2 %3)").arg(product, build.os, build.architecture);
+        m_seenDocuments.insert(addresses::onServer(build.url.toString()));
+        const QString product =
+            wanted.product.isLauncher ? QStringLiteral("launcher") : wanted.product.directory;
+        const Place place{
+            QStringLiteral("%1%2 (%3 %4)").arg(product, version, build.os, build.architecture),
+            publishingCommand(wanted)};
+        const auto doc = readDocument(build, place);
+        if (!doc)
+            return;
+        const QList<OrlFile> assets = readAssets(build, place);
+        checkPaths(doc->files + assets, place, folder);
+        collect(doc->files, build.url, place);
+        collect(assets, build.assetsurl, place);
+    }
+
+    /// What the faults of a build begin with, and what mends them.
+    struct Place
+    {
+        QString where;
+        QString command;
+    };
+
+    std::optional<OrlPackageDoc> readDocument(const LauncherBuild& build, const Place& place)
+    {
+        const auto& [where, command] = place;
+        const QString address = build.url.toString();
         const QString version =
-            QString::fromUtf8(fetch(where, build.versionurl.toString())).trimmed();
-        const QByteArray bytes = fetch(where, build.url.toString());
+            QString::fromUtf8(m_run.fetch(where, build.versionurl.toString(), command)).trimmed();
+        const QByteArray bytes = m_run.fetch(where, address, command);
         if (bytes.isEmpty())
-            return;
+            return std::nullopt;
         QString error;
-        const OrlPackageDoc doc = parsePackageDoc(bytes, &error);
+        OrlPackageDoc doc = parsePackageDoc(bytes, &error);
         if (!error.isEmpty() || doc.files.isEmpty()) {
-            addFault(
-                where,
-                QStringLiteral("%1 is no package document with files").arg(build.url.toString()));
-            return;
+            m_run.addFault(where,
+                           QStringLiteral("%1 is no package document with files").arg(address),
+                           command);
+            return std::nullopt;
         }
         if (!version.isEmpty() && version != doc.version)
-            addFault(where, QStringLiteral("the version text is '%1' but the document is of '%2'")
-                                .arg(version, doc.version));
+            m_run.addFault(where,
+                           QStringLiteral("the version text is '%1' but the document is of '%2'")
+                               .arg(version, doc.version),
+                           command);
         if (!hasFile(doc.files, doc.executable))
-            addFault(
+            m_run.addFault(
                 where,
-                QStringLiteral("the executable '%1' is not among the files").arg(doc.executable));
-        const QList<OrlFile> assets = readAssets(build, where);
-        checkPaths(doc.files + assets, where, folder);
-        collect(doc.files, build.url, where);
-        collect(assets, build.assetsurl, where);
+                QStringLiteral("the executable '%1' is not among the files").arg(doc.executable),
+                command);
+        return doc;
     }
 
     static bool hasFile(const QList<OrlFile>& files, const QString& path)
@@ -138,37 +183,47 @@ private:
                            [&path](const OrlFile& file) { return file.localfile == path; });
     }
 
-    QList<OrlFile> readAssets(const LauncherBuild& build, const QString& where)
+    QList<OrlFile> readAssets(const LauncherBuild& build, const Place& place)
     {
+        const auto& [where, command] = place;
         if (build.assetsurl.isEmpty())
             return {};
-        const QByteArray list = fetch(where, build.assetsurl.toString());
+        const QByteArray list = m_run.fetch(where, build.assetsurl.toString(), command);
         const QString identity =
-            QString::fromUtf8(fetch(where, build.assetsversionurl.toString())).trimmed();
+            build.assetsversionurl.isEmpty()
+                ? QString()
+                : QString::fromUtf8(m_run.fetch(where, build.assetsversionurl.toString(), command))
+                      .trimmed();
         if (list.isEmpty())
             return {};
         QString error;
         const QList<OrlFile> files = parseAssetList(list, &error);
-        if (!error.isEmpty())
-            addFault(where, QStringLiteral("%1 is no asset list").arg(build.assetsurl.toString()));
+        if (!error.isEmpty()) {
+            m_run.addFault(where,
+                           QStringLiteral("%1 is no asset list").arg(build.assetsurl.toString()),
+                           command);
+            return {};
+        }
         // Launchers take any text, but only the hash shows a list that came without its identity.
         if (!identity.isEmpty() && !assetsidentity::belongsTo(identity, list))
-            addFault(where, QStringLiteral("%1 belongs to another asset list")
-                                .arg(build.assetsversionurl.toString()));
+            m_run.addFault(where,
+                           QStringLiteral("%1 belongs to another asset list")
+                               .arg(build.assetsversionurl.toString()),
+                           command);
         return files;
     }
 
-    void checkPaths(const QList<OrlFile>& files, const QString& where, const QString& folder)
+    void checkPaths(const QList<OrlFile>& files, const Place& place, const QString& folder)
     {
         QStringList paths;
         for (const OrlFile& file : files)
             paths.append(file.localfile);
         for (const QString& fault : pathFaults(paths, folder))
-            addFault(where, fault);
+            m_run.addFault(place.where, fault, place.command);
     }
 
     // Takes the files for reading, each packed file once.
-    void collect(const QList<OrlFile>& files, const QUrl& document, const QString& where)
+    void collect(const QList<OrlFile>& files, const QUrl& document, const Place& place)
     {
         const QUrl base = document.adjusted(QUrl::RemoveFilename);
         for (const OrlFile& file : files) {
@@ -181,94 +236,64 @@ private:
             if (m_seen.contains(key))
                 continue;
             m_seen.insert(key);
-            if (!isPlainAddress(address))
-                addFault(
-                    where,
-                    QStringLiteral("%1: the address %2 is not plain").arg(file.localfile, address));
-            m_files.append({file, address, where});
+            m_run.checkPlain(place.where + QLatin1StringView(": ") + file.localfile, address,
+                             place.command);
+            m_files.append({file, address, place.where, place.command});
         }
     }
 
-    void checkHintsDocument()
+    void checkFiles()
     {
-        const QString where = QStringLiteral("hints");
-        const QByteArray bytes = fetch(where, addresses::hints);
-        if (bytes.isEmpty())
-            return;
-        QStringList pictures;
-        for (const QString& fault : checkHints(bytes, pictures, nullptr))
-            addFault(where, fault);
-        for (const QString& picture : std::as_const(pictures)) {
-            const QByteArray body = fetch(where, addresses::images + picture);
-            if (!body.isEmpty() && !looksLikePicture(body))
-                addFault(where, QStringLiteral("%1%2 is not a PNG, JPEG or GIF picture")
-                                    .arg(addresses::images, picture));
-        }
-    }
-
-    struct WantedFile
-    {
-        OrlFile file;
-        QString address;
-        QString where;
-    };
-
-    // Documents may say anything; what is wrong with a file's sizes is told when it is checked.
-    static qint64 packedSize(const WantedFile& wanted)
-    {
-        return std::max<qint64>(wanted.file.packedsize, 0);
-    }
-    static qint64 unpackedSize(const WantedFile& wanted)
-    {
-        return std::max<qint64>(wanted.file.unpackedsize, 0);
-    }
-
-    void checkFiles(JobLimits limits)
-    {
-        if (!m_source.isParallel())
-            limits.threads = 1;
+        QStringList wantedAddresses;
         for (const WantedFile& wanted : std::as_const(m_files)) {
             ++m_report.files;
             m_report.packedBytes = addSizes(m_report.packedBytes, packedSize(wanted));
             m_report.unpackedBytes = addSizes(m_report.unpackedBytes, unpackedSize(wanted));
+            wantedAddresses.append(wanted.address);
         }
-        m_progress.begin(QStringLiteral("Verifying"), m_report.packedBytes, m_report.files);
-        std::mutex mutex;
-        QStringList faults;
-        std::vector<Job> jobs;
-        for (const WantedFile& wanted : std::as_const(m_files)) {
-            const qint64 memory =
-                std::min(addSizes(packedSize(wanted), unpackedSize(wanted)), limits.memory);
-            jobs.push_back(
-                {memory, [this, &wanted, &mutex, &faults](QString*) {
-                     const QString fault = packedFileFault(m_source, wanted.address, wanted.file);
-                     m_progress.advance(packedSize(wanted), 1);
-                     const std::lock_guard lock(mutex);
-                     if (!fault.isEmpty())
-                         faults.append(wanted.where + QLatin1StringView(": ") +
-                                       wanted.file.localfile + QLatin1StringView(": ") + fault);
-                     return true;
-                 }});
-        }
-        if (!runJobs(jobs, limits, nullptr))
-            faults.append(QStringLiteral("verifying failed"));
-        m_progress.end();
-        faults.sort();
-        m_faults += faults;
+        const QList<FileFault> faults =
+            m_options.quick ? presenceFaults(m_run, m_files, m_progress)
+                            : contentFaults(m_run.source(), m_files, m_limits, m_progress);
+        const qsizetype others = m_run.faults().size();
+        for (qsizetype i = 0; i < m_files.size(); ++i)
+            addFileFault(m_files.at(i), faults.at(i));
+        m_run.sortBehind(others);
+        m_run.checkServing(QStringList(addresses::metadata) +
+                           (m_options.quick ? QStringList() : wantedAddresses));
     }
 
-    ContentSource& m_source;
+    void addFileFault(const WantedFile& wanted, const FileFault& fault)
+    {
+        const QString where = wanted.where + QLatin1StringView(": ") + wanted.file.localfile;
+        if (fault.text.isEmpty())
+            return;
+        if (fault.mending == Mending::NewVersion)
+            m_run.addLine(where + QLatin1StringView(": ") + fault.text +
+                          QLatin1StringView("; publish its files as a new version"));
+        else
+            m_run.addFault(where, fault.text,
+                           fault.mending == Mending::PublishReread
+                               ? wanted.command + QLatin1StringView(" --reread")
+                               : wanted.command);
+    }
+
+    VerifyRun m_run;
+    const VerifyOptions& m_options;
+    JobLimits m_limits;
     Progress& m_progress;
     VerifyReport& m_report;
-    QStringList m_faults;
+    LauncherMetadata m_current;
+    MetadataDocument m_published;
+    // Documents of builds, as they lie on the server.
+    QSet<QString> m_seenDocuments;
     QSet<QString> m_seen;
     QList<WantedFile> m_files;
 };
 
 } // namespace
 
-QStringList verify(ContentSource& source, const JobLimits& limits, Progress& progress,
-                   VerifyReport& report)
+QStringList verify(ContentSource& source, const VerifyOptions& options, const JobLimits& limits,
+                   Progress& progress, VerifyReport& report)
 {
-    return Verifier(source, progress, report).run(limits);
+    return Verifier(source, options, limits, progress, report).run();
 }

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "package/LauncherMetadata.h"
+#include "publish/MetadataDocument.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class ContentSource;
+
+/// What to verify, and how thoroughly.
+struct VerifyOptions
+{
+    /// Packed files and pictures need only be there and have the right sizes. Documents are read.
+    bool quick = false;
+    /// What is not current, too.
+    bool all = false;
+    /// Only this version; empty for what is current.
+    QString version = {};
+    /// Narrow `version` to one product or platform.
+    std::optional<Product> product = {};
+    std::optional<Platform> platform = {};
+};
+
+/// A build to verify.
+struct BuildToVerify
+{
+    /// Its asset identity has no address when the build is not current: it gets another one when it
+    /// becomes so.
+    LauncherBuild build;
+    Product product;
+    /// Empty when nothing tells it.
+    QString version;
+};
+
+/// A build that the metadata calls current.
+[[nodiscard]] BuildToVerify currentBuild(const LauncherBuild& build, const Product& product,
+                                         const MetadataDocument& metadata);
+
+/// The published builds that `options` asks for besides those that are current, of each version in
+/// the order of publication. Adds a line to `faults` for each version that is not there.
+[[nodiscard]] QList<BuildToVerify> publishedBuilds(const MetadataDocument& metadata,
+                                                   const VerifyOptions& options,
+                                                   ContentSource& source, QStringList& faults);
+
+/// The command that publishes the build again, without its arguments.
+[[nodiscard]] QString publishingCommand(const BuildToVerify& build);
