@@ -51,6 +51,14 @@ class Server(publishkit.PublishTest):
                              "public, max-age=31536000, immutable", address)
             self.assertEqual(body, self.file(address))
 
+    def test_verify_agrees_and_quick_leaves_the_packed_files_where_they_are(self):
+        publishkit.run("verify", "--url", self.site.address)
+        self.site.forget_requests()
+        publishkit.run("verify", "--url", self.site.address, "--quick", "--all")
+        lines = (self.site.server / "access.log").read_text().splitlines()
+        packed = [line.split()[3] for line in lines if line.endswith(".lzma")]
+        self.assertEqual(packed, ["HEAD"] * 32)
+
     def test_what_changes_in_place_is_asked_for_again(self):
         for address in ("/launcher/quelrametadata.json", "/hints.json"):
             answer, body = self.ask(address)

@@ -108,7 +108,7 @@ QStringList RemoveTest::verify()
 {
     const auto source = folderSource(m_fixture->content());
     VerifyReport report;
-    return ::verify(*source, {2, qint64(1) << 30}, m_fixture->progress, report);
+    return ::verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
 }
 
 void RemoveTest::takesAMistypedBuildAway()
@@ -183,7 +183,8 @@ void RemoveTest::takesItFromChannelsToo()
     QVERIFY(!m_fixture->served().value(addresses::metadata).contains("Windows"));
     const auto source = folderSource(m_fixture->content(), u"beta"_s);
     VerifyReport report;
-    QCOMPARE(::verify(*source, {2, qint64(1) << 30}, m_fixture->progress, report), QStringList());
+    QCOMPARE(::verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report),
+             QStringList());
     QCOMPARE(remove({}, m_quelra), QStringList());
     QCOMPARE(metadata(*m_fixture, u"beta"_s).packages.size(), 0);
 }

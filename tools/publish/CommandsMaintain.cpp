@@ -47,7 +47,9 @@ int commands::switchTo(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("switch"),
                      QStringLiteral("Makes a version current that was published before: a rollback "
-                                    "in one step."),
+                                    "in one step. Nothing changes when its documents or packed "
+                                    "files are not all there. --os and --architecture are needed "
+                                    "only when several platforms have the version."),
                      {QStringLiteral("CONTENT")});
     line.addOption("version", "The version.", "VERSION");
     line.addOption("directory", "Folder of the package; needed when there are several.", "NAME");
@@ -84,7 +86,8 @@ int commands::verify(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("verify"),
                      QStringLiteral("Reads everything that the launcher metadata reaches and lists "
-                                    "every fault. Exits with 1 when there is one."),
+                                    "every fault, with what mends it. Exits with 1 when there is "
+                                    "one."),
                      {QStringLiteral("CONTENT")});
     line.addOption("url",
                    "Reads from the web server with this base address, as launchers do, instead of "
@@ -109,7 +112,8 @@ int commands::verify(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("'%1' is not an http or https address").arg(url));
     if (line.isSet("url") && line.isSet("channel"))
         return line.wrongUsage(QStringLiteral("--url and --channel exclude each other"));
-    const VerifyOptions options{line.isSet("quick"), line.isSet("all"), line.value("version")};
+    const VerifyOptions options{line.isSet("quick"), line.isSet("all"), line.value("version"),
+                                line.value("channel")};
     if (options.all && line.isSet("version"))
         return line.wrongUsage(QStringLiteral("--all and --version exclude each other"));
     if ((options.all || line.isSet("version")) && line.isSet("channel"))

@@ -1,13 +1,20 @@
 #include "publish/ContentFolder.h"
 
 #include "publish/DiskSteps.h"
+#include "publish/Packer.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QSysInfo>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -16,6 +23,23 @@ bool fail(QString* error, const QString& text)
     if (error)
         *error = text;
     return false;
+}
+
+// More than the metadata, an identity and the folders for them can ever take.
+constexpr qsizetype reserveSize = qsizetype(1) << 20;
+
+// Some file systems keep what can be compressed in no room at all.
+QByteArray incompressible(qsizetype size)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator generator(1);
+    std::array<quint32, 1024> block{};
+    for (qsizetype begin = 0; begin < size; begin += qsizetype(sizeof(block))) {
+        generator.fillRange(block.data(), qsizetype(block.size()));
+        std::copy_n(reinterpret_cast<const char*>(block.data()),
+                    std::min(qsizetype(sizeof(block)), size - begin), bytes.data() + begin);
+    }
+    return bytes;
 }
 
 // Who has the lock stands beside it: on Windows nobody else can read the locked file. It helps the
@@ -73,16 +97,42 @@ QString ContentFolder::ownFile(const QString& name) const
     return m_root + QLatin1StringView("/.publisher/") + name;
 }
 
-bool ContentFolder::openForWriting(QString* error)
+bool ContentFolder::openForWriting(QString* error, Purpose purpose)
 {
-    if (!QDir().mkpath(ownFile(QString())))
-        return fail(error, QStringLiteral("%1: the folder cannot be written").arg(m_root));
-    if (!takeLock(error))
+    m_purpose = purpose;
+    if (!makeFolder(m_root + QLatin1StringView("/.publisher"), error) || !takeLock(error) ||
+        !emptyWorkFolder(error))
         return false;
-    QDir work(ownFile(QStringLiteral("unfinished")));
-    work.removeRecursively();
-    return QDir().mkpath(work.path()) ||
-           fail(error, QStringLiteral("%1: the folder cannot be written").arg(work.path()));
+    if (purpose == Purpose::Publish)
+        keepReserve();
+    return true;
+}
+
+// The folder itself stays: a full disk has no room for another one.
+bool ContentFolder::emptyWorkFolder(QString* error) const
+{
+    const QDir work(ownFile(QStringLiteral("unfinished")));
+    const QFileInfoList left =
+        work.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    for (const QFileInfo& entry : left) {
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.filePath()).removeRecursively();
+        else
+            QFile::remove(entry.filePath());
+    }
+    return makeFolder(work.path(), error);
+}
+
+void ContentFolder::keepReserve()
+{
+    const QString path = ownFile(QStringLiteral("reserve"));
+    if (QFileInfo(path).size() >= reserveSize)
+        return;
+    const QString work = workPath();
+    QString reason;
+    if (!writeFile(work, incompressible(reserveSize), false, nullptr) ||
+        !moveInOneStep(work, path, &reason))
+        QFile::remove(work);
 }
 
 bool ContentFolder::takeLock(QString* error)
@@ -124,40 +174,67 @@ bool ContentFolder::moveIntoPlace(const QString& workPath, const QString& addres
     {
         // On Windows, of two threads that make the same folders at once one may end without them.
         const std::lock_guard lock(m_makingFolders);
-        QDir().mkpath(QFileInfo(target).path());
+        if (!makeFolder(QFileInfo(target).path(), error))
+            return false;
     }
     QString reason;
     return moveInOneStep(workPath, target, &reason) ||
            fail(error, QStringLiteral("%1: cannot be written: %2").arg(target, reason));
 }
 
-bool ContentFolder::removeFolder(const QString& address)
+bool ContentFolder::removeFolder(const QString& address, QString* error)
 {
     const QString folder = path(address.endsWith(u'/') ? address.chopped(1) : address);
     const QString work = workPath();
     QString reason;
-    return moveInOneStep(folder, work, &reason) && QDir(work).removeRecursively();
+    if (!moveInOneStep(folder, work, &reason))
+        return fail(error, QStringLiteral("%1: cannot be removed: %2").arg(folder, reason));
+    return QDir(work).removeRecursively() ||
+           fail(error, QStringLiteral("%1: cannot be removed: %2").arg(work, qt_error_string()));
 }
 
 bool ContentFolder::replace(const QString& address, const QByteArray& bytes, QString* error)
 {
+    if (tryReplace(address, bytes, error))
+        return true;
+    return m_purpose == Purpose::WayOut && QFile::remove(ownFile(QStringLiteral("reserve"))) &&
+           tryReplace(address, bytes, error);
+}
+
+bool ContentFolder::tryReplace(const QString& address, const QByteArray& bytes, QString* error)
+{
     const QString work = workPath();
-    if (!writeFile(work, bytes, true, error))
+    if (!writeFile(work, bytes, true, error)) {
+        QFile::remove(work);
         return false;
+    }
     makeYounger(work, path(address));
     return moveIntoPlace(work, address, error);
 }
 
-void ContentFolder::sync() const
+bool ContentFolder::sync(QString* error) const
 {
-    syncFileSystem(m_root);
+    return syncFileSystem(m_root) ||
+           fail(error, QStringLiteral("%1: cannot be written: %2").arg(m_root, qt_error_string()));
+}
+
+bool makeFolder(const QString& path, QString* error)
+{
+    if (QDir().mkpath(path))
+        return true;
+    // The same again tells why.
+    std::error_code reason;
+    std::filesystem::create_directories(QFileInfo(path).filesystemAbsoluteFilePath(), reason);
+    return !reason || fail(error, QStringLiteral("%1: cannot be written: %2")
+                                      .arg(path, qt_error_string(reason.value()).trimmed()));
 }
 
 bool writeFile(const QString& path, const QByteArray& bytes, bool durable, QString* error)
 {
     QFile file(path);
-    const bool written = file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
-                         file.write(bytes) == bytes.size() && file.flush();
+    const bool written =
+        file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
+        writeAll(file, bytes);
     if (!written)
         return fail(error,
                     QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));

@@ -20,9 +20,17 @@ class ContentFolder
 public:
     explicit ContentFolder(const QString& root);
 
+    enum class Purpose {
+        /// Keeps a reserve on the disk, if it has room for one.
+        Publish,
+        /// Takes the reserve when the disk is full: going back, and making room, must not fail for
+        /// want of a few bytes.
+        WayOut,
+    };
+
     /// Makes the folder if need be, and locks it until the object goes or the process ends, however
     /// that happens. False with a text when that fails or another publisher is at work there.
-    [[nodiscard]] bool openForWriting(QString* error);
+    [[nodiscard]] bool openForWriting(QString* error, Purpose purpose = Purpose::Publish);
 
     [[nodiscard]] QString root() const { return m_root; }
     /// The file or folder behind an address.
@@ -50,20 +58,29 @@ public:
 
     /// Takes the folder at the address away in one step, then deletes it. False when the folder is
     /// still there, or when some of it is left in the work folder.
-    [[nodiscard]] bool removeFolder(const QString& address);
+    [[nodiscard]] bool removeFolder(const QString& address, QString* error);
+
+    /// Writes the reserve if there is none. Without room for it there goes on being none.
+    void keepReserve();
 
     /// Waits until everything that was moved into place is on the disk, where that can be done at
     /// once; files of many bytes must have been flushed elsewhere (see canSyncFileSystem).
-    void sync() const;
+    [[nodiscard]] bool sync(QString* error) const;
 
 private:
     [[nodiscard]] bool takeLock(QString* error);
+    [[nodiscard]] bool emptyWorkFolder(QString* error) const;
+    [[nodiscard]] bool tryReplace(const QString& address, const QByteArray& bytes, QString* error);
 
     QString m_root;
     std::unique_ptr<FileLock> m_lock;
+    Purpose m_purpose = Purpose::Publish;
     std::atomic<int> m_workNumber = 0;
     mutable std::mutex m_makingFolders;
 };
+
+/// Makes the folder, and those that it lies in, if need be.
+[[nodiscard]] bool makeFolder(const QString& path, QString* error);
 
 /// Writes a new file of these bytes; with `durable`, they are on the disk afterwards.
 [[nodiscard]] bool writeFile(const QString& path, const QByteArray& bytes, bool durable,

@@ -5,6 +5,7 @@
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
+#include "publish/WrittenNotes.h"
 
 #include <QEventLoop>
 #include <QFile>
@@ -30,6 +31,7 @@ public:
     FolderSource(const QString& content, const QString& channel)
         : m_base(channel.isEmpty() ? m_server : m_server + u'/' + channel)
         , m_tree(content)
+        , m_notes(m_tree)
     {
         m_client.setBaseUrl(m_base);
     }
@@ -56,6 +58,11 @@ public:
     {
         for (qsizetype i = 0; i < addresses.size(); ++i)
             found(i, presenceOf(servedPath(addresses.at(i))));
+    }
+
+    QString notedHash(const QString& address) const override
+    {
+        return m_notes.hash(servedPath(address));
     }
 
     bool isServer() const override { return false; }
@@ -87,6 +94,7 @@ private:
     const QString m_server = QStringLiteral("http://content");
     const QString m_base;
     ContentFolder m_tree;
+    WrittenNotes m_notes;
     // Only its rule for addresses is used, which any thread may do.
     PackageClient m_client{nullptr};
 };
@@ -139,6 +147,8 @@ public:
         if (running > 0)
             loop.exec();
     }
+
+    QString notedHash(const QString&) const override { return {}; }
 
     bool isServer() const override { return true; }
 

@@ -15,9 +15,9 @@ struct Presence
     /// In bytes; -1 when a server does not tell it.
     qint64 size = -1;
     /// As a web server's answer has them; empty where there is none.
-    QByteArray cacheControl;
-    QByteArray contentType;
-    QByteArray contentEncoding;
+    QByteArray cacheControl = {};
+    QByteArray contentType = {};
+    QByteArray contentEncoding = {};
 };
 
 /// Where a verifier reads from: a content folder, or a web server.
@@ -38,6 +38,10 @@ public:
     /// Tells of each address, in any order, what can be told without reading it. `found` is called
     /// on this thread, and not any more after the return.
     virtual void look(const QStringList& addresses, const Found& found) = 0;
+
+    /// The hash that was noted of the bytes behind an address when they were written; empty when
+    /// none was, or when it is not known here.
+    [[nodiscard]] virtual QString notedHash(const QString& address) const = 0;
 
     /// Whether it is a web server: one that sends headers which caches go by.
     [[nodiscard]] virtual bool isServer() const = 0;

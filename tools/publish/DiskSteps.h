@@ -27,4 +27,5 @@ void letEverybodyRead();
 
 /// Waits until everything is on the disk that was written to the file system that `folder` lies on.
 /// For many files that is many times faster than flushing each.
-void syncFileSystem(const QString& folder);
+/// False when that failed; a file system without such a step counts as done.
+[[nodiscard]] bool syncFileSystem(const QString& folder);

@@ -27,13 +27,18 @@ void letEverybodyRead()
     ::umask(::umask(writing) & writing);
 }
 
-void syncFileSystem([[maybe_unused]] const QString& folder)
+bool syncFileSystem([[maybe_unused]] const QString& folder)
 {
 #ifdef Q_OS_LINUX
     const int descriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_CLOEXEC);
-    if (descriptor >= 0) {
-        ::syncfs(descriptor);
-        ::close(descriptor);
-    }
+    if (descriptor < 0)
+        return false;
+    const int result = ::syncfs(descriptor);
+    const int reason = errno;
+    ::close(descriptor);
+    errno = reason;
+    return result == 0;
+#else
+    return true;
 #endif
 }

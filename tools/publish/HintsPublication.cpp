@@ -8,6 +8,7 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/Limits.h"
+#include "publish/WrittenNotes.h"
 
 #include <QDir>
 #include <QFile>
@@ -96,6 +97,7 @@ class PictureSet
 public:
     PictureSet(const ContentFolder& tree, QString images, const QString& channel)
         : m_tree(tree)
+        , m_notes(tree)
         , m_images(std::move(images))
         , m_served(channels::images(channel))
     {}
@@ -109,6 +111,8 @@ public:
             fresh = readFile(m_tree.path(addresses::images + path));
         if (!fresh && !old)
             return QStringLiteral("%1%2: there is no such picture").arg(m_served, path);
+        if (old && isDamaged(m_served + path, *old))
+            return mend(path, fresh);
         if (!looksLikePicture(fresh ? *fresh : *old))
             return QStringLiteral("%1%2: not a PNG, JPEG or GIF picture").arg(m_served, path);
         if (fresh && old && *fresh != *old)
@@ -117,18 +121,43 @@ public:
                 .arg(m_served, path);
         if (fresh && !old)
             m_new.append({path, *fresh});
+        else
+            m_notes.note(m_served + path, *old);
         return {};
     }
 
-    bool install(ContentFolder& tree, QString* error) const
+    bool install(ContentFolder& tree, QString* error)
     {
-        return std::all_of(m_new.begin(), m_new.end(), [this, &tree, error](const auto& picture) {
-            return tree.replace(m_served + picture.first, picture.second, error);
-        });
+        const bool done =
+            std::all_of(m_new.begin(), m_new.end(), [this, &tree, error](const auto& picture) {
+                m_notes.note(m_served + picture.first, picture.second);
+                return tree.replace(m_served + picture.first, picture.second, error);
+            });
+        return done && m_notes.save(tree, error);
     }
 
 private:
+    [[nodiscard]] bool isDamaged(const QString& address, const QByteArray& bytes) const
+    {
+        return m_notes.isDamage(address, bytes) || !looksLikePicture(bytes);
+    }
+
+    // Only by the picture that it was: caches may have that one.
+    QString mend(const QString& path, const std::optional<QByteArray>& fresh)
+    {
+        const QString address = m_served + path;
+        if (!fresh)
+            return QStringLiteral("%1: the picture is damaged; give it with --images").arg(address);
+        if (isDamaged(address, *fresh))
+            return QStringLiteral("%1: the picture is damaged, and the one that is given is not "
+                                  "what it was; give the new one a new name")
+                .arg(address);
+        m_new.append({path, *fresh});
+        return {};
+    }
+
     const ContentFolder& m_tree;
+    WrittenNotes m_notes;
     QString m_images;
     QString m_served;
     QList<std::pair<QString, QByteArray>> m_new;

@@ -25,8 +25,9 @@ struct HintsReport
 /// Checks the document and its pictures, which are looked for below `images` (as below "/images/"
 /// on the server) and then in the content itself, and installs the pictures, the document, and its
 /// address in the metadata, if there is any, in this order. Nothing is written when there is a
-/// fault. `images` may be empty. A channel, if its name is given, has a document and pictures of
-/// its own; its pictures may also come from those that are served without a channel.
+/// fault. A damaged picture is replaced by the one that it was. `images` may be empty. A channel,
+/// if its name is given, has a document and pictures of its own; its pictures may also come from
+/// those that are served without a channel.
 [[nodiscard]] QStringList publishHints(const QString& file, const QString& content,
                                        const QString& images, const QString& publicUrl,
                                        HintsReport& report, const QString& channel = {});

@@ -108,6 +108,14 @@ QByteArray InputHashes::notes() const
     return text;
 }
 
+QString readNotesAddress(const Product& product, const Platform& platform)
+{
+    const QString name = product.isLauncher ? QStringLiteral("launcher")
+                                            : QStringLiteral("package-") + product.directory;
+    return QStringLiteral("/.publisher/read-") +
+           addresses::segment(name + u'-' + platform.folderName().chopped(1));
+}
+
 QString hashOfFile(const QString& path, qint64 size)
 {
     QFile file(path);

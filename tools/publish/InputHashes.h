@@ -1,6 +1,7 @@
 #pragma once
 
 #include "package/FileStamp.h"
+#include "publish/Addresses.h"
 #include "publish/InputFolder.h"
 #include "publish/JobRunner.h"
 
@@ -45,6 +46,10 @@ private:
     // Paths and what is known of them now, in the order of the input.
     QList<std::pair<QString, Entry>> m_read;
 };
+
+/// Where the notes on the product's input lie: one for each product and platform, so that they do
+/// not grow with every input that ever was.
+[[nodiscard]] QString readNotesAddress(const Product& product, const Platform& platform);
 
 /// The hash of the file's content; empty when it cannot be read or has not this size.
 [[nodiscard]] QString hashOfFile(const QString& path, qint64 size);

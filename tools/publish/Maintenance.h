@@ -65,8 +65,9 @@ struct PruneReport
 };
 
 /// Removes the versions of every product but the current ones and the `keep` latest besides, and
-/// then the packed files that no version left names. When a document of those that stay cannot be
-/// read, nothing is removed. With `dryRun` nothing is removed either, nor any right to
+/// then the packed files that no version left names. When a document of a current version cannot be
+/// read, nothing is removed; when it is one of another that stays, packed files stay, too, that no
+/// removed version names. With `dryRun` nothing is removed either, nor any right to
 /// write needed, and the report tells what would be. Returns the faults.
 [[nodiscard]] QStringList prune(const QString& content, int keep, bool dryRun, Progress& progress,
                                 PruneReport& report);

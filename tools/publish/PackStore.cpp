@@ -6,6 +6,7 @@
 #include "publish/DiskSteps.h"
 #include "publish/InputHashes.h"
 #include "publish/Progress.h"
+#include "publish/WrittenNotes.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -178,8 +179,8 @@ std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFi
     QFile output(work);
     if (!input.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return failure(QStringLiteral("the file cannot be read"));
-    if (!output.open(QIODevice::WriteOnly))
-        return failure(work + QLatin1StringView(" cannot be written"));
+    if (!output.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return failure(QStringLiteral("%1 cannot be written: %2").arg(work, output.errorString()));
     QString reason;
     auto packed = packDevice(input, file.size, output, m_settings.level, &reason,
                              [this](qint64 bytes) { m_progress.advance(bytes, 0); });
@@ -187,11 +188,8 @@ std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFi
         return failure(reason);
     if (packed->unpackedhash != hash)
         return failure(QStringLiteral("the file changed while it was published"));
-    if (!canSyncFileSystem && !(output.flush() && flushToDisk(output)))
-        return failure(output.errorString());
-    output.close();
-    if (output.error() != QFileDevice::NoError)
-        return failure(output.errorString());
+    if (!canSyncFileSystem && !flushToDisk(output))
+        return failure(qt_error_string());
     return packed;
 }
 
@@ -204,10 +202,12 @@ bool PackStore::record(const PackedFile& file, QString* error)
     m_addedBytes += file.packedsize;
     QFile index(m_tree.ownFile(indexName()));
     const QByteArray line = indexLine(file);
-    const bool written = index.open(QIODevice::WriteOnly | QIODevice::Append) &&
-                         index.write(line) == line.size() && index.flush();
+    const bool written =
+        index.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered) &&
+        writeAll(index, line);
     if (!written && error)
-        *error = QStringLiteral("%1: cannot be written").arg(index.fileName());
+        *error =
+            QStringLiteral("%1: cannot be written: %2").arg(index.fileName(), index.errorString());
     return written;
 }
 
@@ -241,6 +241,7 @@ void PackStore::loadKnown(Index mode)
 {
     m_known.clear();
     m_safe.clear();
+    const WrittenNotes notes(m_tree);
     for (const QLatin1StringView folder : {addresses::packages, addresses::ownBuilds}) {
         QStringList documents;
         QDirIterator found(m_tree.path(folder), {addresses::packageDocument, addresses::assetList},
@@ -249,10 +250,11 @@ void PackStore::loadKnown(Index mode)
             documents.append(found.next());
         documents.sort();
         for (const QString& path : documents) {
-            QFile document(path);
-            if (!document.open(QIODevice::ReadOnly))
+            const QString address = path.sliced(m_tree.root().size());
+            const QByteArray bytes = m_tree.read(address);
+            if (notes.isDamage(address, bytes))
                 continue;
-            for (const OrlFile& file : parseAssetList(document.readAll(), nullptr))
+            for (const OrlFile& file : parseAssetList(bytes, nullptr))
                 learn({file.unpackedhash, file.unpackedsize, file.packedhash, file.packedsize});
         }
     }
@@ -280,7 +282,7 @@ void PackStore::forgetMissing()
 {
     loadKnown(Index::ReadAndMend);
     QByteArray lines;
-    QList<QString> hashes = m_known.keys();
+    QStringList hashes = m_known.keys();
     hashes.sort();
     for (const QString& hash : hashes) {
         const PackedFile file = m_known.value(hash);
@@ -288,7 +290,9 @@ void PackStore::forgetMissing()
             lines.append(m_safe.contains(file.packedhash) ? safeLine(file) : indexLine(file));
     }
     const QString work = m_tree.workPath();
-    if (writeFile(work, lines, false, nullptr) &&
-        !m_tree.moveIntoPlace(work, QStringLiteral("/.publisher/") + indexName(), nullptr))
-        m_progress.warn(QStringLiteral("the index of packed files could not be renewed"));
+    QString reason;
+    if (!writeFile(work, lines, false, &reason) ||
+        !m_tree.moveIntoPlace(work, QStringLiteral("/.publisher/") + indexName(), &reason))
+        m_progress.warn(
+            QStringLiteral("the index of packed files could not be renewed: %1").arg(reason));
 }

@@ -74,7 +74,7 @@ public:
         lzma_options_lzma options = encoderOptions(m_left, level);
         m_result.unpackedsize = m_left;
         if (!write(header(options, m_left)))
-            return fail(error, "the packed file cannot be written");
+            return failToWrite(error);
         const FilterChain chain = chainOf(options);
         if (lzma_raw_encoder(&m_stream, chain.data()) != LZMA_OK)
             return fail(error, "there is not enough memory for packing");
@@ -102,7 +102,7 @@ private:
                 return fail(error, "the encoder failed");
             const auto produced = packed.size() - static_cast<qsizetype>(m_stream.avail_out);
             if (!write(QByteArrayView(packed).first(produced)))
-                return fail(error, "the packed file cannot be written");
+                return failToWrite(error);
         }
         char more = 0;
         return m_input.read(&more, 1) <= 0 || fail(error, "the file grew while it was packed");
@@ -123,11 +123,19 @@ private:
         return true;
     }
 
+    bool failToWrite(QString* error) const
+    {
+        if (error)
+            *error =
+                QStringLiteral("the packed file cannot be written: %1").arg(m_output.errorString());
+        return false;
+    }
+
     bool write(QByteArrayView bytes)
     {
         m_packedHash.addData(bytes);
         m_result.packedsize += bytes.size();
-        return m_output.write(bytes.data(), bytes.size()) == bytes.size();
+        return writeAll(m_output, bytes);
     }
 
     QIODevice& m_input;
@@ -142,6 +150,18 @@ private:
 };
 
 } // namespace
+
+// A disk that becomes full takes a part, and tells why only when it is given the rest.
+bool writeAll(QIODevice& device, QByteArrayView bytes)
+{
+    while (!bytes.isEmpty()) {
+        const qint64 written = device.write(bytes.data(), bytes.size());
+        if (written <= 0)
+            return false;
+        bytes = bytes.sliced(written);
+    }
+    return true;
+}
 
 std::optional<PackLevel> parsePackLevel(const QString& text)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 
 #include <functional>
@@ -19,6 +20,10 @@ struct PackLevel
 
     bool operator==(const PackLevel&) const = default;
 };
+
+/// Writes all the bytes; false when the device does not take them, and its errorString() tells why
+/// if it does not buffer.
+[[nodiscard]] bool writeAll(QIODevice& device, QByteArrayView bytes);
 
 /// Reads "0" to "8", with or without "e" for extreme; nothing for other texts.
 [[nodiscard]] std::optional<PackLevel> parsePackLevel(const QString& text);

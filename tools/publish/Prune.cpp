@@ -4,7 +4,9 @@
 #include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
+#include "publish/Progress.h"
 #include "publish/UsedVersions.h"
+#include "publish/WrittenNotes.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -12,6 +14,8 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QUrl>
+
+#include <optional>
 
 namespace {
 
@@ -28,6 +32,7 @@ public:
         : m_tree(content)
         , m_progress(progress)
         , m_report(report)
+        , m_notes(m_tree)
     {}
 
     bool run(int keep, bool dryRun, QString* error)
@@ -36,7 +41,8 @@ public:
             *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
             return false;
         }
-        if (!(dryRun || m_tree.openForWriting(error)) || !readMetadata(error))
+        if (!(dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
+            !readMetadata(error))
             return false;
         for (const Product& product : products()) {
             if (!keepVersions(product, keep, error))
@@ -46,7 +52,8 @@ public:
             if (!keepFilesOf(folder, error))
                 return false;
         }
-        findRest();
+        findGoingFolders();
+        findGoingFiles();
         return dryRun || removeRest(error);
     }
 
@@ -91,7 +98,7 @@ private:
                     addresses::onServer(document.build(product, platform).document);
                 if (!address.startsWith(versions) || !m_tree.exists(address)) {
                     *error = QStringLiteral("%1: the current document %2 cannot be read; nothing "
-                                            "was removed")
+                                            "was removed; publishing its version again mends it")
                                  .arg(product.label(), address);
                     return false;
                 }
@@ -106,6 +113,7 @@ private:
         QSet<QString> folders;
         if (!keepCurrent(product, folders, error))
             return false;
+        m_currentFolders.unite(folders);
         const QStringList history = m_metadata.history(product);
         int left = keep;
         for (auto version = history.crbegin(); version != history.crend() && left > 0; ++version) {
@@ -129,30 +137,54 @@ private:
         return true;
     }
 
-    // Every document below the folder of a version that stays.
-    bool keepFilesOf(const QString& folder, QString* error)
+    // The files that the documents below the folder of a version name. Nothing when one of them
+    // cannot be read, whose path `damaged` receives.
+    std::optional<QSet<QString>> filesOf(const QString& folder, QString* damaged) const
     {
+        QSet<QString> named;
         QDirIterator found(m_tree.path(folder), {addresses::packageDocument, addresses::assetList},
                            QDir::Files, QDirIterator::Subdirectories);
         while (found.hasNext()) {
             const QString path = found.next();
-            QFile document(path);
+            const QString address = path.sliced(m_tree.root().size());
+            const QByteArray bytes = m_tree.read(address);
             QString fault;
-            const bool opened = document.open(QIODevice::ReadOnly);
-            const QByteArray bytes = opened ? document.readAll() : QByteArray();
             const QList<OrlFile> files = parseAssetList(bytes, &fault);
-            if (bytes.isEmpty() || !fault.isEmpty()) {
-                *error = QStringLiteral("%1 cannot be read; nothing was removed").arg(path);
-                return false;
+            if (bytes.isEmpty() || !fault.isEmpty() || m_notes.isDamage(address, bytes)) {
+                *damaged = path;
+                return std::nullopt;
             }
-            const QUrl base(path.sliced(m_tree.root().size()));
             for (const OrlFile& file : files)
-                m_keptFiles.insert(addresses::onServer(base.resolved(QUrl(file.url)).toString()));
+                named.insert(
+                    addresses::onServer(QUrl(address).resolved(QUrl(file.url)).toString()));
         }
+        return named;
+    }
+
+    // Nobody can install a version with a damaged document, so it may hold up the pruning of others
+    // only while it is current. Which packed files it needs nobody knows.
+    bool keepFilesOf(const QString& folder, QString* error)
+    {
+        QString damaged;
+        const auto named = filesOf(folder, &damaged);
+        if (named) {
+            m_keptFiles.unite(*named);
+            return true;
+        }
+        const QString cure = QStringLiteral("; publishing its version again mends it");
+        if (m_currentFolders.contains(folder)) {
+            *error = QStringLiteral("%1 cannot be read; nothing was removed").arg(damaged) + cure;
+            return false;
+        }
+        m_hasDamage = true;
+        m_progress.warn(QStringLiteral("%1 cannot be read; packed files that only its version may "
+                                       "need stay")
+                            .arg(damaged) +
+                        cure);
         return true;
     }
 
-    void findRest()
+    void findGoingFolders()
     {
         const auto addVersions = [this](const QString& folder) {
             for (const QString& version : subfolders(m_tree.path(folder))) {
@@ -164,11 +196,21 @@ private:
         for (const QString& package : subfolders(m_tree.path(addresses::packages)))
             addVersions(addresses::packages + package + u'/');
         addVersions(addresses::ownBuilds);
+    }
+
+    void findGoingFiles()
+    {
+        QSet<QString> named;
+        for (const QString& folder : std::as_const(m_goingFolders)) {
+            QString damaged;
+            named.unite(filesOf(folder, &damaged).value_or(QSet<QString>()));
+        }
         QDirIterator files(m_tree.path(addresses::packedFiles), QDir::Files | QDir::Hidden,
                            QDirIterator::Subdirectories);
         while (files.hasNext()) {
             const QString path = files.next();
-            if (m_keptFiles.contains(path.sliced(m_tree.root().size())))
+            const QString address = path.sliced(m_tree.root().size());
+            if (m_keptFiles.contains(address) || (m_hasDamage && !named.contains(address)))
                 continue;
             m_goingFiles.append(path);
             ++m_report.removedFiles;
@@ -176,36 +218,33 @@ private:
         }
     }
 
-    // In an order that leaves a whole tree wherever it ends: a version that cannot be switched to
-    // any more, its documents, its files. What is noted as removed and is there all the same is
-    // found again.
+    // On a full disk nothing can be written before something is removed. Wherever it ends, the rest
+    // is a whole tree: a version without documents cannot be switched to, one that went is noted as
+    // removed by the next run, and packed files go last.
     bool removeRest(QString* error)
     {
         const QDateTime now = QDateTime::currentDateTimeUtc();
-        for (const QString& folder : std::as_const(m_goingFolders))
-            m_used.remove(folder, now);
-        if (!m_used.save(m_tree, error))
-            return false;
-        const QByteArray bytes = m_metadata.bytes();
-        if (bytes != m_tree.read(addresses::metadata) &&
-            !m_tree.replace(addresses::metadata, bytes, error))
-            return false;
         for (const QString& folder : std::as_const(m_goingFolders)) {
-            if (!m_tree.removeFolder(folder)) {
-                *error = QStringLiteral("%1 cannot be removed").arg(m_tree.path(folder));
+            m_used.remove(folder, now);
+            if (!m_tree.removeFolder(folder, error))
                 return false;
-            }
             QDir().rmdir(QFileInfo(m_tree.path(folder).chopped(1)).path());
         }
+        const QByteArray bytes = m_metadata.bytes();
+        if (!m_used.save(m_tree, error) || (bytes != m_tree.read(addresses::metadata) &&
+                                            !m_tree.replace(addresses::metadata, bytes, error)))
+            return false;
         for (const QString& path : std::as_const(m_goingFiles)) {
-            if (!QFile::remove(path)) {
-                *error = QStringLiteral("%1 cannot be removed").arg(path);
+            QFile file(path);
+            if (!file.remove()) {
+                *error = QStringLiteral("%1: cannot be removed: %2").arg(path, file.errorString());
                 return false;
             }
             QDir().rmdir(QFileInfo(path).path());
         }
+        m_tree.keepReserve();
         PackStore(m_tree, {}, m_progress).forgetMissing();
-        return true;
+        return m_notes.save(m_tree, error);
     }
 
     ContentFolder m_tree;
@@ -215,8 +254,12 @@ private:
     // The same, and those of the channels.
     QList<MetadataDocument> m_current;
     UsedVersions m_used;
+    WrittenNotes m_notes;
     QStringList m_keptFolders;
+    QSet<QString> m_currentFolders;
     QSet<QString> m_keptFiles;
+    // A version that stays has a document that cannot be read.
+    bool m_hasDamage = false;
     QStringList m_goingFolders;
     QStringList m_goingFiles;
 };

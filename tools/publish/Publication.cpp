@@ -11,6 +11,7 @@
 #include "publish/PublishedBefore.h"
 #include "publish/UsedVersions.h"
 #include "publish/VersionDocuments.h"
+#include "publish/WrittenNotes.h"
 
 namespace {
 
@@ -23,6 +24,7 @@ public:
         , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
+        , m_notes(m_tree)
         , m_store(m_tree, request.packing, progress)
         , m_folder(request.product.versionFolder(request.version) + request.platform.folderName())
     {}
@@ -38,7 +40,7 @@ public:
         m_all = m_input.files() + m_input.assets();
         InputHashes hashes(m_request.packing.limits, m_progress);
         if (!m_request.packing.reread)
-            hashes.load(m_tree.read(notesAddress()));
+            hashes.load(m_tree.read(readNotesAddress(m_request.product, m_request.platform)));
         m_hashes = hashes.read(m_all, &error);
         bool done = m_hashes.size() == m_all.size() &&
                     (m_request.dryRun || m_tree.openForWriting(&error)) && readMetadata(&error) &&
@@ -48,8 +50,8 @@ public:
             if (m_request.dryRun)
                 m_store.plan(m_all, m_hashes);
             else
-                done = m_store.pack(m_all, m_hashes, &error) && checkMended(&error) &&
-                       writeVersion(&error) && record(&error);
+                done =
+                    m_store.pack(m_all, m_hashes, &error) && writeVersion(&error) && record(&error);
             if (done)
                 compareVersions(before);
             if (done && !m_request.dryRun) {
@@ -102,19 +104,12 @@ private:
             *error = removedBuildFault(m_used, m_folder, m_request.product, m_request.version);
         if (!error->isEmpty())
             return false;
-        if (!m_used.isThere(m_folder))
+        if (m_used.isThere(m_folder))
+            m_before = PublishedBefore::read(m_tree, m_notes, m_folder);
+        m_report.unchanged =
+            m_before && m_before->canBe(documentHead(), m_input.files().size(), m_all, m_hashes);
+        if (!m_before || m_report.unchanged)
             return true;
-        const OrlPackageDoc old =
-            parsePackageDoc(m_tree.read(m_folder + addresses::packageDocument), nullptr);
-        const QList<OrlFile> oldAssets =
-            parseAssetList(m_tree.read(m_folder + addresses::assetList), nullptr);
-        if (old.executable == m_request.executable && old.generation == m_request.generation &&
-            old.files.size() == m_input.files().size() &&
-            isSameContent(old.files + oldAssets, m_all, m_hashes)) {
-            m_report.unchanged = true;
-            m_old = old.files + oldAssets;
-            return true;
-        }
         *error =
             QStringLiteral("version %1 of %2 was published before with other content; give the "
                            "new content a new version")
@@ -122,7 +117,11 @@ private:
         return false;
     }
 
-    // What is there already was published with its paths.
+    OrlPackageDoc documentHead() const
+    {
+        return {m_request.version, m_request.executable, m_request.generation, {}};
+    }
+
     bool checkPaths()
     {
         if (m_report.unchanged)
@@ -138,24 +137,23 @@ private:
         return m_faults.isEmpty();
     }
 
-    bool checkMended(QString* error) const
-    {
-        *error = mendingFault(m_old, m_hashes, m_store);
-        return error->isEmpty();
-    }
-
-    // The folder appears with everything in it. What a publication left that did not come to its
-    // end was never named by the metadata and can go.
+    // What an unfinished publication left was never named by the metadata and can go.
     bool writeVersion(QString* error)
     {
-        if (m_report.unchanged)
-            return true;
+        if (m_before)
+            *error = m_before->mendingFault(m_input.files().size(), m_hashes, m_store);
+        if (!error->isEmpty())
+            return false;
         const QList<OrlFile> entries = fileEntries(m_all, m_hashes, m_store, m_folder);
-        const qsizetype count = m_input.files().size();
-        return writeVersionFolder(
-            m_tree, m_folder,
-            {m_request.version, m_request.executable, m_request.generation, entries.first(count)},
-            entries.sliced(count), servedIdentity(), error);
+        OrlPackageDoc doc = documentHead();
+        doc.files = entries.first(m_input.files().size());
+        const QList<OrlFile> assets = entries.sliced(doc.files.size());
+        const bool written =
+            m_report.unchanged
+                ? mendVersionFolder(m_tree, m_notes, m_folder, doc, assets, m_report.mended, error)
+                : writeVersionFolder(m_tree, m_notes, m_folder, doc, assets, servedIdentity(),
+                                     error);
+        return written && m_notes.save(m_tree, error);
     }
 
     // What launchers are told of their assets until this publication ends.
@@ -179,7 +177,8 @@ private:
         if (!m_request.stage && !provideIdentity(identity, error))
             return false;
         // Everything that the metadata names must be on the disk before it is named.
-        m_tree.sync();
+        if (!m_tree.sync(error))
+            return false;
         m_store.noteSafe();
         if (!elsewhere) {
             m_current = m_metadata;
@@ -194,8 +193,7 @@ private:
         if (m_request.stage)
             return true;
         // No channel may have a version that the content does not know.
-        m_tree.sync();
-        return makeCurrent(identity, error);
+        return m_tree.sync(error) && makeCurrent(identity, error);
     }
 
     bool provideIdentity(QString& identity, QString* error)
@@ -221,24 +219,17 @@ private:
         return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
     }
 
-    // One for each product and platform, so that they do not grow with every input that ever was.
-    QString notesAddress() const
-    {
-        const Product& product = m_request.product;
-        const QString name = product.isLauncher ? QStringLiteral("launcher")
-                                                : QStringLiteral("package-") + product.directory;
-        return QStringLiteral("/.publisher/read-") +
-               addresses::segment(name + u'-' + m_request.platform.folderName().chopped(1));
-    }
-
     // Without them the next publication reads everything.
     void keepNotes(const QByteArray& notes)
     {
         const QString work = m_tree.workPath();
-        if (!writeFile(work, notes, false, nullptr) ||
-            !m_tree.moveIntoPlace(work, notesAddress(), nullptr))
-            m_progress.warn(QStringLiteral("what was read could not be noted; the next publication "
-                                           "will read everything"));
+        QString reason;
+        if (!writeFile(work, notes, false, &reason) ||
+            !m_tree.moveIntoPlace(work, readNotesAddress(m_request.product, m_request.platform),
+                                  &reason))
+            m_progress.warn(QStringLiteral("what was read could not be noted, so the next "
+                                           "publication will read everything: %1")
+                                .arg(reason));
     }
 
     // The metadata knows the version, and the next publication learns it from there.
@@ -250,7 +241,6 @@ private:
             m_progress.warn(error);
     }
 
-    // Of the build that players have got last; empty when there is none.
     QString currentFolder() const
     {
         const BuildAddresses current = m_current.build(m_request.product, m_request.platform);
@@ -260,16 +250,7 @@ private:
 
     void compareVersions(const QString& before)
     {
-        QList<OrlFile> files;
-        files.reserve(m_all.size());
-        for (qsizetype i = 0; i < m_all.size(); ++i) {
-            OrlFile file;
-            file.localfile = m_all.at(i).localfile;
-            file.unpackedhash = m_hashes.at(i);
-            const PackedFile packed = m_store.packed(file.unpackedhash);
-            file.packedsize = packed.packedhash.isEmpty() ? m_all.at(i).size : packed.packedsize;
-            files.append(file);
-        }
+        const QList<OrlFile> files = comparableFiles(m_all, m_hashes, m_store);
         if (!before.isEmpty()) {
             m_report.comparedWith =
                 parsePackageDoc(m_tree.read(before + addresses::packageDocument)).version;
@@ -296,6 +277,7 @@ private:
     PublishReport& m_report;
     PublishInput m_input;
     ContentFolder m_tree;
+    WrittenNotes m_notes;
     PackStore m_store;
     QString m_folder;
     QList<InputFile> m_all;
@@ -306,8 +288,8 @@ private:
     // When there can be more than one.
     QStringList m_faults;
     UsedVersions m_used;
-    // The files as the version was published before, when it was.
-    QList<OrlFile> m_old;
+    // When the version was published before.
+    std::optional<PublishedBefore> m_before;
 };
 
 } // namespace

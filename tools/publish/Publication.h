@@ -48,6 +48,8 @@ struct PublishReport
     qint64 addedBytes = 0;
     /// The version was there already with the same content.
     bool unchanged = false;
+    /// Documents of the version that were damaged and have been written again.
+    int mended = 0;
     /// The version that was current for the platform before; empty when there was none.
     QString comparedWith;
     FileChanges changes;

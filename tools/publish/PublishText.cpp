@@ -29,7 +29,12 @@ QString outcomeLine(const PublishRequest& request, const PublishReport& report)
                                   countText(report.assets, "asset"), sizeText(report.bytes));
     const QString work = request.dryRun ? QStringLiteral("; %1 of %2 to pack, %3 packed before")
                                         : QStringLiteral("; %1 packed to %2, %3 packed before");
-    return line + work.arg(report.packed).arg(sizeText(report.addedBytes)).arg(report.reused);
+    const QString mended =
+        report.mended > 0
+            ? QStringLiteral("; mended %1").arg(countText(report.mended, "damaged document"))
+            : QString();
+    return line + work.arg(report.packed).arg(sizeText(report.addedBytes)).arg(report.reused) +
+           mended;
 }
 
 QString changesLine(const PublishReport& report)
@@ -103,6 +108,7 @@ QJsonObject publishObject(const PublishRequest& request, const PublishReport& re
         {QStringLiteral("reused"), report.reused},
         {QStringLiteral("addedbytes"), report.addedBytes},
         {QStringLiteral("unchanged"), report.unchanged},
+        {QStringLiteral("mended"), report.mended},
         {QStringLiteral("comparedwith"), report.comparedWith},
         {QStringLiteral("added"), QJsonArray::fromStringList(report.changes.added)},
         {QStringLiteral("changed"), QJsonArray::fromStringList(report.changes.changed)},

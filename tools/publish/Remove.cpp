@@ -44,8 +44,8 @@ public:
             *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
             return false;
         }
-        if (!(m_request.dryRun || m_tree.openForWriting(error)) || !readDocuments(error) ||
-            !findBuilds(error))
+        if (!(m_request.dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
+            !readDocuments(error) || !findBuilds(error))
             return false;
         for (NamedDocument& named : m_documents)
             takeOut(named);
@@ -187,8 +187,7 @@ private:
             build.assetsVersion = addresses::prefixOf(build.document) + identity;
             document.setBuild(m_request.product, platform, build);
         }
-        m_tree.sync();
-        return true;
+        return m_tree.sync(error);
     }
 
     bool replaceDocuments(QString* error)
@@ -204,10 +203,8 @@ private:
     bool removeFolders(QString* error)
     {
         for (const QString& folder : std::as_const(m_builds)) {
-            if (!m_tree.removeFolder(folder)) {
-                *error = QStringLiteral("%1 cannot be removed").arg(m_tree.path(folder));
+            if (!m_tree.removeFolder(folder, error))
                 return false;
-            }
             // Only if nothing else is in them.
             const QString version = QFileInfo(m_tree.path(folder).chopped(1)).path();
             QDir().rmdir(version);

@@ -99,8 +99,8 @@ QStringList versionFaults(const SwitchRequest& request, const Product& product,
     const auto source = folderSource(request.content);
     SilentProgress progress;
     VerifyReport report;
-    QStringList faults =
-        verify(*source, {true, false, request.version, product, platform}, {}, progress, report);
+    QStringList faults = verify(*source, {true, false, request.version, {}, product, platform}, {},
+                                progress, report);
     constexpr qsizetype most = 10;
     if (faults.size() > most) {
         const qsizetype others = faults.size() - most;
@@ -189,5 +189,6 @@ QStringList switchVersion(const SwitchRequest& request)
     if (!tree.exists(addresses::metadata))
         return {QStringLiteral("%1: nothing is published here").arg(request.content)};
     QString error;
-    return tree.openForWriting(&error) ? switchInTree(tree, request) : QStringList(error);
+    return tree.openForWriting(&error, ContentFolder::Purpose::WayOut) ? switchInTree(tree, request)
+                                                                       : QStringList(error);
 }

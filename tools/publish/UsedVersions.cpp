@@ -33,7 +33,8 @@ void UsedVersions::load(const ContentFolder& tree, const MetadataDocument& metad
         }
     }
     for (auto build = m_builds.begin(); build != m_builds.end();) {
-        if (!build->isValid() && !hasDocument(tree, build.key()))
+        // Where only a document is missing, it is damage.
+        if (!build->isValid() && !tree.exists(build.key()))
             *build = now;
         const bool isForgotten = build->isValid() && heldUntil(*build) <= now;
         build = isForgotten ? m_builds.erase(build) : std::next(build);

@@ -81,7 +81,7 @@ private:
             checkBuild(currentBuild(build, {true, {}}, m_published), QStringLiteral("self-update"),
                        {});
         if (!m_current.hints.isEmpty())
-            verifyHints(m_run, m_options.quick);
+            verifyHints(m_run, m_options);
     }
 
     void checkPackage(const LauncherPackage& package, bool isFirst)
@@ -130,7 +130,7 @@ private:
             wanted.product.isLauncher ? QStringLiteral("launcher") : wanted.product.directory;
         const Place place{
             QStringLiteral("%1%2 (%3 %4)").arg(product, version, build.os, build.architecture),
-            publishingCommand(wanted)};
+            publishingCommand(wanted, m_options.channel)};
         const auto doc = readDocument(build, place);
         if (!doc)
             return;

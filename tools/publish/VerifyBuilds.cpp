@@ -83,6 +83,12 @@ QList<Candidate> candidatesOf(const MetadataDocument& metadata, const VerifyOpti
     return candidates;
 }
 
+bool isCurrent(const MetadataDocument& metadata, const Candidate& candidate)
+{
+    return addresses::onServer(metadata.build(candidate.product, candidate.platform).document) ==
+           addresses::onServer(candidate.folder + addresses::packageDocument);
+}
+
 } // namespace
 
 BuildToVerify currentBuild(const LauncherBuild& build, const Product& product,
@@ -91,9 +97,9 @@ BuildToVerify currentBuild(const LauncherBuild& build, const Product& product,
     const QString folder = addresses::onServer(build.url.toString());
     for (const QString& version : metadata.history(product)) {
         if (folder.startsWith(product.versionFolder(version)))
-            return {build, product, version};
+            return {build, product, version, true};
     }
-    return {build, product, {}};
+    return {build, product, {}, true};
 }
 
 QList<BuildToVerify> publishedBuilds(const MetadataDocument& metadata, const VerifyOptions& options,
@@ -105,7 +111,12 @@ QList<BuildToVerify> publishedBuilds(const MetadataDocument& metadata, const Ver
         documents.append(candidate.folder + addresses::packageDocument);
         documents.append(candidate.folder + addresses::assetList);
     }
-    const QSet<QString> present = presentOf(documents, source);
+    // What was noted has been there, so that it is a fault when it is not.
+    QSet<QString> present = presentOf(documents, source);
+    for (const QString& document : std::as_const(documents)) {
+        if (!source.notedHash(document).isEmpty())
+            present.insert(document);
+    }
     // A version need not have a build for every platform.
     QSet<QString> found;
     for (const Candidate& candidate : candidates) {
@@ -121,13 +132,14 @@ QList<BuildToVerify> publishedBuilds(const MetadataDocument& metadata, const Ver
         builds.append(publishedBuild(candidate.product, candidate.version, candidate.platform,
                                      candidate.folder,
                                      present.contains(candidate.folder + addresses::assetList)));
+        builds.last().isCurrent = isCurrent(metadata, candidate);
     }
     if (builds.isEmpty() && !options.version.isEmpty())
         faults.append(QStringLiteral("there is no version %1").arg(options.version));
     return builds;
 }
 
-QString publishingCommand(const BuildToVerify& build)
+QString publishingCommand(const BuildToVerify& build, const QString& channel)
 {
     const Platform usual{QStringLiteral("windows"), QStringLiteral("x86_64")};
     const Platform platform = platformOf(build.build);
@@ -140,5 +152,9 @@ QString publishingCommand(const BuildToVerify& build)
     if (platform != usual)
         command +=
             QStringLiteral(" --os %1 --architecture %2").arg(platform.os, platform.architecture);
+    if (!build.isCurrent)
+        command += QLatin1StringView(" --stage");
+    else if (!channel.isEmpty())
+        command += QStringLiteral(" --channel %1").arg(channel);
     return command;
 }

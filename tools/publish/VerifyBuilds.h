@@ -20,6 +20,8 @@ struct VerifyOptions
     bool all = false;
     /// Only this version; empty for what is current.
     QString version = {};
+    /// The channel that is read from, for the commands in faults.
+    QString channel = {};
     /// Narrow `version` to one product or platform.
     std::optional<Product> product = {};
     std::optional<Platform> platform = {};
@@ -34,6 +36,7 @@ struct BuildToVerify
     Product product;
     /// Empty when nothing tells it.
     QString version;
+    bool isCurrent = false;
 };
 
 /// A build that the metadata calls current.
@@ -46,5 +49,6 @@ struct BuildToVerify
                                                    const VerifyOptions& options,
                                                    ContentSource& source, QStringList& faults);
 
-/// The command that publishes the build again, without its arguments.
-[[nodiscard]] QString publishingCommand(const BuildToVerify& build);
+/// The command that publishes the build again, without its arguments: one that leaves alone what is
+/// current.
+[[nodiscard]] QString publishingCommand(const BuildToVerify& build, const QString& channel);

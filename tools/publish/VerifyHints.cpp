@@ -2,47 +2,55 @@
 
 #include "publish/Addresses.h"
 #include "publish/HintsPublication.h"
+#include "publish/VerifyBuilds.h"
 #include "publish/VerifyRun.h"
 
 namespace {
 
-// Both the begin of a fault's line and the command that mends it.
-const QString name = QStringLiteral("hints");
+QString where()
+{
+    return QStringLiteral("hints");
+}
 
-void readPictures(VerifyRun& run, const QStringList& pictures)
+void readPictures(VerifyRun& run, const QStringList& pictures, const QString& command)
 {
     for (const QString& picture : pictures) {
-        const QByteArray body = run.fetch(name, picture, name);
+        const QByteArray body = run.fetch(where(), picture, command);
         if (!body.isEmpty() && !looksLikePicture(body))
-            run.addFault(name, QStringLiteral("%1 is not a PNG, JPEG or GIF picture").arg(picture),
-                         name);
+            run.addFault(where(),
+                         QStringLiteral("%1 is not a PNG, JPEG or GIF picture").arg(picture),
+                         command);
     }
 }
 
-void lookAtPictures(VerifyRun& run, const QStringList& pictures)
+void lookAtPictures(VerifyRun& run, const QStringList& pictures, const QString& command)
 {
     run.look(pictures, [&](qsizetype index, const Presence& presence) {
         const QString fault = presence.size == 0 ? QStringLiteral("it is empty") : presence.fault;
         if (!fault.isEmpty())
-            run.addFault(
-                name, QStringLiteral("%1 cannot be read: %2").arg(pictures.at(index), fault), name);
+            run.addFault(where(),
+                         QStringLiteral("%1 cannot be read: %2").arg(pictures.at(index), fault),
+                         command);
     });
 }
 
 } // namespace
 
-void verifyHints(VerifyRun& run, bool quick)
+void verifyHints(VerifyRun& run, const VerifyOptions& options)
 {
-    const QByteArray bytes = run.fetch(name, addresses::hints, name);
+    const QString command = options.channel.isEmpty()
+                                ? QStringLiteral("hints")
+                                : QStringLiteral("hints --channel %1").arg(options.channel);
+    const QByteArray bytes = run.fetch(where(), addresses::hints, command);
     if (bytes.isEmpty())
         return;
     QStringList pictures;
     for (const QString& fault : checkHints(bytes, pictures, nullptr))
-        run.addFault(name, fault, name);
+        run.addFault(where(), fault, command);
     for (QString& picture : pictures)
         picture.prepend(addresses::images);
-    if (quick)
-        lookAtPictures(run, pictures);
+    if (options.quick)
+        lookAtPictures(run, pictures, command);
     else
-        readPictures(run, pictures);
+        readPictures(run, pictures, command);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 class VerifyRun;
+struct VerifyOptions;
 
-/// Checks the hints document and its pictures. With `quick`, pictures need only be there.
-void verifyHints(VerifyRun& run, bool quick);
+/// Checks the hints document and its pictures.
+void verifyHints(VerifyRun& run, const VerifyOptions& options);

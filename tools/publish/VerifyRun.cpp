@@ -1,5 +1,7 @@
 #include "publish/VerifyRun.h"
 
+#include "package/Unpack.h"
+
 #include <algorithm>
 
 void VerifyRun::addFault(const QString& where, const QString& what, const QString& command)
@@ -39,7 +41,11 @@ QByteArray VerifyRun::fetch(const QString& where, const QString& address, const 
                  QStringLiteral("%1 cannot be read: %2")
                      .arg(address, error.isEmpty() ? QStringLiteral("it is empty") : error),
                  command);
-    return body;
+    const QString noted = body.isEmpty() ? QString() : m_source.notedHash(address);
+    if (noted.isEmpty() || noted == hashBytes(body))
+        return body;
+    addFault(where, QStringLiteral("%1 is not what was published").arg(address), command);
+    return {};
 }
 
 void VerifyRun::look(const QStringList& addresses, const ContentSource::Found& found)

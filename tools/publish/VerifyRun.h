@@ -26,7 +26,7 @@ public:
     /// Whether documents may name the address; a fault otherwise.
     bool checkPlain(const QString& where, const QString& address, const QString& command);
 
-    /// The whole body; empty, and a fault, when it cannot be had.
+    /// The whole body; empty, and a fault, when it cannot be had or is not what was published.
     QByteArray fetch(const QString& where, const QString& address, const QString& command);
     /// As ContentSource::look(); what is wrong with headers is a fault of faultsOfServing().
     void look(const QStringList& addresses, const ContentSource::Found& found);
