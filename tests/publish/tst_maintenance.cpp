@@ -58,6 +58,8 @@ private Q_SLOTS:
     void switchAsksWhichOfSeveralPackages();
     void switchesTheLauncherAlone();
     void switchFindsTheOnlyPlatformThatHasTheVersion();
+    void switchesAllPlatformsInOneStep();
+    void switchesNoPlatformWhenOneIsDamaged();
     void switchAsksWhichOfSeveralPlatforms();
     void switchRefusesADamagedVersion_data();
     void switchRefusesADamagedVersion();
@@ -74,7 +76,7 @@ private Q_SLOTS:
 
 private:
     QStringList publishLauncher(const QString& version);
-    void publishForArm(const QString& version);
+    void publishFor(const QString& architecture, const QString& version);
 
     std::unique_ptr<PublishFixture> m_fixture;
 };
@@ -183,16 +185,16 @@ void MaintenanceTest::switchesTheLauncherAlone()
     QCOMPARE(versionOf(*m_fixture), u"4"_s);
 }
 
-void MaintenanceTest::publishForArm(const QString& version)
+void MaintenanceTest::publishFor(const QString& architecture, const QString& version)
 {
     PublishRequest request = m_fixture->request(version);
-    request.platform = {u"windows"_s, u"arm64"_s};
+    request.platform = {u"windows"_s, architecture};
     QCOMPARE(m_fixture->run(request), QStringList());
 }
 
 void MaintenanceTest::switchFindsTheOnlyPlatformThatHasTheVersion()
 {
-    publishForArm(u"4"_s);
+    publishFor(u"arm64"_s, u"4"_s);
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
     QCOMPARE(versionOf(*m_fixture), u"3"_s);
     QCOMPARE(verifyFixture(*m_fixture), QStringList());
@@ -201,14 +203,39 @@ void MaintenanceTest::switchFindsTheOnlyPlatformThatHasTheVersion()
                 .contains("/launcher/packages/Quelra/4/windows-arm64/package.json"));
 }
 
+void MaintenanceTest::switchesAllPlatformsInOneStep()
+{
+    publishFor(u"arm64"_s, u"4"_s);
+    publishFor(u"arm64"_s, u"5"_s);
+    publishFor(u"x86_64"_s, u"5"_s);
+    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
+    const QByteArray metadata = m_fixture->served().value(addresses::metadata);
+    QVERIFY(metadata.contains("/launcher/packages/Quelra/4/windows-x86_64/package.json"));
+    QVERIFY(metadata.contains("/launcher/packages/Quelra/4/windows-arm64/package.json"));
+    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+}
+
+void MaintenanceTest::switchesNoPlatformWhenOneIsDamaged()
+{
+    publishFor(u"arm64"_s, u"4"_s);
+    publishFor(u"arm64"_s, u"5"_s);
+    publishFor(u"x86_64"_s, u"5"_s);
+    const QString folder = m_fixture->content() + u"/launcher/packages/Quelra/4/windows-arm64/"_s;
+    QVERIFY(QFile::remove(folder + u"package.json"_s));
+    const Files before = m_fixture->served();
+    QVERIFY(!switchVersion({m_fixture->content(), {}, {}, u"4"_s}).isEmpty());
+    QCOMPARE(m_fixture->served(), before);
+}
+
 void MaintenanceTest::switchAsksWhichOfSeveralPlatforms()
 {
-    publishForArm(u"4"_s);
+    publishFor(u"arm64"_s, u"4"_s);
+    publishFor(u"x86"_s, u"5"_s);
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
     const Files before = m_fixture->served();
     const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"4"_s});
-    QCOMPARE(faults, QStringList(u"Quelra 4 has builds for windows x86_64, windows arm64; give one "
-                                 "as --os and --architecture"_s));
+    QCOMPARE(faults, QStringList(u"Quelra 4 has builds for windows x86_64, windows arm64 only; "
+                                 "give one as --os and --architecture"_s));
     QCOMPARE(m_fixture->served(), before);
     QCOMPARE(switchVersion({m_fixture->content(), {}, Platform{u"windows"_s, u"x86_64"_s}, u"4"_s}),
              QStringList());

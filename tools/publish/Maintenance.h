@@ -15,7 +15,7 @@ struct SwitchRequest
     QString content;
     /// Nothing: the only package that there is.
     std::optional<Product> product;
-    /// Nothing: the only platform that has the version.
+    /// Nothing: all platforms, or the only one that has the version.
     std::optional<Platform> platform;
     QString version;
     /// The channel whose players get the version; empty for those in none.

@@ -58,17 +58,18 @@ bool hasVersion(const ContentFolder& tree, const Product& product, const QString
     return tree.exists(product.versionFolder(version) + platform.folderName());
 }
 
-// The only platform that has the version, unless one is asked for.
-std::optional<Platform> findPlatform(const ContentFolder& tree, const SwitchRequest& request,
-                                     const MetadataDocument& published, const Product& product,
-                                     QString* error)
+// Unless one is asked for: all platforms, or the only one that has the version. Empty when there is
+// none, or when it is unclear which are meant.
+QList<Platform> findPlatforms(const ContentFolder& tree, const SwitchRequest& request,
+                              const MetadataDocument& published, const Product& product,
+                              QString* error)
 {
     const QStringList history = published.history(product);
     const QList<Platform> known = published.publishedPlatforms(product);
     if (request.platform && !known.contains(*request.platform)) {
         *error = QStringLiteral("%1 has no build for %2")
                      .arg(product.label(), platformName(*request.platform));
-        return std::nullopt;
+        return {};
     }
     QList<Platform> having;
     QStringList names;
@@ -79,17 +80,18 @@ std::optional<Platform> findPlatform(const ContentFolder& tree, const SwitchRequ
             names.append(platformName(platform));
         }
     }
-    if (having.size() == 1)
-        return having.first();
+    if (having.size() == 1 || having == known)
+        return having;
     const QString where =
         request.platform ? QLatin1StringView(" for ") + platformName(*request.platform) : QString();
     *error = having.isEmpty()
                  ? QStringLiteral("%1 has no version %2%3; there are: %4")
                        .arg(product.label(), request.version, where,
                             history.join(QLatin1StringView(", ")))
-                 : QStringLiteral("%1 %2 has builds for %3; give one as --os and --architecture")
+                 : QStringLiteral("%1 %2 has builds for %3 only; give one as --os and "
+                                  "--architecture")
                        .arg(product.label(), request.version, names.join(QLatin1StringView(", ")));
-    return std::nullopt;
+    return {};
 }
 
 // Players would have it as soon as it is current, so it is looked at first.
@@ -162,17 +164,21 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
     if (!published || !metadata || !findProduct(request, *published, product, &error))
         return {error};
     metadata->addProductOf(*published, product);
-    const auto platform = findPlatform(tree, request, *published, product, &error);
-    if (!platform)
+    const auto platforms = findPlatforms(tree, request, *published, product, &error);
+    if (platforms.isEmpty())
         return {error};
-    QStringList faults = versionFaults(request, product, *platform);
-    if (faults.isEmpty())
-        faults = pathFaultsOver(tree, request, *published, product, *platform,
-                                metadata->build(product, *platform).document);
-    if (!faults.isEmpty())
-        return faults;
-    if (!switchBuild(tree, *metadata, product, *platform, request.version, &error))
-        return {error};
+    for (const Platform& platform : platforms) {
+        QStringList faults = versionFaults(request, product, platform);
+        if (faults.isEmpty())
+            faults = pathFaultsOver(tree, request, *published, product, platform,
+                                    metadata->build(product, platform).document);
+        if (!faults.isEmpty())
+            return faults;
+    }
+    for (const Platform& platform : platforms) {
+        if (!switchBuild(tree, *metadata, product, platform, request.version, &error))
+            return {error};
+    }
     if (tree.exists(channels::hints(request.channel)) && !request.channel.isEmpty())
         metadata->setHints(channels::hintsInMetadata(QString(), request.channel));
     const QString address = channels::metadata(request.channel);
