@@ -16,9 +16,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const Platform right{u"windows"_s, u"x86_64"_s};
-const Platform mistyped{u"Windows"_s, u"x86_64"_s};
+const Platform mistyped{u"windws"_s, u"x86_64"_s};
 const QString folder1 = u"/launcher/packages/Quelra/1/windows-x86_64/"_s;
-const QString mistypedFolder2 = u"/launcher/packages/Quelra/2/Windows-x86_64/"_s;
+const QString mistypedFolder2 = u"/launcher/packages/Quelra/2/windws-x86_64/"_s;
 
 LauncherMetadata metadata(const PublishFixture& fixture, const QString& channel = {})
 {
@@ -116,7 +116,7 @@ void RemoveTest::takesAMistypedBuildAway()
     const QStringList packed = packedFiles(*m_fixture);
     QCOMPARE(publish(u"2"_s, mistyped, {{u"client"_s, "2"}, {u"same"_s, "same"}}), QStringList());
     QCOMPARE(remove(mistyped, m_quelra), QStringList());
-    QCOMPARE(m_report.removedBuilds, QStringList(u"2 Windows-x86_64"_s));
+    QCOMPARE(m_report.removedBuilds, QStringList(u"2 windws-x86_64"_s));
     QCOMPARE(m_fixture->progress.warnings, QStringList());
     QCOMPARE(metadata(*m_fixture).packages.first().builds.size(), 1);
     QCOMPARE(documents(*m_fixture, addresses::packages), 2);
@@ -137,7 +137,7 @@ void RemoveTest::leavesOtherBuildsOfTheVersion()
     QCOMPARE(publish(u"1"_s, mistyped, {{u"client"_s, "2"}}), QStringList());
     QCOMPARE(publish(u"2"_s, mistyped, {{u"client"_s, "3"}}), QStringList());
     QCOMPARE(remove(mistyped, m_quelra), QStringList());
-    QCOMPARE(m_report.removedBuilds, QStringList({u"1 Windows-x86_64"_s, u"2 Windows-x86_64"_s}));
+    QCOMPARE(m_report.removedBuilds, QStringList({u"1 windws-x86_64"_s, u"2 windws-x86_64"_s}));
     QCOMPARE(documents(*m_fixture, folder1), 2);
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}).size(), 1);
@@ -151,7 +151,7 @@ void RemoveTest::takesAWholePackageAway()
              QStringList());
     QCOMPARE(publish(u"2"_s, mistyped, {{u"client"_s, "other"}}, u"Other"_s), QStringList());
     QCOMPARE(remove({}, {false, u"Other"_s}), QStringList());
-    QCOMPARE(m_report.removedBuilds, QStringList({u"1 windows-x86_64"_s, u"2 Windows-x86_64"_s}));
+    QCOMPARE(m_report.removedBuilds, QStringList({u"1 windows-x86_64"_s, u"2 windws-x86_64"_s}));
     QVERIFY(!QDir(m_fixture->content() + u"/launcher/packages/Other"_s).exists());
     QCOMPARE(m_fixture->served().value(addresses::metadata), before.value(addresses::metadata));
     QCOMPARE(verify(), QStringList());
@@ -180,7 +180,7 @@ void RemoveTest::takesItFromChannelsToo()
     QCOMPARE(metadata(*m_fixture, u"beta"_s).packages.first().builds.size(), 2);
     QCOMPARE(remove(mistyped, m_quelra), QStringList());
     QCOMPARE(metadata(*m_fixture, u"beta"_s).packages.first().builds.size(), 1);
-    QVERIFY(!m_fixture->served().value(addresses::metadata).contains("Windows"));
+    QVERIFY(!m_fixture->served().value(addresses::metadata).contains("windws"));
     const auto source = folderSource(m_fixture->content(), u"beta"_s);
     VerifyReport report;
     QCOMPARE(::verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report),
@@ -193,7 +193,7 @@ void RemoveTest::refusesWhatIsNotThere()
 {
     const Files before = m_fixture->served();
     QCOMPARE(remove(mistyped, m_quelra),
-             QStringList(u"Quelra has no build for Windows x86_64; there are: windows x86_64"_s));
+             QStringList(u"Quelra has no build for windws x86_64; there are: windows x86_64"_s));
     QCOMPARE(remove({}, {false, u"quelra"_s}), QStringList(u"nothing was published of quelra"_s));
     QCOMPARE(remove(right, {false, u"Other"_s}), QStringList(u"nothing was published of Other"_s));
     QCOMPARE(remove({}, {true, {}}), QStringList(u"nothing was published of the launcher"_s));
@@ -210,7 +210,7 @@ void RemoveTest::dryRunWritesNothing()
     QVERIFY(QDir(m_fixture->content() + u"/.publisher"_s).removeRecursively());
     const Files before = m_fixture->served();
     QCOMPARE(remove(mistyped, m_quelra, true), QStringList());
-    QCOMPARE(m_report.removedBuilds, QStringList(u"2 Windows-x86_64"_s));
+    QCOMPARE(m_report.removedBuilds, QStringList(u"2 windws-x86_64"_s));
     QCOMPARE(remove({}, m_quelra, true), QStringList());
     QCOMPARE(m_report.removedBuilds.size(), 2);
     QCOMPARE(m_fixture->served(), before);

@@ -48,6 +48,7 @@ private Q_SLOTS:
     void learnsWhatEarlierPublishersLeft();
     void passesOverLinesThatItDoesNotKnow();
     void refusesAPackageThatDiffersInCaseOnly();
+    void refusesAPlatformThatDiffersInCaseOnly();
     void warnsOfWhatIsLikelyAMistake_data();
     void warnsOfWhatIsLikelyAMistake();
 
@@ -166,6 +167,19 @@ void UsedVersionsTest::refusesAPackageThatDiffersInCaseOnly()
     QCOMPARE(m_fixture->run(request), QStringList());
 }
 
+void UsedVersionsTest::refusesAPlatformThatDiffersInCaseOnly()
+{
+    PublishRequest request = m_fixture->request(u"9"_s);
+    request.platform = {u"Windows"_s, u"x86_64"_s};
+    const Files before = m_fixture->served();
+    QCOMPARE(m_fixture->run(request),
+             QStringList(u"the platform 'Windows' 'x86_64' differs from 'windows' 'x86_64', which "
+                         "was published before, in case only; Windows has one folder for both"_s));
+    QCOMPARE(m_fixture->served(), before);
+    request.platform = {u"windows"_s, u"x86"_s};
+    QCOMPARE(m_fixture->run(request), QStringList());
+}
+
 void UsedVersionsTest::warnsOfWhatIsLikelyAMistake_data()
 {
     QTest::addColumn<QString>("version");
@@ -182,9 +196,9 @@ void UsedVersionsTest::warnsOfWhatIsLikelyAMistake_data()
                         << QStringList(u"the version text has 65 characters, over 64"_s);
     row("empty executable") << u"3"_s << QByteArray() << windows << x86
                             << QStringList(u"client: the executable is empty"_s);
-    row("system") << u"3"_s << QByteArray("x") << u"Windows"_s << x86
+    row("system") << u"3"_s << QByteArray("x") << u"windws"_s << x86
                   << QStringList(u"launchers take builds for the operating system 'windows' only; "
-                                 "no player gets one for 'Windows'"_s);
+                                 "no player gets one for 'windws'"_s);
     row("architecture") << u"3"_s << QByteArray("x") << windows << u"x86-64"_s
                         << QStringList(
                                u"launchers take the build for 'windows' 'x86_64'; no player "

@@ -97,7 +97,7 @@ private:
     bool checkHistory(QString* error)
     {
         const QStringList history = m_metadata.history(m_request.product);
-        *error = packageNameFault(m_request.product, m_metadata);
+        *error = productNameFault(m_request.product, m_request.platform, m_metadata);
         if (error->isEmpty())
             *error = versionNameFault(m_request.version, history);
         if (error->isEmpty())

@@ -36,17 +36,28 @@ QString versionNameFault(const QString& version, const QStringList& others)
     return {};
 }
 
-QString packageNameFault(const Product& product, const MetadataDocument& metadata)
+QString productNameFault(const Product& product, const Platform& platform,
+                         const MetadataDocument& metadata)
 {
-    if (product.isLauncher || metadata.hasProduct(product))
-        return {};
+    const auto fault = [](const QString& name, const QString& other) {
+        return QStringLiteral("%1 differs from %2 in case only; Windows has one folder for both")
+            .arg(name, other);
+    };
     for (const Product& other : metadata.products()) {
-        if (!other.isLauncher && other != product &&
+        if (!product.isLauncher && !other.isLauncher && other != product &&
+            !metadata.hasProduct(product) &&
             comparedName(other.directory) == comparedName(product.directory))
-            return QStringLiteral(
-                       "the package %1 differs from the package %2 in case only; Windows "
-                       "has one folder for both")
-                .arg(product.directory, other.directory);
+            return fault(QStringLiteral("the package ") + product.directory,
+                         QStringLiteral("the package ") + other.directory);
+    }
+    const QList<Platform> known = metadata.publishedPlatforms(product);
+    for (const Platform& other : known) {
+        if (!known.contains(platform) &&
+            comparedName(other.folderName()) == comparedName(platform.folderName()))
+            return fault(
+                QStringLiteral("the platform '%1' '%2'").arg(platform.os, platform.architecture),
+                QStringLiteral("'%1' '%2', which was published before,")
+                    .arg(other.os, other.architecture));
     }
     return {};
 }

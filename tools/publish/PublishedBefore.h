@@ -14,13 +14,16 @@ class PackStore;
 class UsedVersions;
 class WrittenNotes;
 struct InputFile;
+struct Platform;
 struct Product;
 
 /// Why a version of this name cannot be published beside the others; empty when it can.
 [[nodiscard]] QString versionNameFault(const QString& version, const QStringList& others);
 
-/// Why a new package cannot be published beside those of the metadata; empty when it can.
-[[nodiscard]] QString packageNameFault(const Product& product, const MetadataDocument& metadata);
+/// Why a package, or a platform of it, that is new cannot be published beside those of the
+/// metadata; empty when it can.
+[[nodiscard]] QString productNameFault(const Product& product, const Platform& platform,
+                                       const MetadataDocument& metadata);
 
 /// Why the build cannot be published because another one of its version was there and has been
 /// removed; empty when it can.

@@ -78,11 +78,22 @@ private:
             });
     }
 
+    // In these letters: where case makes no difference, the folder may be another package's.
+    bool isOnDisk(const Product& product) const
+    {
+        const QFileInfo folder(m_tree.path(product.folder().chopped(1)));
+        return QDir(folder.path())
+            .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+            .contains(folder.fileName());
+    }
+
     // On the disk, whatever the documents say: those of a removal that was interrupted say nothing.
     bool findBuilds(QString* error)
     {
         const Product& product = m_request.product;
-        for (const QString& version : subfolders(m_tree, product.folder())) {
+        const QStringList versions =
+            isOnDisk(product) ? subfolders(m_tree, product.folder()) : QStringList();
+        for (const QString& version : versions) {
             const QString folder = product.folder() + version + u'/';
             for (const QString& build : subfolders(m_tree, folder)) {
                 if (!m_request.platform || m_request.platform->folderName() == build + u'/')
