@@ -90,12 +90,16 @@ bool PackageClient::installPackage(const QUrl& url, const OrlPackageDoc& package
     if (failWhenQuitting(error))
         return false;
     // Copies, since slots that run meanwhile may replace what the caller holds.
-    const QUrl address = url;
-    const OrlPackageDoc document = package;
-    const QString place = folder;
-    beginPackage(document, place);
-    return installFiles(address, document.files, place, error) &&
-           finalizePackage(document, place, error, [this] { return m_pacer.turnIfDue(); });
+    const struct
+    {
+        QUrl url;
+        OrlPackageDoc package;
+        QString folder;
+    } held{url, package, folder};
+    beginPackage(held.package, held.folder);
+    return installFiles(held.url, held.package.files, held.folder, error) &&
+           finalizePackage(held.package, held.folder, error,
+                           [this] { return m_pacer.turnIfDue(); });
 }
 
 bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, const QString& hash,
@@ -103,12 +107,16 @@ bool PackageClient::installAssets(const QUrl& url, const QList<OrlFile>& files, 
 {
     if (failWhenQuitting(error))
         return false;
-    // Copies, since slots that run meanwhile may replace what the caller holds.
-    const QUrl address = url;
-    const QList<OrlFile> assets = files;
-    const QString identity = hash;
-    const QString place = folder;
-    return installFiles(address, assets, place, error) && recordAssets(identity, place, error);
+    // Copies, as for a package.
+    const struct
+    {
+        QUrl url;
+        QList<OrlFile> files;
+        QString hash;
+        QString folder;
+    } held{url, files, hash, folder};
+    return installFiles(held.url, held.files, held.folder, error) &&
+           recordAssets(held.hash, held.folder, error);
 }
 
 void PackageClient::installPackageAsync(const QUrl& url, const OrlPackageDoc& package,
