@@ -143,21 +143,21 @@ QList<FileFault> contentFaults(ContentSource& source, const QList<WantedFile>& w
     progress.begin(QStringLiteral("Verifying"), bytes, wanted.size());
     QList<FileFault> faults(wanted.size());
     // Each job has a place of its own.
-    FileFault* const places = faults.data();
+    FileFault* place = faults.data();
     std::vector<Job> jobs;
-    for (qsizetype i = 0; i < wanted.size(); ++i) {
-        const WantedFile& file = wanted.at(i);
+    for (const WantedFile& file : wanted) {
         const qint64 memory =
             std::min(addSizes(packedSize(file), unpackedSize(file)), limits.memory);
-        jobs.push_back({memory, [&source, &file, &progress, place = places + i](QString*) {
+        jobs.push_back({memory, [&source, &file, &progress, place](QString*) {
                             *place = packedFileFault(source, file);
                             progress.advance(packedSize(file), 1);
                             return true;
                         }});
+        ++place;
     }
     QString error;
     if (!runJobs(jobs, limits, &error))
-        places[0] = {QStringLiteral("verifying failed: %1").arg(error)};
+        faults.first() = {QStringLiteral("verifying failed: %1").arg(error)};
     progress.end();
     return faults;
 }
