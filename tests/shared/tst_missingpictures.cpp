@@ -193,9 +193,18 @@ void MissingPicturesTest::endsATransferThatIsTooLarge()
     ScriptedHttpServer server;
     server.route(u"/large.png"_s, picture() + QByteArray(8 * 1024 * 1024, 'x'));
     ShownBrowser browser;
+    // A picture is asked for again only when its transfer has ended. Wine does not always tell the
+    // server, which has more to send, that its reader has gone.
+    const auto hasEnded = [&](const QString& path) {
+#ifdef Q_OS_WIN
+        browser.setContent(image(server.url(path)));
+        return server.count(path) > 1;
+#else
+        return server.count(path) == 1 && server.activeTransfers() == 0;
+#endif
+    };
     browser.setContent(image(server.url(u"/large.png"_s)));
-    QTRY_COMPARE(server.count(u"/large.png"_s), 1);
-    QTRY_COMPARE(server.activeTransfers(), 0);
+    QTRY_VERIFY(hasEnded(u"/large.png"_s));
     QCoreApplication::processEvents();
     QVERIFY(!browser.showsPictures());
     QVERIFY(!browser.document()
@@ -207,8 +216,7 @@ void MissingPicturesTest::endsATransferThatIsTooLarge()
     endless.announcedLength = 8 * 1024 * 1024 + 1;
     server.route(u"/endless.png"_s, endless);
     browser.setContent(image(server.url(u"/endless.png"_s)));
-    QTRY_COMPARE(server.count(u"/endless.png"_s), 1);
-    QTRY_COMPARE(server.activeTransfers(), 0);
+    QTRY_VERIFY(hasEnded(u"/endless.png"_s));
 }
 
 void MissingPicturesTest::decodesNoPictureOfAbsurdSize()
