@@ -1,3 +1,4 @@
+#include "package/Failure.h"
 #include "package/IncomingFile.h"
 #include "package/InstalledFile.h"
 #include "package/PackageClient.h"
@@ -43,12 +44,6 @@ QString storeFailureText(StoreResult result, const IncomingFile& incoming)
 QString orPlainFailure(const QString& text)
 {
     return text.isEmpty() ? QStringLiteral("Download failed") : text;
-}
-
-void setText(QString* error, const QString& text)
-{
-    if (error)
-        *error = text;
 }
 
 } // namespace
@@ -119,28 +114,22 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
                                RunPosition& position, QString* error)
 {
     const QString path = pathOfListedFile(folder, file.localfile);
-    if (path.isEmpty()) {
-        setText(error, unwritableText(joinedPath(folder, file)));
-        return false;
-    }
+    if (path.isEmpty())
+        return fail(error, unwritableText(joinedPath(folder, file)));
     IncomingFile incoming(file, path, unfinishedPathIn(folder));
     QString downloadError;
     m_incoming = &incoming;
     downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
                          position.number, position.count, &downloadError);
-    if (m_pacer.isQuitting() || !(incoming.isAccepted() || incoming.cannotBeWritten())) {
-        setText(error, orPlainFailure(downloadError));
-        return false;
-    }
+    if (m_pacer.isQuitting() || !(incoming.isAccepted() || incoming.cannotBeWritten()))
+        return fail(error, orPlainFailure(downloadError));
     const StoreResult result = incoming.finish([this] { return m_pacer.turnIfDue(); });
     if (result == StoreResult::Cancelled) {
         failWhenQuitting(error);
         return false;
     }
-    if (result != StoreResult::Stored) {
-        setText(error, storeFailureText(result, incoming));
-        return false;
-    }
+    if (result != StoreResult::Stored)
+        return fail(error, storeFailureText(result, incoming));
     m_verified.addWritten(path, file.unpackedhash);
     position.bytes = addSizes(position.bytes, incoming.accountedSize());
     return m_pacer.turnIfDue() || !failWhenQuitting(error);

@@ -1,3 +1,4 @@
+#include "package/Failure.h"
 #include "package/Markers.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
@@ -11,13 +12,6 @@ namespace {
 QString installationFailedText(const QString& folder)
 {
     return QStringLiteral("The installation of %1 failed.").arg(folder);
-}
-
-bool fail(QString* error, const QString& text)
-{
-    if (error)
-        *error = text;
-    return false;
 }
 
 QString inFolder(const QString& folder, QLatin1StringView name)

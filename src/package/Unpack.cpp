@@ -1,6 +1,7 @@
 #include "package/Unpack.h"
 
 #include "package/AloneDecoder.h"
+#include "package/Failure.h"
 #include "package/Sha256.h"
 
 #include <QIODevice>
@@ -120,9 +121,7 @@ bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error,
         return true;
     if (clearOutput)
         out.clear();
-    if (error)
-        *error = QLatin1StringView("Failed to decompress file downloaded from");
-    return false;
+    return fail(error, QStringLiteral("Failed to decompress file downloaded from"));
 }
 
 QString hashBytes(const QByteArray& data, const SliceFunction& onSlice)
