@@ -1,16 +1,23 @@
 #include "launcher/LauncherWindow.h"
 
 #include "launcher/FocusMark.h"
+#include "launcher/HeightFitter.h"
+#include "launcher/LauncherPage.h"
+#include "launcher/LicencePage.h"
+#include "launcher/LinkLabel.h"
 #include "launcher/ProgramIcon.h"
 #include "launcher/StyleSheet.h"
 #include "package/PackageClient.h"
 
+#include <QCheckBox>
 #include <QFile>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
 #include <QStackedLayout>
+
+#include <chrono>
 
 namespace {
 
@@ -25,6 +32,7 @@ QString licenceText()
 LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     : QMainWindow(parent)
     , packageClient(client)
+    , installation(client)
 {
     setWindowTitle(QStringLiteral("Vornak"));
     setWindowIcon(programIcon());
@@ -39,17 +47,14 @@ LauncherWindow::LauncherWindow(PackageClient* client, QWidget* parent)
     const QString licence = licenceText();
     // A build without a licence document has nothing to accept.
     const bool accepted = QSettings().value(QStringLiteral("eulaAccepted")).toBool();
-    const bool showsLicence = !accepted && !licence.isEmpty();
-    auto* licencePage = buildLicencePage(licence);
-    auto* launcherPage = buildLauncherPage();
-    connect(mainButton, &QPushButton::clicked, this, &LauncherWindow::onMainButtonClicked);
-    connect(packageClient, &PackageClient::progress, this, &LauncherWindow::onProgress);
+    buildPages(licence);
+    setLogo(Classic);
+    connectWidgets();
+    connectParts();
     setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
     // Last, since the stack shows a page at once, which styles and lays out all that is on it.
-    buildPageStack(licencePage, launcherPage, showsLicence);
+    buildPageStack(!accepted && !licence.isEmpty());
     new FocusMark(this);
-    buildClickTimer();
-    buildProgressTimer();
 }
 
 LauncherWindow::~LauncherWindow()
@@ -60,27 +65,73 @@ LauncherWindow::~LauncherWindow()
         clientProcess->disconnect(this);
 }
 
-void LauncherWindow::acceptLicence()
+void LauncherWindow::buildPages(const QString& licence)
 {
-    QSettings().setValue(QStringLiteral("eulaAccepted"), true);
-    if (pageStack)
-        pageStack->setCurrentIndex(1);
+    licencePage = new LicencePage(licence, centralWidget());
+    launcherPage = new LauncherPage(centralWidget());
+    heightFitter = std::make_unique<HeightFitter>(*this, *launcherPage, *licencePage);
+    infoBrowser = launcherPage->infoBrowser;
+    logoLabel = launcherPage->logoLabel;
+    versionLabel = launcherPage->versionLabel;
+    statusLabel = launcherPage->statusLabel;
+    revisionLabel = launcherPage->revisionLabel;
+    makerLogoLabel = launcherPage->makerLogoLabel;
+    defaultClientCheckBox = launcherPage->defaultClientCheckBox;
+    progressBar = launcherPage->progressBar;
+    mainButton = launcherPage->mainButton;
+    packageGroup = launcherPage->packageGroup;
+    hintGroup = launcherPage->hintGroup;
 }
 
-void LauncherWindow::showAbout()
+void LauncherWindow::buildPageStack(bool showsLicence)
 {
-    const QString title = QStringLiteral("About");
-    const QString text = QStringLiteral(
-        "Vornak launcher\n\nSource code, including modifications, at the Vornak repository.");
-    if (flowDepth == 0) {
-        QMessageBox::about(this, title, text);
-        return;
-    }
-    // Its own event loop would keep the flow below it from going on until the box is closed.
-    auto* box = new QMessageBox(QMessageBox::NoIcon, title, text, QMessageBox::Ok, this);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setIconPixmap(box->windowIcon().pixmap(QSize(64, 64)));
-    box->open();
+    auto* layout = new QVBoxLayout(centralWidget());
+    layout->setContentsMargins(0, 0, 0, 0);
+    pageStack = new QStackedLayout(layout);
+    pageStack->setObjectName(QStringLiteral("pageStack"));
+    // The page that comes first is shown at once; the other is not styled until it is needed.
+    if (showsLicence)
+        pageStack->addWidget(licencePage);
+    pageStack->addWidget(launcherPage);
+    if (!showsLicence)
+        pageStack->insertWidget(0, licencePage);
+}
+
+void LauncherWindow::connectWidgets()
+{
+    connect(mainButton, &QPushButton::clicked, this, &LauncherWindow::onMainButtonClicked);
+    connect(licencePage->acceptButton, &QPushButton::clicked, this, [this] { acceptLicence(); });
+    connect(launcherPage->aboutLabel, &QLabel::linkActivated, this, [this] { showAbout(); });
+    connect(defaultClientCheckBox, &QCheckBox::toggled, this,
+            [](bool checked) { QSettings().setValue(QStringLiteral("defaultClient"), checked); });
+}
+
+void LauncherWindow::connectParts()
+{
+    connect(packageClient, &PackageClient::progress, this, &LauncherWindow::onProgress);
+    connect(&installation, &Installation::waitsForAnother, this,
+            [this] { showStatus(QStringLiteral("Waiting for another launcher")); });
+    connect(&installation, &Installation::goesOnAfterAnother, this, [this] { elapsed.start(); });
+    connect(&flowGate, &FlowGate::clickHeldChanged, this, &LauncherWindow::showHeldClick);
+    // Queued: the operation that has just ended is still about to return.
+    connect(
+        &flowGate, &FlowGate::clickDue, this,
+        [this] {
+            if (!packageClient->isQuitting())
+                onMainButtonClicked();
+        },
+        Qt::QueuedConnection);
+    progressTimer.setObjectName(QStringLiteral("progressTimer"));
+    progressTimer.setInterval(std::chrono::seconds(1));
+    connect(&progressTimer, &QTimer::timeout, this, &LauncherWindow::showProgressLine);
+}
+
+bool LauncherWindow::event(QEvent* event)
+{
+    const bool handled = QMainWindow::event(event);
+    if (event->type() == QEvent::LayoutRequest)
+        heightFitter->fit();
+    return handled;
 }
 
 // The main button takes no focus, so that no focus frame covers its picture. Return is its key:
@@ -98,4 +149,27 @@ void LauncherWindow::keyPressEvent(QKeyEvent* event)
         mainButton->click();
     else
         QMainWindow::keyPressEvent(event);
+}
+
+void LauncherWindow::acceptLicence()
+{
+    QSettings().setValue(QStringLiteral("eulaAccepted"), true);
+    if (pageStack)
+        pageStack->setCurrentIndex(1);
+}
+
+void LauncherWindow::showAbout()
+{
+    const QString title = QStringLiteral("About");
+    const QString text = QStringLiteral(
+        "Vornak launcher\n\nSource code, including modifications, at the Vornak repository.");
+    if (!flowGate.isRunning()) {
+        QMessageBox::about(this, title, text);
+        return;
+    }
+    // Its own event loop would keep the flow below it from going on until the box is closed.
+    auto* box = new QMessageBox(QMessageBox::NoIcon, title, text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setIconPixmap(box->windowIcon().pixmap(QSize(64, 64)));
+    box->open();
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "launcher/WindowHeight.h"
-#include "package/FileLock.h"
+#include "launcher/FlowGate.h"
+#include "launcher/Installation.h"
 #include "package/LauncherMetadata.h"
-#include "package/OrlPackageDoc.h"
 #include "shared/Hints.h"
 
 #include <QElapsedTimer>
@@ -15,24 +14,26 @@
 #include <memory>
 
 class FittingLabel;
+class HeightFitter;
+class LauncherPage;
+class LicencePage;
 class PackageClient;
 class QCheckBox;
 class QGroupBox;
-class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
 class QStackedLayout;
-class QTextEdit;
 
 namespace shared {
 class QTextBrowserWithNetwork;
 }
 
-/// The launcher's one window: a licence page and the launcher page, and the flow that leads from
-/// start-up over installing to the running client. Everything runs on the GUI thread; long work
-/// blocks its caller but keeps the event loop turning (see PackageClient), so that slots may run
-/// while a flow operation is on the stack. Downloading and writing files is PackageClient's job.
+/// The launcher's one window, and the flow that leads from start-up over installing to the running
+/// client. It turns what Installation, SelfUpdate and ClientProcess tell it into looks, and clicks
+/// into calls of theirs. Everything runs on the GUI thread; long work blocks its caller but keeps
+/// the event loop turning (see PackageClient), so that slots may run while a flow operation is on
+/// the stack.
 ///
 /// `main` owns it and never deletes it while a client runs.
 class LauncherWindow : public QMainWindow
@@ -125,68 +126,36 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    class FlowGuard;
-
-    // Pixels, on a screen that has room for them.
-    static constexpr int hintHeight = 110;
-    static constexpr int licenceHeight = 330;
-
-    QWidget* buildLauncherPage();
-    QLayout* buildTopRow(QWidget* page);
-    void buildLogo(QWidget* page);
-    void buildPackageGroup(QWidget* page);
-    void buildMainButton();
-    void buildPackageWidgets();
-    void buildHintGroup(QWidget* page);
-    QLayout* buildBottomRow(QWidget* page);
-    void buildMakerLogo(QWidget* page);
-    QWidget* buildLicencePage(const QString& licence);
-    void buildPageStack(QWidget* licencePage, QWidget* launcherPage, bool showsLicence);
+    void buildPages(const QString& licence);
+    void buildPageStack(bool showsLicence);
+    void connectWidgets();
+    void connectParts();
 
     void acceptLicence();
     void showAbout();
-    void showMessage(const QString& text);
     void applyMakerLogoLink();
-    void fitHeight();
-    [[nodiscard]] int roomForHeight() const;
-    bool squeezeInto(int room);
-    void keepOnScreen();
     void showStatus(const QString& text);
     void showProgressLine();
-    void buildProgressTimer();
-    void buildClickTimer();
-    void setClickWaits(bool waits);
-    [[nodiscard]] bool takeWaitingClick();
+    void showOffer();
+    void showHeldClick();
     void explainMainButton();
     void showCannotStart(const QString& reason = {});
-    [[nodiscard]] bool isUpToDate() const;
-    [[nodiscard]] bool assetsAreCurrent() const;
-    [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,
-                                             const QString& error);
-    [[nodiscard]] bool replaceLauncher(const QUrl& url, const OrlPackageDoc& launcher,
-                                       QString* error);
-    [[nodiscard]] QString fetchVersion(const QUrl& url);
-    [[nodiscard]] OrlPackageDoc fetchDocument(const QUrl& url, QString* error);
-    void fetchRemoteState();
-    void decide();
-    [[nodiscard]] bool updateAlone(QString* error);
-    [[nodiscard]] std::unique_ptr<FileLock> lockPackages(bool* waited);
-    [[nodiscard]] bool updatePackage(QString* error);
-    [[nodiscard]] bool updateAssets(QString* error);
-    [[nodiscard]] bool installAssetsAs(const QString& hash, QString* error);
-    void endUpdateWithFailure(const QString& error);
-    void onClientFinished(int exitCode, QProcess::ExitStatus exitStatus,
-                          const QString& restartRequest);
-    void onShowRequestPoll(const QString& showRequest);
     void bringToFront();
 
+    [[nodiscard]] bool selectPackageAndBuild(const LauncherMetadata& configuration,
+                                             const QString& error);
+    void decide();
+    void endUpdateWithFailure(const QString& error);
+    void onClientStarted();
+    void onClientEnded(bool cleanly, bool wantsRestart);
+    void onShowRequested();
+
     PackageClient* packageClient;
-    LauncherPackage package;
-    LauncherBuild build;
-    OrlPackageDoc document;
-    QString remoteVersion;
-    QString remoteAssetsHash;
-    bool filesIncomplete = false;
+    Installation installation;
+    // What the installation knows of the server and of its files.
+    QString& remoteVersion = installation.remoteVersion;
+    QString& remoteAssetsHash = installation.remoteAssetsHash;
+    bool& filesIncomplete = installation.filesIncomplete;
     bool busy = false;
     QElapsedTimer elapsed;
     QStackedLayout* pageStack = nullptr;
@@ -201,18 +170,15 @@ private:
     QPushButton* mainButton = nullptr;
     QGroupBox* packageGroup = nullptr;
     QGroupBox* hintGroup = nullptr;
-    QTextEdit* eulaEdit = nullptr;
     QPointer<QProcess> clientProcess;
-    // How many flow operations are on the stack. The timer runs while a click waits for their end.
-    int flowDepth = 0;
-    QTimer clickTimer{this};
+    LicencePage* licencePage = nullptr;
+    LauncherPage* launcherPage = nullptr;
+    std::unique_ptr<HeightFitter> heightFitter;
+    FlowGate flowGate{this};
     // Why the last update failed; empty after the next click.
     QString lastError;
     // Runs between the reports of an installation, whose last one these are.
     QTimer progressTimer{this};
     qint64 lastBytes = 0;
     qint64 lastTotal = 0;
-    WindowHeight windowHeight;
-    // Of the logo as it is; on a low screen its label has less.
-    int logoHeight = 0;
 };

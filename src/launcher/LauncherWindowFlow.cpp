@@ -1,33 +1,20 @@
-#include "launcher/FlowGuard.h"
+#include "client/ClientProcess.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/SelfUpdate.h"
 #include "package/Markers.h"
 #include "package/PackageClient.h"
-#include "package/SafeAddress.h"
 #include "package/SafePath.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileInfo>
-#include <QLabel>
+#include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 
-#include <chrono>
-
-namespace {
-
-QString makerLogoLink(const QUrl& target)
-{
-    return QStringLiteral("<a href=\"%1\"><img src=\":/images/launcher/OrlenvikLogo.png\"></a>")
-        .arg(target.toString(QUrl::FullyEncoded));
-}
-
-} // namespace
-
 void LauncherWindow::loadConfiguration()
 {
-    const FlowGuard guard(*this);
+    const FlowGate::Guard guard(flowGate);
     QString error;
     const LauncherMetadata configuration = packageClient->fetchLauncherMetadata(&error);
     if (packageClient->isQuitting())
@@ -36,7 +23,7 @@ void LauncherWindow::loadConfiguration()
         refreshState();
         return;
     }
-    fetchRemoteState();
+    installation.fetchOffered();
     if (packageClient->isQuitting())
         return;
     refreshHint();
@@ -51,85 +38,56 @@ bool LauncherWindow::selectPackageAndBuild(const LauncherMetadata& configuration
                                            const QString& error)
 {
     if (configuration.packages.isEmpty()) {
-        showMessage(error.isEmpty() ? QStringLiteral("Download of main configuration failed:")
-                                    : error);
+        infoBrowser->setPlainText(
+            error.isEmpty() ? QStringLiteral("Download of main configuration failed:") : error);
         return false;
     }
-    package = configuration.packages.first();
+    const bool hasBuild = installation.select(configuration.packages.first());
     applyMakerLogoLink();
-    const LauncherBuild* selected = selectBuild(package.builds, PackageClient::currentOs(),
-                                                PackageClient::currentArchitecture());
-    if (!selected) {
-        showMessage(QStringLiteral("Could not determine patch information. Your client might no "
-                                   "longer be supported."));
-        return false;
-    }
-    build = *selected;
-    return true;
-}
-
-void LauncherWindow::showMessage(const QString& text)
-{
-    infoBrowser->setPlainText(text);
-}
-
-void LauncherWindow::applyMakerLogoLink()
-{
-    if (!makerLogoLabel || package.logolinktarget.isEmpty())
-        return;
-    const QUrl target(package.logolinktarget);
-    if (isWebAddress(target))
-        makerLogoLabel->setText(makerLogoLink(target));
-}
-
-// An empty address would be that of the server itself, whose front page is no version.
-QString LauncherWindow::fetchVersion(const QUrl& url)
-{
-    return url.isEmpty() ? QString() : packageClient->fetchText(url, nullptr);
-}
-
-OrlPackageDoc LauncherWindow::fetchDocument(const QUrl& url, QString* error)
-{
-    return url.isEmpty() ? OrlPackageDoc() : packageClient->fetchPackageDoc(url, error);
-}
-
-// An address that cannot be fetched leaves its text empty, which reads as "not up to date".
-void LauncherWindow::fetchRemoteState()
-{
-    remoteVersion = fetchVersion(build.versionurl);
-    if (!build.assetsversionurl.isEmpty())
-        remoteAssetsHash = fetchVersion(build.assetsversionurl);
-    document = fetchDocument(build.url, nullptr);
-    if (!document.files.isEmpty())
-        filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
+    if (!hasBuild)
+        infoBrowser->setPlainText(QStringLiteral("Could not determine patch information. Your "
+                                                 "client might no longer be supported."));
+    return hasBuild;
 }
 
 void LauncherWindow::decide()
 {
     const bool patch = QCoreApplication::arguments().contains(QStringLiteral("--patch"));
-    if (patch && isUpToDate())
+    if (patch && installation.isUpToDate())
         play();
-    else if (package.installautomatically && installedVersion().isEmpty())
+    else if (installation.package.installautomatically && installedVersion().isEmpty())
         runUpdate(patch);
     else if (patch && remoteVersion != installedVersion())
         runUpdate(true);
 }
 
-bool LauncherWindow::assetsAreCurrent() const
+bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
 {
-    return remoteAssetsHash.isEmpty() || installedAssetsHash() == remoteAssetsHash;
-}
-
-bool LauncherWindow::isUpToDate() const
-{
-    return !remoteVersion.isEmpty() && remoteVersion == installedVersion() && !filesIncomplete &&
-           assetsAreCurrent();
+    const FlowGate::Guard guard(flowGate);
+    SelfUpdate update(*packageClient);
+    if (!update.isOffered(configuration))
+        return false;
+    if (packageClient->isQuitting())
+        return true;
+    setBusy(true, QStringLiteral("UPDATING"));
+    elapsed.start();
+    QString error;
+    if (update.replaceAndStart(&error)) {
+        QCoreApplication::quit();
+        return true;
+    }
+    if (packageClient->isQuitting())
+        return true;
+    setBusy(false);
+    refreshState();
+    showStatus(error);
+    return false;
 }
 
 void LauncherWindow::runUpdate(bool launchAfter)
 {
-    const FlowGuard guard(*this);
-    if (isUpToDate()) {
+    const FlowGate::Guard guard(flowGate);
+    if (installation.isUpToDate()) {
         if (launchAfter)
             play();
         return;
@@ -138,106 +96,19 @@ void LauncherWindow::runUpdate(bool launchAfter)
     setBusy(true, QStringLiteral("UPDATING"));
     elapsed.start();
     QString error;
-    const bool updated = updateAlone(&error);
+    const bool updated = installation.update(&error);
     if (packageClient->isQuitting())
         return;
     if (!updated) {
         endUpdateWithFailure(error);
         return;
     }
-    filesIncomplete = false;
     setBusy(false);
     showStatus(QString());
     progressBar->hide();
     refreshState();
     if (launchAfter && !packageClient->isQuitting())
         play();
-}
-
-// Two launchers that wrote files of two versions into one folder would leave a mixture that the
-// records call whole.
-bool LauncherWindow::updateAlone(QString* error)
-{
-    bool waited = false;
-    const auto lock = lockPackages(&waited);
-    if (packageClient->isQuitting())
-        return false;
-    if (waited) {
-        // Most of it has been done meanwhile, and perhaps of another version.
-        fetchRemoteState();
-        if (packageClient->isQuitting() || isUpToDate())
-            return !packageClient->isQuitting();
-        elapsed.start();
-    }
-    if (!updatePackage(error) || !updateAssets(error))
-        return false;
-    remoteVersion = document.version;
-    return true;
-}
-
-// Null also when no lock can be made: then nothing can be written either, or nobody else is there.
-std::unique_ptr<FileLock> LauncherWindow::lockPackages(bool* waited)
-{
-    const QString path =
-        pathBelowFolder(packageClient->dataFolder(), QStringLiteral("packages.lock"));
-    for (;;) {
-        QString error;
-        auto lock = FileLock::take(path, &error);
-        if (lock || !error.isEmpty())
-            return lock;
-        *waited = true;
-        showStatus(QStringLiteral("Waiting for another launcher"));
-        if (!packageClient->waitFor(std::chrono::milliseconds(250)))
-            return nullptr;
-    }
-}
-
-// The window's document changes only when its package is in place.
-bool LauncherWindow::updatePackage(QString* error)
-{
-    OrlPackageDoc wanted = document;
-    if (wanted.files.isEmpty() || wanted.version != remoteVersion)
-        wanted = fetchDocument(build.url, error);
-    // Without a folder the records would land wherever the launcher was started.
-    const QString folder = packagePath();
-    if (!wanted.version.isEmpty() && !folder.isEmpty() &&
-        packageClient->installPackage(build.url, wanted, folder, error)) {
-        document = wanted;
-        return true;
-    }
-    if (error->isEmpty())
-        *error = QStringLiteral("The installation of %1 failed.").arg(package.name);
-    return false;
-}
-
-bool LauncherWindow::updateAssets(QString* error)
-{
-    if (build.assetsurl.isEmpty())
-        return true;
-    const QString hash = fetchVersion(build.assetsversionurl);
-    if (packageClient->isQuitting())
-        return false;
-    if (hash.isEmpty())
-        return true;
-    if (hash != installedAssetsHash() && !installAssetsAs(hash, error))
-        return false;
-    // They may have changed on the server since the start.
-    remoteAssetsHash = hash;
-    return true;
-}
-
-bool LauncherWindow::installAssetsAs(const QString& hash, QString* error)
-{
-    // A list that is missing or damaged must not pass for an empty one: its identity would be
-    // recorded and the assets never fetched.
-    QString listError;
-    const QByteArray list = packageClient->fetchBytes(build.assetsurl, &listError);
-    const QList<OrlFile> files = parseAssetList(list, &listError);
-    if (list.isEmpty() || !listError.isEmpty()) {
-        *error = listError;
-        return false;
-    }
-    return packageClient->installAssets(build.assetsurl, files, hash, packagePath(), error);
 }
 
 void LauncherWindow::endUpdateWithFailure(const QString& error)
@@ -247,24 +118,37 @@ void LauncherWindow::endUpdateWithFailure(const QString& error)
     refreshState();
     // Without a configuration there is nothing to install, whatever failed in trying to, and it is
     // asked for at the next start only.
-    lastError = build.url.isEmpty()
+    lastError = installation.build.url.isEmpty()
                     ? QStringLiteral("The launcher does not know the game's files. Please start it "
                                      "again when the server can be reached.")
                     : error;
     explainMainButton();
 }
 
+void LauncherWindow::onMainButtonClicked()
+{
+    lastError.clear();
+    if (flowGate.isRunning() && !busy)
+        flowGate.holdClick();
+    else
+        flowGate.forgetClick();
+    if (flowGate.isRunning())
+        return;
+    if (installation.isUpToDate())
+        play();
+    else
+        runUpdate(false);
+}
+
 void LauncherWindow::play()
 {
-    const FlowGuard guard(*this);
-    setClickWaits(false);
+    const FlowGate::Guard guard(flowGate);
+    flowGate.forgetClick();
     setLogo(Launching);
     setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
     mainButton->setEnabled(false);
     const QString folder = packagePath();
-    QFile file(pathBelowFolder(folder, markers::packageDocument));
-    const OrlPackageDoc installed =
-        parsePackageDoc(file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray(), nullptr);
+    const OrlPackageDoc installed = installation.installedDocument();
     const QString program = pathBelowFolder(folder, installed.executable);
     if (!program.isEmpty() && QFileInfo::exists(program)) {
         PackageClient::makeExecutable(program);
@@ -277,20 +161,83 @@ void LauncherWindow::play()
     showCannotStart();
 }
 
+void LauncherWindow::startClient(const QString& program, const QString& workingDirectory,
+                                 const QString& revision)
+{
+    if (clientProcess)
+        return;
+    const FlowGate::Guard guard(flowGate);
+    const ClientLaunch launch{revision,
+                              QCoreApplication::applicationFilePath(),
+                              RequestFiles::in(packageClient->dataFolder()),
+                              packageClient->baseUrl(),
+                              qEnvironmentVariable("VORNAK_PLAY_BOOTSTRAP_CODE"),
+                              qEnvironmentVariable("VORNAK_PORTAL_URL")};
+    auto* process = new ClientProcess(launch, this);
+    clientProcess = process;
+    connect(process, &QProcess::started, this, &LauncherWindow::onClientStarted);
+    connect(process, &ClientProcess::ended, this, &LauncherWindow::onClientEnded);
+    connect(process, &ClientProcess::showRequested, this, &LauncherWindow::onShowRequested);
+    if (process->startAndWait(program, workingDirectory))
+        return;
+    const QString reason = process->errorString();
+    clientProcess.clear();
+    // A start that comes too late must not hide the window; deleting the process object kills
+    // it.
+    process->disconnect(this);
+    process->deleteLater();
+    setLogo(Classic);
+    refreshState();
+    showCannotStart(reason);
+}
+
+void LauncherWindow::onClientStarted()
+{
+    hide();
+    // The About box would stay, over the game.
+    for (QMessageBox* box : findChildren<QMessageBox*>())
+        box->close();
+}
+
+void LauncherWindow::onClientEnded(bool cleanly, bool wantsRestart)
+{
+    clientProcess.clear();
+    if (cleanly && !wantsRestart) {
+        QCoreApplication::quit();
+        return;
+    }
+    bringToFront();
+    setLogo(Classic);
+    if (wantsRestart) {
+        loadConfiguration();
+        return;
+    }
+    refreshState();
+    showCannotStart();
+}
+
+void LauncherWindow::onShowRequested()
+{
+    bringToFront();
+    if (clientProcess)
+        return;
+    setLogo(Classic);
+    refreshState();
+}
+
 QString LauncherWindow::packagePath() const
 {
-    return pathBelowFolder(QDir(packageClient->dataFolder()).filePath(QStringLiteral("packages")),
-                           package.folderName());
+    return installation.folder();
 }
 
 QString LauncherWindow::installedVersion() const
 {
-    return readTrimmedText(pathBelowFolder(packagePath(), markers::packageVersion));
+    return installation.installedVersion();
 }
 
 QString LauncherWindow::installedAssetsHash() const
 {
-    return readTrimmedText(pathBelowFolder(packagePath(), markers::assetsIdentity));
+    return installation.installedAssetsHash();
 }
 
 QString LauncherWindow::readTrimmedText(const QString& path) const
@@ -300,6 +247,5 @@ QString LauncherWindow::readTrimmedText(const QString& path) const
 
 bool LauncherWindow::hasSpritePacks() const
 {
-    const QString path = pathBelowFolder(packagePath(), QStringLiteral(".vornak-sprite-packs"));
-    return !path.isEmpty() && QFileInfo::exists(path);
+    return installation.hasSpritePacks();
 }

@@ -1,8 +1,12 @@
 #include "launcher/FittingLabel.h"
-#include "launcher/FlowGuard.h"
+#include "launcher/HeightFitter.h"
+#include "launcher/LauncherPage.h"
 #include "launcher/LauncherWindow.h"
+#include "launcher/MainButtonStyle.h"
 #include "launcher/PlainToolTip.h"
+#include "launcher/ProgressText.h"
 #include "package/PackageClient.h"
+#include "package/SafeAddress.h"
 #include "shared/QTextBrowserWithNetwork.h"
 
 #include <QGroupBox>
@@ -43,22 +47,34 @@ std::optional<QString> partAfterLast(const QString& text, QChar separator)
 
 } // namespace
 
+void LauncherWindow::applyMakerLogoLink()
+{
+    const QUrl target(installation.package.logolinktarget);
+    if (isWebAddress(target))
+        launcherPage->setMakerLink(target.toString(QUrl::FullyEncoded));
+}
+
 void LauncherWindow::setButtonStyle(const QString& colour, const QString& icon)
 {
-    const QString iconCss =
-        icon.isEmpty() ? QString()
-                       : QStringLiteral("image: url(:/images/launcher/Icon_%1.png);").arg(icon);
-    mainButton->setStyleSheet(
-        QStringLiteral(
-            "QPushButton { background-image: url(:/images/launcher/Button_%1_idle.png); %2 border: "
-            "none; }QPushButton:hover { background-image: "
-            "url(:/images/launcher/Button_%1_hover.png); }QPushButton:pressed { background-image: "
-            "url(:/images/launcher/Button_%1_pressed.png); padding-top: 1px; padding-left: 1px; "
-            "padding-bottom: -1px; padding-right: -1px; }QPushButton:disabled { background-image: "
-            "url(:/images/launcher/Button_%1_idle.png); }")
-            .arg(colour, iconCss));
+    mainButton->setStyleSheet(mainButtonStyle(colour, icon));
     mainButton->setAccessibleName(icon);
     explainMainButton();
+}
+
+void LauncherWindow::showHeldClick()
+{
+    mainButton->setCursor(flowGate.holdsClick() ? Qt::BusyCursor : Qt::PointingHandCursor);
+    explainMainButton();
+}
+
+// The button's mode shows only as a picture; a word says it to a screen reader and on hovering. The
+// status text of a failed update is gone at once, so its reason is told here until the next click.
+void LauncherWindow::explainMainButton()
+{
+    const QString more =
+        flowGate.holdsClick() ? QStringLiteral("Waiting for the server\u2026") : lastError;
+    mainButton->setAccessibleDescription(more);
+    mainButton->setToolTip(more.isEmpty() ? mainButton->accessibleName() : plainToolTip(more));
 }
 
 void LauncherWindow::setBusy(bool updating, const QString& statusText)
@@ -69,7 +85,7 @@ void LauncherWindow::setBusy(bool updating, const QString& statusText)
     progressBar->setVisible(updating);
     progressTimer.stop();
     if (updating) {
-        setClickWaits(false);
+        flowGate.forgetClick();
         mainButton->setText(QString());
         setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
     }
@@ -90,22 +106,61 @@ void LauncherWindow::setLogo(int mode)
         logoLabel->setFixedSize(256, 128);
         logoLabel->setText(QStringLiteral("Vornak"));
     }
-    logoHeight = logoLabel->minimumHeight();
-    fitHeight();
+    heightFitter->logoChanged();
+    heightFitter->fit();
 }
 
 void LauncherWindow::showStatus(const QString& text)
 {
     statusLabel->showText(text, busy ? FittingLabel::Width::OnlyGrows : FittingLabel::Width::Fits);
     if (!busy)
-        fitHeight();
+        heightFitter->fit();
+}
+
+void LauncherWindow::onProgress(qint64 bytes, qint64 totalBytes)
+{
+    if (!busy)
+        return;
+    if (!elapsed.isValid())
+        elapsed.start();
+    const qint64 total = totalBytes >= 1 ? totalBytes : bytes;
+    if (total > 0)
+        progressBar->setValue(percentDone(bytes, total));
+    lastBytes = bytes;
+    lastTotal = total;
+    showProgressLine();
+    progressTimer.start();
+}
+
+// Also without a report: while nothing arrives, a line that stands still would promise the last
+// rate for ever.
+void LauncherWindow::showProgressLine()
+{
+    showStatus(etaText(lastBytes, lastTotal, elapsed.elapsed()));
+}
+
+QString LauncherWindow::etaText(qint64 bytes, qint64 total, qint64 elapsedMs)
+{
+    return ::etaText(bytes, total, elapsedMs);
+}
+
+void LauncherWindow::showCannotStart(const QString& reason)
+{
+    showStatus(reason.isEmpty() ? QStringLiteral("Quelra cannot be started")
+                                : QStringLiteral("Quelra cannot be started: %1").arg(reason));
+}
+
+void LauncherWindow::bringToFront()
+{
+    show();
+    raise();
+    activateWindow();
 }
 
 void LauncherWindow::refreshState()
 {
-    const FlowGuard guard(*this);
-    const QString installed = installedVersion();
-    const QString shown = remoteVersion.isEmpty() ? installed : remoteVersion;
+    const FlowGate::Guard guard(flowGate);
+    const QString shown = remoteVersion.isEmpty() ? installedVersion() : remoteVersion;
     versionLabel->showText(shown);
     if (revisionLabel) {
         const QString revision = versionSuffix(shown);
@@ -119,17 +174,25 @@ void LauncherWindow::refreshState()
     showStatus(QString());
     progressBar->hide();
     mainButton->setText(QString());
-    if (!document.files.isEmpty())
-        filesIncomplete = packageClient->hasMissingFiles(document, packagePath());
-    if (installed.isEmpty())
-        setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
-    else if ((remoteVersion.isEmpty() || remoteVersion == installed) && assetsAreCurrent() &&
-             !filesIncomplete)
-        setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
-    else
-        setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
+    installation.checkFiles();
+    showOffer();
     mainButton->setEnabled(true);
-    fitHeight();
+    heightFitter->fit();
+}
+
+void LauncherWindow::showOffer()
+{
+    switch (installation.offer()) {
+    case Installation::Offer::Download:
+        setButtonStyle(QStringLiteral("Blue"), QStringLiteral("Download"));
+        break;
+    case Installation::Offer::Update:
+        setButtonStyle(QStringLiteral("Orange"), QStringLiteral("Update"));
+        break;
+    case Installation::Offer::Play:
+        setButtonStyle(QStringLiteral("Green"), QStringLiteral("Play"));
+        break;
+    }
 }
 
 QString LauncherWindow::versionSuffix(const QString& text)

@@ -1,9 +1,9 @@
 #include "launcher/DuskPalette.h"
 #include "launcher/Environment.h"
-#include "launcher/InstalledEntry.h"
 #include "launcher/LauncherWindow.h"
 #include "launcher/LogFile.h"
-#include "launcher/ProgramFiles.h"
+#include "launcher/SelfUpdateFiles.h"
+#include "launcher/WindowsAppEntry.h"
 #include "package/PackageClient.h"
 #include "package/Utf8Locale.h"
 #include "shared/BuildValues.h"
@@ -59,7 +59,7 @@ int main(int argc, char* argv[])
     startLogFile(logFilePath());
     writeLauncherPath();
 #ifdef Q_OS_WIN
-    updateInstalledEntry();
+    updateWindowsAppEntry();
 #endif
     if (tryDevAutoplay())
         return 0;

@@ -1,5 +1,5 @@
 #include "launcher/FlowFixture.h"
-#include "launcher/ProgramFiles.h"
+#include "launcher/SelfUpdateFiles.h"
 #include "support/IsolatedHome.h"
 
 #include <QApplication>

@@ -1,4 +1,5 @@
 #include "launcher/FlowFixture.h"
+#include "package/FileLock.h"
 
 #include <QApplication>
 #include <QTimer>

@@ -1,10 +1,9 @@
-#include "launcher/LauncherWindow.h"
+#include "launcher/ProgressText.h"
+
 #include "package/Sizes.h"
 
-#include <QProgressBar>
-
 #include <algorithm>
-#include <chrono>
+#include <limits>
 
 namespace {
 
@@ -25,36 +24,12 @@ qint64 percentOf(qint64 bytes, qint64 total)
 
 } // namespace
 
-void LauncherWindow::onProgress(qint64 bytes, qint64 totalBytes)
+int percentDone(qint64 bytes, qint64 total)
 {
-    if (!busy)
-        return;
-    if (!elapsed.isValid())
-        elapsed.start();
-    const qint64 total = totalBytes >= 1 ? totalBytes : bytes;
-    if (total > 0)
-        progressBar->setValue(
-            static_cast<int>(std::clamp<qint64>(percentOf(bytes, total), 0, 100)));
-    lastBytes = bytes;
-    lastTotal = total;
-    showProgressLine();
-    progressTimer.start();
+    return static_cast<int>(std::clamp<qint64>(percentOf(bytes, total), 0, 100));
 }
 
-void LauncherWindow::showProgressLine()
-{
-    showStatus(etaText(lastBytes, lastTotal, elapsed.elapsed()));
-}
-
-// While nothing arrives, a line that stands still would promise the last rate for ever.
-void LauncherWindow::buildProgressTimer()
-{
-    progressTimer.setObjectName(QStringLiteral("progressTimer"));
-    progressTimer.setInterval(std::chrono::seconds(1));
-    connect(&progressTimer, &QTimer::timeout, this, &LauncherWindow::showProgressLine);
-}
-
-QString LauncherWindow::etaText(qint64 bytes, qint64 total, qint64 elapsedMs)
+QString etaText(qint64 bytes, qint64 total, qint64 elapsedMs)
 {
     const double seconds = static_cast<double>(std::max<qint64>(elapsedMs, 1)) / 1000.0;
     const double rate = static_cast<double>(bytes) / seconds;

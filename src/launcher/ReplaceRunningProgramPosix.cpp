@@ -1,11 +1,11 @@
-#include "launcher/TakePlace.h"
+#include "launcher/ReplaceRunningProgram.h"
 
 #include <QFile>
 
 #include <cstdio>
 
 // rename(2) replaces a file in one step and leaves a running program its old one.
-bool takePlace(const QString& fresh, const QString& destination, const TurnFunction&)
+bool replaceRunningProgram(const QString& fresh, const QString& destination, const TurnFunction&)
 {
     return ::rename(QFile::encodeName(fresh).constData(),
                     QFile::encodeName(destination).constData()) == 0;

@@ -1,6 +1,6 @@
-#include "launcher/AcceptButtonStyle.h"
+#include "launcher/LauncherPage.h"
+
 #include "launcher/FittingLabel.h"
-#include "launcher/LauncherWindow.h"
 #include "launcher/LinkLabel.h"
 #include "launcher/StyleSheet.h"
 #include "package/SafeAddress.h"
@@ -15,9 +15,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QSettings>
-#include <QStackedLayout>
-#include <QTextCursor>
-#include <QTextEdit>
 #include <QVBoxLayout>
 
 // Every widget is made inside its parent: one that a layout moves there later has to take over the
@@ -26,6 +23,7 @@
 namespace {
 
 constexpr int panelTextWidth = 420;
+constexpr QLatin1StringView makerLogoFile(":/images/launcher/OrlenvikLogo.png");
 
 // A group box takes its margins from a style sheet that it meets before its parent's.
 QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
@@ -36,15 +34,6 @@ QGroupBox* makeGroup(const char* name, const char* styleSheet, QWidget* parent)
     group->setStyleSheet(loadStyleSheet(styleSheet));
     group->setParent(parent);
     return group;
-}
-
-void setLicence(QTextEdit& edit, const QString& licence)
-{
-    // As one edit: otherwise a cursor's place on its line is looked for after each piece.
-    QTextCursor reading(edit.document());
-    reading.beginEditBlock();
-    edit.setMarkdown(licence);
-    reading.endEditBlock();
 }
 
 void openHintLink(const QUrl& address)
@@ -72,17 +61,32 @@ QLabel* makeLabel(const char* name, const char* styleSheet, Qt::Alignment alignm
 
 } // namespace
 
-void LauncherWindow::buildLogo(QWidget* page)
+LauncherPage::LauncherPage(QWidget* parent)
+    : QWidget(parent)
 {
-    logoLabel = new QLabel(page);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addSpacing(11);
+    layout->addLayout(buildTopRow());
+    layout->addSpacing(6);
+    buildHintGroup();
+    layout->addWidget(hintGroup, 0, Qt::AlignHCenter);
+    layout->addStretch(1);
+    layout->addSpacing(8);
+    layout->addLayout(buildBottomRow());
+    layout->addSpacing(8);
+}
+
+void LauncherPage::buildLogo()
+{
+    logoLabel = new QLabel(this);
     logoLabel->setObjectName(QStringLiteral("logoLabel"));
     logoLabel->setAlignment(Qt::AlignCenter);
     // The name of the game is painted on the background; the label only keeps its place.
     logoLabel->setAccessibleName(QStringLiteral("Quelra"));
-    setLogo(Classic);
 }
 
-void LauncherWindow::buildMainButton()
+void LauncherPage::buildMainButton()
 {
     mainButton = new QPushButton(packageGroup);
     mainButton->setObjectName(QStringLiteral("mainButton"));
@@ -92,7 +96,7 @@ void LauncherWindow::buildMainButton()
     mainButton->setFocusPolicy(Qt::NoFocus);
 }
 
-void LauncherWindow::buildPackageWidgets()
+void LauncherPage::buildPackageWidgets()
 {
     progressBar = new QProgressBar(packageGroup);
     progressBar->setObjectName(QStringLiteral("progressBar"));
@@ -119,13 +123,11 @@ void LauncherWindow::buildPackageWidgets()
     defaultClientCheckBox->setChecked(
         QSettings().value(QStringLiteral("defaultClient"), true).toBool());
     defaultClientCheckBox->setStyleSheet(loadStyleSheet("checkbox.qss"));
-    connect(defaultClientCheckBox, &QCheckBox::toggled, this,
-            [](bool checked) { QSettings().setValue(QStringLiteral("defaultClient"), checked); });
 }
 
-void LauncherWindow::buildPackageGroup(QWidget* page)
+void LauncherPage::buildPackageGroup()
 {
-    packageGroup = makeGroup("packageGroup", "package-group.qss", page);
+    packageGroup = makeGroup("packageGroup", "package-group.qss", this);
     buildMainButton();
     buildPackageWidgets();
     auto* layout = new QVBoxLayout(packageGroup);
@@ -140,10 +142,10 @@ void LauncherWindow::buildPackageGroup(QWidget* page)
     layout->addWidget(statusLabel, 0, Qt::AlignHCenter);
 }
 
-QLayout* LauncherWindow::buildTopRow(QWidget* page)
+QLayout* LauncherPage::buildTopRow()
 {
-    buildLogo(page);
-    buildPackageGroup(page);
+    buildLogo();
+    buildPackageGroup();
     auto* column = new QVBoxLayout;
     column->addWidget(logoLabel, 0, Qt::AlignHCenter);
     column->addSpacing(6);
@@ -155,9 +157,9 @@ QLayout* LauncherWindow::buildTopRow(QWidget* page)
     return row;
 }
 
-void LauncherWindow::buildHintGroup(QWidget* page)
+void LauncherPage::buildHintGroup()
 {
-    hintGroup = makeGroup("hintGroup", "hint-group.qss", page);
+    hintGroup = makeGroup("hintGroup", "hint-group.qss", this);
     hintGroup->setTitle(QStringLiteral("Hint"));
     hintGroup->setFixedWidth(560);
 
@@ -181,9 +183,9 @@ void LauncherWindow::buildHintGroup(QWidget* page)
     layout->addWidget(infoBrowser);
 }
 
-void LauncherWindow::buildMakerLogo(QWidget* page)
+void LauncherPage::buildMakerLogo()
 {
-    makerLogoLabel = new LinkLabel(page);
+    makerLogoLabel = new LinkLabel(this);
     makerLogoLabel->setObjectName(QStringLiteral("makerLogoLabel"));
     makerLogoLabel->setAccessibleName(QStringLiteral("Vornak web site"));
     makerLogoLabel->setTextFormat(Qt::RichText);
@@ -191,33 +193,35 @@ void LauncherWindow::buildMakerLogo(QWidget* page)
                                             Qt::LinksAccessibleByKeyboard);
     makerLogoLabel->setOpenExternalLinks(true);
     makerLogoLabel->setAlignment(Qt::AlignCenter);
-    const QString file = QStringLiteral(":/images/launcher/OrlenvikLogo.png");
-    const QPixmap picture(file);
-    QString content = QStringLiteral("Vornak");
-    if (!picture.isNull()) {
+    const QPixmap picture(makerLogoFile);
+    if (!picture.isNull())
         makerLogoLabel->setFixedSize(picture.size());
-        content = QStringLiteral("<img src=\"%1\">").arg(file);
-    }
-    makerLogoLabel->setText(
-        QStringLiteral("<a href=\"%1\">%2</a>").arg(buildvalues::websiteUrl(), content));
+    m_makerLinkContent = picture.isNull() ? QStringLiteral("Vornak")
+                                          : QStringLiteral("<img src=\"%1\">").arg(makerLogoFile);
+    setMakerLink(buildvalues::websiteUrl());
 }
 
-QLayout* LauncherWindow::buildBottomRow(QWidget* page)
+void LauncherPage::setMakerLink(const QString& address)
 {
-    buildMakerLogo(page);
+    makerLogoLabel->setText(
+        QStringLiteral("<a href=\"%1\">%2</a>").arg(address, m_makerLinkContent));
+}
+
+QLayout* LauncherPage::buildBottomRow()
+{
+    buildMakerLogo();
     revisionLabel =
-        makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter, page);
+        makeLabel("revisionLabel", "label-11.qss", Qt::AlignLeft | Qt::AlignVCenter, this);
     revisionLabel->setAccessibleDescription(QStringLiteral("Revision"));
     // A version without points is its own revision, and the links stay in the window.
     revisionLabel->setMaximumWidth(240);
 
-    auto* aboutLabel = new LinkLabel(page);
+    aboutLabel = new LinkLabel(this);
     setUpLabel(*aboutLabel, "aboutLabel", "label-11.qss", Qt::AlignRight | Qt::AlignVCenter);
     aboutLabel->setTextFormat(Qt::RichText);
     aboutLabel->setText(QStringLiteral(
         "<a href=\"about\" style=\"color: #909090; text-decoration: none;\">About</a>"));
     aboutLabel->setTextInteractionFlags(Qt::TextBrowserInteraction);
-    connect(aboutLabel, &QLabel::linkActivated, this, [this] { showAbout(); });
 
     auto* row = new QHBoxLayout;
     row->setContentsMargins(12, 0, 12, 0);
@@ -227,62 +231,4 @@ QLayout* LauncherWindow::buildBottomRow(QWidget* page)
     row->addStretch(1);
     row->addWidget(aboutLabel, 0, Qt::AlignVCenter);
     return row;
-}
-
-QWidget* LauncherWindow::buildLauncherPage()
-{
-    auto* page = new QWidget(centralWidget());
-    auto* layout = new QVBoxLayout(page);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addSpacing(11);
-    layout->addLayout(buildTopRow(page));
-    layout->addSpacing(6);
-    buildHintGroup(page);
-    layout->addWidget(hintGroup, 0, Qt::AlignHCenter);
-    layout->addStretch(1);
-    layout->addSpacing(8);
-    layout->addLayout(buildBottomRow(page));
-    layout->addSpacing(8);
-    return page;
-}
-
-QWidget* LauncherWindow::buildLicencePage(const QString& licence)
-{
-    auto* page = new QWidget(centralWidget());
-    eulaEdit = new QTextEdit(page);
-    eulaEdit->setObjectName(QStringLiteral("eulaEdit"));
-    eulaEdit->setAccessibleName(QStringLiteral("Licence agreement"));
-    eulaEdit->setReadOnly(true);
-    eulaEdit->setWordWrapMode(QTextOption::WordWrap);
-    eulaEdit->setFixedHeight(licenceHeight);
-    // The spaces between paragraphs are made from the font's size in points, which a font from a
-    // style sheet does not have: so the text is read before there is one.
-    setLicence(*eulaEdit, licence);
-    eulaEdit->setStyleSheet(loadStyleSheet("textedit.qss"));
-
-    auto* acceptButton = new QPushButton(QStringLiteral("Accept"), page);
-    acceptButton->setObjectName(QStringLiteral("acceptButton"));
-    acceptButton->setStyleSheet(acceptButtonStyle());
-    acceptButton->setCursor(Qt::PointingHandCursor);
-    connect(acceptButton, &QPushButton::clicked, this, [this] { acceptLicence(); });
-
-    auto* layout = new QVBoxLayout(page);
-    layout->addSpacing(11);
-    layout->addWidget(eulaEdit);
-    layout->addWidget(acceptButton, 0, Qt::AlignHCenter);
-    return page;
-}
-
-void LauncherWindow::buildPageStack(QWidget* licencePage, QWidget* launcherPage, bool showsLicence)
-{
-    auto* layout = new QVBoxLayout(centralWidget());
-    layout->setContentsMargins(0, 0, 0, 0);
-    pageStack = new QStackedLayout(layout);
-    pageStack->setObjectName(QStringLiteral("pageStack"));
-    // The page that comes first is shown at once; the other is not styled until it is needed.
-    pageStack->addWidget(showsLicence ? licencePage : launcherPage);
-    if (showsLicence)
-        pageStack->addWidget(launcherPage);
-    else
-        pageStack->insertWidget(0, licencePage);
 }

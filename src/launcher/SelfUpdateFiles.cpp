@@ -1,6 +1,6 @@
-#include "launcher/ProgramFiles.h"
+#include "launcher/SelfUpdateFiles.h"
 
-#include "launcher/TakePlace.h"
+#include "launcher/ReplaceRunningProgram.h"
 #include "package/ReplaceFile.h"
 #include "package/ReplacementNames.h"
 #include "package/SafePath.h"
@@ -70,7 +70,7 @@ bool replaceProgramFile(const QString& source, const QString& destination, const
 {
     QDir().mkpath(QFileInfo(destination).path());
     const QString fresh = freshName(destination);
-    if (copyToDisk(source, fresh, turn) && takePlace(fresh, destination, turn))
+    if (copyToDisk(source, fresh, turn) && replaceRunningProgram(fresh, destination, turn))
         return true;
     QFile::remove(fresh);
     return false;

@@ -1,4 +1,4 @@
-#include "launcher/TakePlace.h"
+#include "launcher/ReplaceRunningProgram.h"
 #include "package/ReplacementNames.h"
 #include "package/WindowsFiles.h"
 
@@ -43,7 +43,8 @@ FileAttempt swapByRenaming(const QString& fresh, const QString& destination)
 
 } // namespace
 
-bool takePlace(const QString& fresh, const QString& destination, const TurnFunction& turn)
+bool replaceRunningProgram(const QString& fresh, const QString& destination,
+                           const TurnFunction& turn)
 {
     return tryWhileHeld(
         [&] {

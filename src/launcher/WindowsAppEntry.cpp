@@ -1,10 +1,10 @@
-#include "launcher/InstalledEntry.h"
+#include "launcher/WindowsAppEntry.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QSettings>
 
-void updateInstalledEntry()
+void updateWindowsAppEntry()
 {
     // The name of the entry is the installer's (packaging/windows/installer.nsi). A QSettings on
     // the entry's own key would create the key if it is missing.

@@ -6,5 +6,5 @@
 
 /// Renames `fresh` to `destination`, replacing the file there, which may be this very program. On
 /// failure both are as they were.
-[[nodiscard]] bool takePlace(const QString& fresh, const QString& destination,
-                             const TurnFunction& turn);
+[[nodiscard]] bool replaceRunningProgram(const QString& fresh, const QString& destination,
+                                         const TurnFunction& turn);

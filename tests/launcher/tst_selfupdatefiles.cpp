@@ -1,4 +1,4 @@
-#include "launcher/ProgramFiles.h"
+#include "launcher/SelfUpdateFiles.h"
 #include "support/TestFiles.h"
 
 #include <QDateTime>
@@ -290,4 +290,4 @@ int main(int argc, char* argv[])
     TestProgramFiles test;
     return QTest::qExec(&test, argc, argv);
 }
-#include "tst_programfiles.moc"
+#include "tst_selfupdatefiles.moc"
