@@ -106,8 +106,11 @@ bool Installation::update(QString* error)
             return !m_client->isQuitting();
         Q_EMIT goesOnAfterAnother();
     }
-    if (!updatePackage(error) || !updateAssets(error))
+    if (!updatePackage(error) || !updateAssets(error)) {
+        if (error->isEmpty())
+            *error = QStringLiteral("The installation of %1 failed.").arg(package.name);
         return false;
+    }
     remoteVersion = document.version;
     filesIncomplete = false;
     return true;
@@ -119,7 +122,10 @@ std::unique_ptr<FileLock> Installation::lockPackages(bool* waited)
     const QString path = pathBelowFolder(m_client->dataFolder(), QStringLiteral("packages.lock"));
     for (;;) {
         QString error;
-        auto lock = FileLock::take(path, &error);
+        QString reason;
+        auto lock = FileLock::take(path, &error, &reason);
+        if (!error.isEmpty())
+            qWarning("Cannot lock %s: %s", qUtf8Printable(path), qUtf8Printable(reason));
         if (lock || !error.isEmpty())
             return lock;
         *waited = true;
@@ -142,8 +148,6 @@ bool Installation::updatePackage(QString* error)
         document = wanted;
         return true;
     }
-    if (error->isEmpty())
-        *error = QStringLiteral("The installation of %1 failed.").arg(package.name);
     return false;
 }
 

@@ -78,6 +78,8 @@ bool LauncherWindow::checkSelfUpdate(const LauncherMetadata& configuration)
     }
     if (packageClient->isQuitting())
         return true;
+    if (!error.isEmpty())
+        qWarning("The launcher could not be replaced: %s", qUtf8Printable(error));
     setBusy(false);
     refreshState();
     showStatus(error);
@@ -113,6 +115,8 @@ void LauncherWindow::runUpdate(bool launchAfter)
 
 void LauncherWindow::endUpdateWithFailure(const QString& error)
 {
+    // The status text is gone at once.
+    qWarning("The update failed: %s", qUtf8Printable(error));
     setBusy(false);
     showStatus(error);
     refreshState();
@@ -156,6 +160,8 @@ void LauncherWindow::play()
                     installed.version.isEmpty() ? remoteVersion : installed.version);
         return;
     }
+    qWarning("There is no client to start in %s: \"%s\" is missing", qUtf8Printable(folder),
+             qUtf8Printable(installed.executable));
     setLogo(Classic);
     refreshState();
     showCannotStart();
@@ -186,6 +192,7 @@ void LauncherWindow::startClient(const QString& program, const QString& workingD
     // it.
     process->disconnect(this);
     process->deleteLater();
+    qWarning("Cannot start %s: %s", qUtf8Printable(program), qUtf8Printable(reason));
     setLogo(Classic);
     refreshState();
     showCannotStart(reason);

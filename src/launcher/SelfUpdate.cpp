@@ -37,7 +37,10 @@ bool SelfUpdate::replaceAndStart(QString* error)
     if (!replace(folder, error) || program.isEmpty())
         return false;
     PackageClient::makeExecutable(program);
-    return QProcess::startDetached(program, {}, folder);
+    if (QProcess::startDetached(program, {}, folder))
+        return true;
+    qWarning("Cannot start %s", qUtf8Printable(program));
+    return false;
 }
 
 bool SelfUpdate::replace(const QString& programFolder, QString* error)

@@ -31,8 +31,11 @@ void setNames()
 void writeLauncherPath()
 {
     QFile file(launcherPathFile());
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(QCoreApplication::applicationFilePath().toUtf8());
+    const QByteArray path = QCoreApplication::applicationFilePath().toUtf8();
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(path) != path.size() ||
+        !file.flush())
+        qWarning("Cannot write %s: %s", qUtf8Printable(file.fileName()),
+                 qUtf8Printable(file.errorString()));
 }
 
 // Finding the system's fonts takes about as long as decoding the window's background, and the first

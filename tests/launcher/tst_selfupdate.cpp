@@ -1,6 +1,7 @@
 #include "launcher/FlowFixture.h"
 #include "launcher/SelfUpdateFiles.h"
 #include "support/IsolatedHome.h"
+#include "support/MessageCapture.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -209,8 +210,12 @@ void SelfUpdateTest::failedInstallationSaysWhyAndTheOldLauncherGoesOn()
     FlowFixture fixture;
     offer(fixture, u"1.1"_s);
     fixture.server.route(u"/launcher/self/p.lzma"_s, QByteArray("something else"));
+    const MessageCapture log;
     fixture.publishAndLoad();
     QCOMPARE(fixture.status(), u"Download failed: app/next-launcher"_s);
+    QCOMPARE(log.warnings().filter(u"The launcher could not be replaced"_s),
+             QStringList(u"The launcher could not be replaced: Download failed: "
+                         "app/next-launcher"_s));
     QVERIFY(!QFile::exists(program()));
     QCOMPARE(fixture.mode(), u"Download"_s);
 }

@@ -97,7 +97,11 @@ void UpdateTest::failedUpdateWipesItsMessageAndKeepsTheOldVersion()
     const OrlFile file = fixture.tree.addFile(u"new.bin"_s, "new");
     fixture.server.route(fixture.tree.packedPath(file), HttpAnswer::error(500));
     fixture.publishAndLoad();
+    const MessageCapture log;
     fixture.click();
+    const QStringList told = log.warnings().filter(u"The update failed: Download failed: "_s);
+    QCOMPARE(told.size(), 1);
+    QVERIFY2(told.first().contains(fixture.tree.packedPath(file)), qPrintable(told.first()));
     QCOMPARE(fixture.mode(), u"Update"_s);
     QCOMPARE(fixture.status(), QString());
     QVERIFY(fixture.find<QPushButton>("mainButton")->isEnabled());
@@ -130,6 +134,7 @@ void UpdateTest::missingAssetListIsAFailureWithoutAMarker()
     QCOMPARE(fixture.installed("package.json.version"), QByteArray("1.0.0"));
     QVERIFY(fixture.installed("assets.json.sha256").isNull());
     QCOMPARE(fixture.mode(), u"Update"_s);
+    QVERIFY(fixture.find<QPushButton>("mainButton")->toolTip() != u"Update"_s);
 }
 
 void UpdateTest::assetsThatChangedSinceTheStartAreCurrentOnceInstalled()
