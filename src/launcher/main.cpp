@@ -27,6 +27,13 @@ void setNames()
     QCoreApplication::setApplicationVersion(buildvalues::launcherVersion());
 }
 
+void setLooks()
+{
+    if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
+        QApplication::setStyle(style);
+    QApplication::setPalette(duskPalette());
+}
+
 // The client finds the launcher through this file when it was not started by it.
 void writeLauncherPath()
 {
@@ -46,6 +53,16 @@ void findFontsMeanwhile()
     QThreadPool::globalInstance()->start([] { QFontDatabase::families(); });
 }
 
+PackageClient* makeClient()
+{
+    auto* client = new PackageClient(qApp);
+    const QString base = cdnBaseUrl();
+    qInfo().noquote() << "launcher CDN:" << base;
+    client->setBaseUrl(base);
+    client->setDataFolder(dataFolder());
+    return client;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -53,9 +70,7 @@ int main(int argc, char* argv[])
     Utf8Locale locale;
     const QApplication application(argc, argv);
     locale.restoreEnvironment();
-    if (QStyle* style = QStyleFactory::create(QStringLiteral("Fusion")))
-        QApplication::setStyle(style);
-    QApplication::setPalette(duskPalette());
+    setLooks();
     // Pictures of hints come from elsewhere; a few bytes may claim to be one that fills the memory.
     QImageReader::setAllocationLimit(128);
     setNames();
@@ -68,11 +83,7 @@ int main(int argc, char* argv[])
         return 0;
     findFontsMeanwhile();
 
-    auto* client = new PackageClient(qApp);
-    const QString base = cdnBaseUrl();
-    qInfo().noquote() << "launcher CDN:" << base;
-    client->setBaseUrl(base);
-    client->setDataFolder(dataFolder());
+    auto* client = makeClient();
     settleProgramFiles(selfUpdateFolder(client->dataFolder()),
                        QCoreApplication::applicationDirPath());
 
