@@ -2,10 +2,14 @@
 
 #include "package/Unpack.h"
 #include "package/VersionMark.h"
+#include "publish/Publication.h"
+#include "publish/PublishRequest.h"
 #include "support/TestFiles.h"
 
 #include <QDir>
 #include <QUrl>
+
+namespace publish {
 
 void RecordedProgress::begin(const QString& what, qint64 bytes, qint64 files)
 {
@@ -51,7 +55,7 @@ QStringList PublishFixture::publishFiles(const QString& version, const Files& fi
 QStringList PublishFixture::run(const PublishRequest& request)
 {
     report = {};
-    return publish(request, progress, report);
+    return publishVersion(request, progress, report);
 }
 
 Files PublishFixture::served() const
@@ -99,3 +103,5 @@ Files unpackedFiles(const Files& served, const QList<OrlFile>& files, const QStr
     }
     return contents;
 }
+
+} // namespace publish

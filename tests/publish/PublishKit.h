@@ -3,12 +3,15 @@
 #include "package/OrlPackageDoc.h"
 #include "publish/Progress.h"
 #include "publish/Publication.h"
+#include "publish/PublishRequest.h"
 
 #include <QByteArray>
 #include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
+
+namespace publish {
 
 /// Progress that only keeps what it was told.
 class RecordedProgress : public Progress
@@ -67,3 +70,5 @@ void writeFiles(const QString& folder, const Files& files);
 /// size or hash is wrong.
 [[nodiscard]] Files unpackedFiles(const Files& served, const QList<OrlFile>& files,
                                   const QString& folder);
+
+} // namespace publish

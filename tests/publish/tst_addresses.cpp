@@ -1,6 +1,8 @@
 #include "package/PackageClient.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 #include "support/IsolatedHome.h"
 
 #include <QSet>
@@ -8,6 +10,7 @@
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

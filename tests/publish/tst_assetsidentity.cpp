@@ -1,8 +1,13 @@
 #include "package/LauncherMetadata.h"
 #include "package/Unpack.h"
-#include "publish/Maintenance.h"
+#include "publish/Addresses.h"
+#include "publish/FolderSource.h"
+#include "publish/Platform.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -10,6 +15,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -247,12 +253,14 @@ void AssetsIdentityTest::whatComesOutVerifies()
     publishSet(u"1.0"_s, "A");
     publishSet(u"1.1"_s, "B");
     switchTo(u"1.0"_s);
-    const auto source = folderSource(m_fixture->content());
+    const auto source = std::make_unique<FolderSource>(m_fixture->content());
     VerifyReport report;
-    QCOMPARE(verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report), QStringList());
+    QCOMPARE(verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report),
+             QStringList());
     const QString path = m_fixture->content() + build().assetsversionurl.path();
     testfiles::write(path, testfiles::read(path).replace(0, 4, "beef"));
-    QCOMPARE(verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report).size(), 1);
+    QCOMPARE(verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report).size(),
+             1);
 }
 
 VORNAK_TEST_MAIN(AssetsIdentityTest)

@@ -1,17 +1,23 @@
 #include "package/LauncherMetadata.h"
+#include "publish/Addresses.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
+#include "publish/FolderSource.h"
 #include "publish/HintsPublication.h"
 #include "publish/Inventory.h"
-#include "publish/Maintenance.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -93,9 +99,9 @@ QStringList ChannelsTest::stage(const QString& version, int files)
 
 QStringList ChannelsTest::verifyChannel(const QString& channel)
 {
-    const auto source = folderSource(m_fixture->content(), channel);
+    const auto source = std::make_unique<FolderSource>(m_fixture->content(), channel);
     VerifyReport report;
-    return verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
+    return verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
 }
 
 void ChannelsTest::namesAreChecked_data()
@@ -319,7 +325,8 @@ void ChannelsTest::pruneKeepsWhatChannelsName()
     QCOMPARE(publishTo(u"beta"_s, u"2"_s, 2), QStringList());
     QCOMPARE(publishTo({}, u"3"_s, 3), QStringList());
     PruneReport report;
-    QCOMPARE(prune(m_fixture->content(), 0, false, m_fixture->progress, report), QStringList());
+    QCOMPARE(pruneVersions(m_fixture->content(), 0, false, m_fixture->progress, report),
+             QStringList());
     QCOMPARE(report.removedVersions, QStringList(u"Quelra 1"_s));
     QCOMPARE(verifyChannel({}), QStringList());
     QCOMPARE(verifyChannel(u"beta"_s), QStringList());
@@ -331,7 +338,7 @@ void ChannelsTest::pruneRemovesNothingWhenAChannelIsDamaged()
     writeFiles(m_fixture->content(), {{betaMetadata.sliced(1), "{"}});
     const Files before = m_fixture->served();
     PruneReport report;
-    QCOMPARE(prune(m_fixture->content(), 0, false, m_fixture->progress, report).size(), 1);
+    QCOMPARE(pruneVersions(m_fixture->content(), 0, false, m_fixture->progress, report).size(), 1);
     QCOMPARE(m_fixture->served(), before);
 }
 

@@ -1,6 +1,8 @@
 #include "publish/Comparison.h"
-#include "publish/Maintenance.h"
+#include "publish/Publication.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -8,6 +10,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

@@ -1,5 +1,8 @@
+#include "publish/Addresses.h"
 #include "publish/Console.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/QuantityText.h"
 #include "publish/Terminal.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
@@ -14,6 +17,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include "package/LauncherMetadata.h"
+#include "publish/Addresses.h"
 #include "publish/HintsPublication.h"
 #include "publish/PublishKit.h"
 #include "support/IsolatedHome.h"
@@ -11,6 +12,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

@@ -1,5 +1,6 @@
 #include "publish/InputFolder.h"
 #include "publish/Limits.h"
+#include "publish/NameRules.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -16,6 +17,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 // Windows asks for a privilege, and Wine 8 has none that a program could see.
 #ifdef Q_OS_WIN

@@ -2,8 +2,11 @@
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
 #include "publish/ContentFolder.h"
+#include "publish/InputFolder.h"
 #include "publish/InputHashes.h"
+#include "publish/JobRunner.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -11,6 +14,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

@@ -1,12 +1,15 @@
 #include "publish/Inventory.h"
-#include "publish/Maintenance.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -119,7 +122,8 @@ void InventoryTest::countsWhatNoOtherVersionNames()
     const QList<ListedVersion> versions = inventory.products.first().versions;
     // The first one's "old" and the last one's "next" have no second user.
     PruneReport report;
-    QCOMPARE(prune(m_fixture->content(), 2, true, m_fixture->progress, report), QStringList());
+    QCOMPARE(pruneVersions(m_fixture->content(), 2, true, m_fixture->progress, report),
+             QStringList());
     QCOMPARE(versions.at(0).ownBytes, report.removedBytes);
     QVERIFY(versions.at(1).ownBytes > 2000);
     QVERIFY(versions.at(1).ownBytes < 2300);
@@ -142,8 +146,9 @@ void InventoryTest::foretellsWhatPruningFrees()
     QCOMPARE(inventory.pruning.size(), 4);
     for (const PruneOutlook& outlook : inventory.pruning) {
         PruneReport report;
-        QCOMPARE(prune(m_fixture->content(), outlook.keep, true, m_fixture->progress, report),
-                 QStringList());
+        QCOMPARE(
+            pruneVersions(m_fixture->content(), outlook.keep, true, m_fixture->progress, report),
+            QStringList());
         QCOMPARE(outlook.files, report.removedFiles);
         QCOMPARE(outlook.bytes, report.removedBytes);
     }

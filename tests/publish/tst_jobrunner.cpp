@@ -8,6 +8,7 @@
 #include <thread>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 class JobRunnerTest : public QObject
 {

@@ -1,6 +1,7 @@
 #include "package/VersionMark.h"
 #include "publish/LauncherVersion.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -9,6 +10,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 /// A launcher that was offered as another version than it is, or that is of no version at all, is
 /// out of reach of every later publication.

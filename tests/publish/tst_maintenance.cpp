@@ -1,14 +1,22 @@
 #include "package/LauncherMetadata.h"
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/Maintenance.h"
+#include "publish/FolderSource.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -32,14 +40,14 @@ QString versionOf(const PublishFixture& fixture)
 
 QStringList verifyFixture(PublishFixture& fixture)
 {
-    const auto source = folderSource(fixture.content());
+    const auto source = std::make_unique<FolderSource>(fixture.content());
     VerifyReport report;
-    return verify(*source, {}, {2, qint64(1) << 30}, fixture.progress, report);
+    return verifyContent(*source, {}, {2, qint64(1) << 30}, fixture.progress, report);
 }
 
 QStringList pruneFixture(PublishFixture& fixture, int keep, PruneReport& report)
 {
-    return prune(fixture.content(), keep, false, fixture.progress, report);
+    return pruneVersions(fixture.content(), keep, false, fixture.progress, report);
 }
 
 } // namespace
@@ -364,7 +372,8 @@ void MaintenanceTest::dryRunRemovesNothing()
 {
     const Files before = m_fixture->served();
     PruneReport report;
-    QCOMPARE(prune(m_fixture->content(), 0, true, m_fixture->progress, report), QStringList());
+    QCOMPARE(pruneVersions(m_fixture->content(), 0, true, m_fixture->progress, report),
+             QStringList());
     QCOMPARE(report.removedFiles, 6);
     QCOMPARE(m_fixture->served(), before);
 }

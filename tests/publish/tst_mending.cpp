@@ -1,9 +1,13 @@
 #include "package/OrlPackageDoc.h"
 #include "publish/Addresses.h"
+#include "publish/FolderSource.h"
 #include "publish/HintsPublication.h"
-#include "publish/Maintenance.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -11,6 +15,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -86,9 +91,9 @@ QStringList MendingTest::publishHintsAgain(const QString& images)
 
 QStringList MendingTest::check()
 {
-    const auto source = folderSource(m_fixture->content());
+    const auto source = std::make_unique<FolderSource>(m_fixture->content());
     VerifyReport report;
-    return verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
+    return verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
 }
 
 QByteArray MendingTest::damage(const QString& address, const QString& way) const
@@ -265,7 +270,8 @@ void MendingTest::aDamagedOldVersionDoesNotBlockPruning()
         addresses::packedFile(parsePackageDoc(before.value(damaged)).files.first().packedhash);
     damage(damaged, u"cut"_s);
     PruneReport report;
-    QCOMPARE(prune(m_fixture->content(), 1, false, m_fixture->progress, report), QStringList());
+    QCOMPARE(pruneVersions(m_fixture->content(), 1, false, m_fixture->progress, report),
+             QStringList());
     QCOMPARE(report.removedVersions, (QStringList{u"Quelra 1.0"_s, u"Quelra 2.0"_s}));
     // Those of 1.0 and 2.0, and nothing that 3.0 may need.
     QCOMPARE(report.removedFiles, 3);
@@ -286,7 +292,8 @@ void MendingTest::aDamagedCurrentVersionDoes()
     damage(u"/launcher/packages/Quelra/2.0/windows-x86_64/package.json"_s, u"change"_s);
     const Files before = m_fixture->served();
     PruneReport report;
-    const QStringList faults = prune(m_fixture->content(), 0, false, m_fixture->progress, report);
+    const QStringList faults =
+        pruneVersions(m_fixture->content(), 0, false, m_fixture->progress, report);
     QCOMPARE(faults.size(), 1);
     QVERIFY2(faults.first().contains(u"nothing was removed"_s), qPrintable(faults.first()));
     QCOMPARE(m_fixture->served(), before);

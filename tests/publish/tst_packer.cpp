@@ -12,6 +12,7 @@
 #include <bit>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

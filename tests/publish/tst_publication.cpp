@@ -1,8 +1,9 @@
 #include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
 #include "package/Unpack.h"
-#include "publish/Publication.h"
+#include "publish/Addresses.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -10,6 +11,7 @@
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

@@ -1,8 +1,16 @@
 #include "package/LauncherMetadata.h"
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/Maintenance.h"
+#include "publish/FolderSource.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/RemoveBuilds.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -12,6 +20,7 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -106,9 +115,9 @@ QStringList RemoveTest::remove(const std::optional<Platform>& platform, const Pr
 
 QStringList RemoveTest::verify()
 {
-    const auto source = folderSource(m_fixture->content());
+    const auto source = std::make_unique<FolderSource>(m_fixture->content());
     VerifyReport report;
-    return ::verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
+    return verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report);
 }
 
 void RemoveTest::takesAMistypedBuildAway()
@@ -125,7 +134,8 @@ void RemoveTest::takesAMistypedBuildAway()
     // What launchers may be reading stays until it is pruned, and what others have stays then.
     QCOMPARE(packedFiles(*m_fixture).size(), packed.size() + 1);
     PruneReport pruned;
-    QCOMPARE(prune(m_fixture->content(), 9, false, m_fixture->progress, pruned), QStringList());
+    QCOMPARE(pruneVersions(m_fixture->content(), 9, false, m_fixture->progress, pruned),
+             QStringList());
     QCOMPARE(packedFiles(*m_fixture), packed);
     QCOMPARE(pruned.keptVersions, QStringList(u"Quelra 1"_s));
     QCOMPARE(publish(u"2"_s, right, {{u"client"_s, "2"}}), QStringList());
@@ -181,9 +191,9 @@ void RemoveTest::takesItFromChannelsToo()
     QCOMPARE(remove(mistyped, m_quelra), QStringList());
     QCOMPARE(metadata(*m_fixture, u"beta"_s).packages.first().builds.size(), 1);
     QVERIFY(!m_fixture->served().value(addresses::metadata).contains("windws"));
-    const auto source = folderSource(m_fixture->content(), u"beta"_s);
+    const auto source = std::make_unique<FolderSource>(m_fixture->content(), u"beta"_s);
     VerifyReport report;
-    QCOMPARE(::verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report),
+    QCOMPARE(verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, report),
              QStringList());
     QCOMPARE(remove({}, m_quelra), QStringList());
     QCOMPARE(metadata(*m_fixture, u"beta"_s).packages.size(), 0);

@@ -1,5 +1,7 @@
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -17,6 +19,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 

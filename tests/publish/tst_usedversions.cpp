@@ -1,7 +1,10 @@
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
+#include "publish/Prune.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
+#include "publish/SwitchVersion.h"
 #include "publish/UsedVersions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
@@ -11,6 +14,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -69,7 +73,8 @@ void UsedVersionsTest::init()
 PruneReport UsedVersionsTest::prune() const
 {
     PruneReport report;
-    const QStringList faults = ::prune(m_fixture->content(), 0, false, m_fixture->progress, report);
+    const QStringList faults =
+        pruneVersions(m_fixture->content(), 0, false, m_fixture->progress, report);
     return faults.isEmpty() ? report : PruneReport();
 }
 

@@ -1,9 +1,15 @@
 #include "package/OrlPackageDoc.h"
 #include "package/Unpack.h"
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
+#include "publish/ContentSource.h"
+#include "publish/FolderSource.h"
 #include "publish/HintsPublication.h"
 #include "publish/PublishKit.h"
+#include "publish/PublishRequest.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
+#include "publish/WebSource.h"
 #include "support/IsolatedHome.h"
 #include "support/PackLzma.h"
 #include "support/ScriptedHttpServer.h"
@@ -15,6 +21,7 @@
 #include <limits>
 
 using namespace Qt::StringLiterals;
+using namespace publish;
 
 namespace {
 
@@ -97,8 +104,8 @@ void VerificationTest::init()
 QStringList VerificationTest::run(const QString& content)
 {
     m_report = {};
-    const auto source = folderSource(content);
-    return verify(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, m_report);
+    const auto source = std::make_unique<FolderSource>(content);
+    return verifyContent(*source, {}, {2, qint64(1) << 30}, m_fixture->progress, m_report);
 }
 
 void VerificationTest::replaceIn(const QString& address, const QByteArray& before,
@@ -308,15 +315,15 @@ void VerificationTest::readsAServerAsALauncherDoes()
 {
     ScriptedHttpServer server;
     serve(server);
-    const auto source = webSource(server.baseUrl() + u'/');
-    QCOMPARE(verify(*source, {}, {4, qint64(1) << 30}, m_fixture->progress, m_report),
+    const auto source = std::make_unique<WebSource>(server.baseUrl() + u'/');
+    QCOMPARE(verifyContent(*source, {}, {4, qint64(1) << 30}, m_fixture->progress, m_report),
              QStringList());
     QCOMPARE(m_report.files, 5);
 
     // Absolute addresses of another host are asked of this one.
     replaceIn(addresses::metadata, "\"/launcher/", "\"https://cdn.example/game/launcher/");
     serve(server);
-    QCOMPARE(verify(*source, {}, {4, qint64(1) << 30}, m_fixture->progress, m_report),
+    QCOMPARE(verifyContent(*source, {}, {4, qint64(1) << 30}, m_fixture->progress, m_report),
              QStringList());
     QCOMPARE(run(), QStringList());
 }
@@ -327,21 +334,22 @@ void VerificationTest::tellsAServersFaults()
     serve(server);
     const QString packed = m_fixture->served().keys().filter(u".lzma"_s).first();
     const QByteArray body = m_fixture->served().value(packed);
-    const auto source = webSource(server.baseUrl());
+    const auto source = std::make_unique<WebSource>(server.baseUrl());
     for (HttpAnswer answer :
          {HttpAnswer::error(404), HttpAnswer::error(503), HttpAnswer::truncated(body, 5),
           HttpAnswer::ok("<html>welcome</html>"), HttpAnswer::ok({})}) {
         answer.headers = servedAs(packed, body).headers;
         server.route(packed, answer);
-        QCOMPARE(verify(*source, {}, {1, qint64(1) << 30}, m_fixture->progress, m_report).size(),
-                 1);
+        QCOMPARE(
+            verifyContent(*source, {}, {1, qint64(1) << 30}, m_fixture->progress, m_report).size(),
+            1);
     }
 }
 
 QStringList VerificationTest::runOn(ContentSource& source, const VerifyOptions& options)
 {
     m_report = {};
-    return verify(source, options, {2, qint64(1) << 30}, m_fixture->progress, m_report);
+    return verifyContent(source, options, {2, qint64(1) << 30}, m_fixture->progress, m_report);
 }
 
 void VerificationTest::tellsWhatCachesAreToldWrongly_data()
@@ -380,7 +388,7 @@ void VerificationTest::tellsWhatCachesAreToldWrongly()
     QFETCH(bool, isFine);
     ScriptedHttpServer server;
     serve(server);
-    const auto source = webSource(server.baseUrl());
+    const auto source = std::make_unique<WebSource>(server.baseUrl());
     QCOMPARE(runOn(*source, {true}), QStringList());
     const QString address = m_fixture->served().keys().filter(end).first();
     HttpAnswer answer = servedAs(address, m_fixture->served().value(address));
@@ -403,7 +411,7 @@ void VerificationTest::quickAsksAServerForHeadersOnly()
 {
     ScriptedHttpServer server;
     serve(server);
-    const auto source = webSource(server.baseUrl());
+    const auto source = std::make_unique<WebSource>(server.baseUrl());
     QCOMPARE(runOn(*source, {true}), QStringList());
     QCOMPARE(m_report.files, 5);
     int heads = 0;
@@ -430,7 +438,7 @@ void VerificationTest::quickAsksAServerForHeadersOnly()
 void VerificationTest::quickFindsWhatIsNotThereOrHasAnotherSize()
 {
     const Files served = m_fixture->served();
-    const auto source = folderSource(m_fixture->content());
+    const auto source = std::make_unique<FolderSource>(m_fixture->content());
     QCOMPARE(runOn(*source, {true}), QStringList());
     for (auto file = served.begin(); file != served.end(); ++file) {
         const QString path = m_fixture->content() + file.key();
@@ -458,9 +466,10 @@ void VerificationTest::findsFaultsOfVersionsThatAreNotCurrent()
     QVERIFY(QFile::remove(m_fixture->content() + u"/.publisher/written.sha256"_s));
     ScriptedHttpServer server;
     serve(server);
-    const auto inFolder = folderSource(m_fixture->content());
-    const auto onServer = webSource(server.baseUrl());
-    for (ContentSource* source : {inFolder.get(), onServer.get()}) {
+    const auto inFolder = std::make_unique<FolderSource>(m_fixture->content());
+    const auto onServer = std::make_unique<WebSource>(server.baseUrl());
+    for (ContentSource* source :
+         std::initializer_list<ContentSource*>{inFolder.get(), onServer.get()}) {
         QCOMPARE(runOn(*source, {false, true}), QStringList());
         QCOMPARE(m_report.builds, 3);
         QCOMPARE(runOn(*source, {false, false, u"1.0"_s}), QStringList());
@@ -472,7 +481,8 @@ void VerificationTest::findsFaultsOfVersionsThatAreNotCurrent()
         const QByteArray good = testfiles::read(m_fixture->content() + folder + name);
         testfiles::write(m_fixture->content() + folder + name, good.chopped(2));
         serve(server);
-        for (ContentSource* source : {inFolder.get(), onServer.get()}) {
+        for (ContentSource* source :
+             std::initializer_list<ContentSource*>{inFolder.get(), onServer.get()}) {
             QCOMPARE(runOn(*source, {}), QStringList());
             for (const bool quick : {false, true}) {
                 const QStringList all = runOn(*source, {quick, true});

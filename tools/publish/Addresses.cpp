@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 namespace {
 
 constexpr qsizetype plainLength = 64;
@@ -95,23 +97,4 @@ QString publicUrlFault(const QString& url)
 
 } // namespace addresses
 
-QString Product::folder() const
-{
-    return isLauncher ? QString(addresses::ownBuilds)
-                      : addresses::packages + addresses::segment(directory) + u'/';
-}
-
-QString Product::versionFolder(const QString& version) const
-{
-    return folder() + addresses::segment(version) + u'/';
-}
-
-QString Product::label() const
-{
-    return isLauncher ? QStringLiteral("the launcher") : directory;
-}
-
-QString Platform::folderName() const
-{
-    return addresses::segment(os + u'-' + architecture) + u'/';
-}
+} // namespace publish

@@ -5,7 +5,7 @@
 /// Where things lie on the server. Every address is plain ASCII without '%', '#' and '?', because
 /// the launcher decodes and parses again what it moves to its own base address.
 
-namespace addresses {
+namespace publish::addresses {
 
 inline constexpr QLatin1StringView metadata("/launcher/quelrametadata.json");
 inline constexpr QLatin1StringView hints("/hints.json");
@@ -40,31 +40,4 @@ inline constexpr QLatin1StringView assetsIdentity("assets.txt");
 /// Why `url` cannot stand before the addresses of the documents; empty when it can.
 [[nodiscard]] QString publicUrlFault(const QString& url);
 
-} // namespace addresses
-
-/// What the builds of one program are kept under: a package by its folder's name, or the launcher
-/// itself.
-struct Product
-{
-    bool isLauncher = false;
-    QString directory;
-
-    /// Folder of a version, ending in "/".
-    [[nodiscard]] QString versionFolder(const QString& version) const;
-    /// Folder that holds the versions, ending in "/".
-    [[nodiscard]] QString folder() const;
-    /// For messages.
-    [[nodiscard]] QString label() const;
-    bool operator==(const Product&) const = default;
-};
-
-/// The platform of a build.
-struct Platform
-{
-    QString os;
-    QString architecture;
-
-    /// Folder of the build in a version's folder, ending in "/".
-    [[nodiscard]] QString folderName() const;
-    bool operator==(const Platform&) const = default;
-};
+} // namespace publish::addresses

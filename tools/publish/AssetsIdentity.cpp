@@ -6,6 +6,8 @@
 
 #include <QRandomGenerator>
 
+namespace publish {
+
 namespace {
 
 constexpr QChar separator = u'-';
@@ -69,3 +71,5 @@ bool assetsidentity::provide(ContentFolder& tree, const QString& buildFolder, co
     address = addressOf(buildFolder, identity);
     return tree.replace(address, identity.toLatin1(), error);
 }
+
+} // namespace publish

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+namespace publish {
+
 class ContentFolder;
 
 /// The text by which a launcher knows whether it has the current set of assets. It records the text
@@ -33,3 +35,5 @@ namespace assetsidentity {
                            QString& address, QString* error);
 
 } // namespace assetsidentity
+
+} // namespace publish

@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QRegularExpression>
 
+namespace publish {
+
 namespace {
 
 QString inChannel(const QString& channel, QLatin1StringView address)
@@ -70,3 +72,5 @@ std::optional<MetadataDocument> channels::read(const ContentFolder& tree, const 
     }
     return document;
 }
+
+} // namespace publish

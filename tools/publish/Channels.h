@@ -7,6 +7,8 @@
 
 #include <optional>
 
+namespace publish {
+
 class ContentFolder;
 
 /// A channel is a second choice of what is current: metadata of its own, and hints of its own, in a
@@ -38,3 +40,5 @@ namespace channels {
                                                    const QString& channel, QString* error);
 
 } // namespace channels
+
+} // namespace publish

@@ -5,6 +5,8 @@
 
 #include <QThread>
 
+namespace publish {
+
 namespace {
 
 constexpr qint64 mebibyte = qint64(1) << 20;
@@ -190,3 +192,5 @@ int CommandLine::wrongUsage(const QString& text) const
 {
     return tellWrongUsage(m_arguments, text, m_command + QLatin1StringView(" --help"));
 }
+
+} // namespace publish

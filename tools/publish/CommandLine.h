@@ -9,6 +9,8 @@
 
 #include <optional>
 
+namespace publish {
+
 /// Tells what is wrong with the arguments, and where help is: `help` are the words after the
 /// program's name. As JSON when the arguments ask for it, even if they cannot be parsed. Returns
 /// the program's exit code.
@@ -72,3 +74,5 @@ private:
     bool m_packs = false;
     bool m_hasChannel = false;
 };
+
+} // namespace publish

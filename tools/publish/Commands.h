@@ -3,7 +3,7 @@
 #include <QStringList>
 
 /// The program's commands. Each takes the arguments from its own name on and returns the exit code.
-namespace commands {
+namespace publish::commands {
 
 int package(const QStringList& arguments);
 int launcher(const QStringList& arguments);
@@ -14,4 +14,4 @@ int verify(const QStringList& arguments);
 int remove(const QStringList& arguments);
 int prune(const QStringList& arguments);
 
-} // namespace commands
+} // namespace publish::commands

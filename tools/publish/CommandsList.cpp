@@ -1,10 +1,13 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
 #include "publish/Inventory.h"
+#include "publish/QuantityText.h"
 
 #include <QJsonArray>
 
 #include <algorithm>
+
+namespace publish {
 
 namespace {
 
@@ -127,3 +130,5 @@ int commands::list(const QStringList& arguments)
         return console.fail(faults);
     return console.succeed(inventoryLines(inventory), inventoryObject(inventory));
 }
+
+} // namespace publish

@@ -1,12 +1,21 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
-#include "publish/Maintenance.h"
+#include "publish/FolderSource.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
+#include "publish/Prune.h"
+#include "publish/QuantityText.h"
+#include "publish/SwitchVersion.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
+#include "publish/WebSource.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QLoggingCategory>
 #include <QUrl>
+
+namespace publish {
 
 namespace {
 
@@ -28,6 +37,13 @@ QString verifyLine(const VerifyReport& report, bool quick)
                  sizeText(report.packedBytes));
     return line + (quick ? QStringLiteral("; their contents were not read")
                          : QStringLiteral(", %1 unpacked").arg(sizeText(report.unpackedBytes)));
+}
+
+std::unique_ptr<ContentSource> sourceFor(const CommandLine& line)
+{
+    if (line.isSet("url"))
+        return std::make_unique<WebSource>(line.value("url"));
+    return std::make_unique<FolderSource>(line.argument(0), line.value("channel"));
 }
 
 QString pruneLine(const PruneReport& report, bool dryRun)
@@ -124,11 +140,10 @@ int commands::verify(const QStringList& arguments)
         return console.fail({QStringLiteral("%1: no such folder").arg(line.argument(0))});
     // Failed downloads are listed as faults; the client's own log would tell them twice.
     QLoggingCategory::setFilterRules(QStringLiteral("default.warning=false"));
-    const auto source =
-        line.isSet("url") ? webSource(url) : folderSource(line.argument(0), line.value("channel"));
+    const auto source = sourceFor(line);
     VerifyReport report;
     const QStringList faults =
-        ::verify(*source, options, line.packSettings().limits, console, report);
+        verifyContent(*source, options, line.packSettings().limits, console, report);
     if (!faults.isEmpty())
         return console.fail(faults, verifyObject(report));
     return console.succeed({verifyLine(report, options.quick)}, verifyObject(report));
@@ -157,7 +172,7 @@ int commands::prune(const QStringList& arguments)
     Console console(line.outputMode());
     PruneReport report;
     const bool dryRun = line.isSet("dry-run");
-    const QStringList faults = ::prune(line.argument(0), keep, dryRun, console, report);
+    const QStringList faults = pruneVersions(line.argument(0), keep, dryRun, console, report);
     if (!faults.isEmpty())
         return console.fail(faults);
     return console.succeed(
@@ -167,3 +182,5 @@ int commands::prune(const QStringList& arguments)
          {QStringLiteral("removedfiles"), report.removedFiles},
          {QStringLiteral("removedbytes"), report.removedBytes}});
 }
+
+} // namespace publish

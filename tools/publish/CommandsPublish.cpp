@@ -2,7 +2,11 @@
 #include "publish/Commands.h"
 #include "publish/HintsPublication.h"
 #include "publish/Publication.h"
+#include "publish/PublishRequest.h"
 #include "publish/PublishText.h"
+#include "publish/QuantityText.h"
+
+namespace publish {
 
 namespace {
 
@@ -69,7 +73,7 @@ int run(const CommandLine& line, const PublishRequest& request)
 {
     Console console(line.outputMode());
     PublishReport report;
-    const QStringList faults = publish(request, console, report);
+    const QStringList faults = publishVersion(request, console, report);
     if (!faults.isEmpty())
         return console.fail(faults);
     return console.succeed(publishLines(request, report), publishObject(request, report));
@@ -167,3 +171,5 @@ int commands::hints(const QStringList& arguments)
              .arg(countText(report.hints, "hint"), countText(report.pictures, "picture"))},
         {{QStringLiteral("hints"), report.hints}, {QStringLiteral("pictures"), report.pictures}});
 }
+
+} // namespace publish

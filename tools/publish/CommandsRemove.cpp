@@ -1,8 +1,12 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
-#include "publish/Maintenance.h"
+#include "publish/Platform.h"
+#include "publish/QuantityText.h"
+#include "publish/RemoveBuilds.h"
 
 #include <QJsonArray>
+
+namespace publish {
 
 int commands::remove(const QStringList& arguments)
 {
@@ -45,3 +49,5 @@ int commands::remove(const QStringList& arguments)
         {{QStringLiteral("dryrun"), request.dryRun},
          {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedBuilds)}});
 }
+
+} // namespace publish

@@ -3,8 +3,12 @@
 #include "package/Sizes.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QHash>
+
+namespace publish {
 
 namespace {
 
@@ -72,3 +76,5 @@ QList<UpdateCost> updateCosts(const ContentFolder& tree, const Product& product,
     }
     return costs;
 }
+
+} // namespace publish

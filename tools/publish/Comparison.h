@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 class ContentFolder;
 struct Platform;
 struct Product;
@@ -55,3 +57,5 @@ inline constexpr double referenceMbits = 100;
 [[nodiscard]] QList<UpdateCost> updateCosts(const ContentFolder& tree, const Product& product,
                                             const Platform& platform, const QStringList& history,
                                             const QString& version, const QList<OrlFile>& files);
+
+} // namespace publish

@@ -1,12 +1,13 @@
 #include "publish/Console.h"
 
 #include "package/Sizes.h"
+#include "publish/QuantityText.h"
 #include "publish/Terminal.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 
-#include <array>
+namespace publish {
 
 namespace {
 
@@ -14,34 +15,6 @@ constexpr qint64 terminalIntervalMs = 100;
 constexpr qint64 logIntervalMs = 5000;
 
 } // namespace
-
-QString countText(qint64 count, const char* one)
-{
-    return QStringLiteral("%1 %2%3").arg(count).arg(
-        QLatin1StringView(one), count == 1 ? QLatin1StringView() : QLatin1StringView("s"));
-}
-
-QString sizeText(qint64 bytes)
-{
-    static constexpr std::array units{"B", "kB", "MB", "GB", "TB"};
-    auto value = static_cast<double>(bytes);
-    std::size_t unit = 0;
-    while (value >= 999.5 && unit + 1 < units.size()) {
-        value /= 1000;
-        ++unit;
-    }
-    return QStringLiteral("%1 %2").arg(
-        QString::number(value, 'f', unit > 0 && value < 99.95 ? 1 : 0),
-        QLatin1StringView(units[unit]));
-}
-
-QString durationText(qint64 seconds)
-{
-    const QString tail = QStringLiteral("%1:%2")
-                             .arg(seconds / 60 % 60, seconds < 3600 ? 1 : 2, 10, QChar(u'0'))
-                             .arg(seconds % 60, 2, 10, QChar(u'0'));
-    return seconds < 3600 ? tail : QStringLiteral("%1:%2").arg(seconds / 3600).arg(tail);
-}
 
 bool printResult(const QStringList& lines)
 {
@@ -158,3 +131,5 @@ QStringList Console::objectLines(bool ok, QJsonObject result) const
     return QString::fromUtf8(QJsonDocument(result).toJson(QJsonDocument::Indented).trimmed())
         .split(u'\n');
 }
+
+} // namespace publish

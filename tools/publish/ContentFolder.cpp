@@ -1,7 +1,7 @@
 #include "publish/ContentFolder.h"
 
 #include "publish/DiskSteps.h"
-#include "publish/Packer.h"
+#include "publish/FileWriting.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -13,8 +13,8 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
-#include <system_error>
+
+namespace publish {
 
 namespace {
 
@@ -218,26 +218,4 @@ bool ContentFolder::sync(QString* error) const
            fail(error, QStringLiteral("%1: cannot be written: %2").arg(m_root, qt_error_string()));
 }
 
-bool makeFolder(const QString& path, QString* error)
-{
-    if (QDir().mkpath(path))
-        return true;
-    // The same again tells why.
-    std::error_code reason;
-    std::filesystem::create_directories(QFileInfo(path).filesystemAbsoluteFilePath(), reason);
-    return !reason || fail(error, QStringLiteral("%1: cannot be written: %2")
-                                      .arg(path, qt_error_string(reason.value()).trimmed()));
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes, bool durable, QString* error)
-{
-    QFile file(path);
-    const bool written =
-        file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) &&
-        writeAll(file, bytes);
-    if (!written)
-        return fail(error,
-                    QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
-    return !durable || flushToDisk(file) ||
-           fail(error, QStringLiteral("%1: cannot be written: %2").arg(path, qt_error_string()));
-}
+} // namespace publish

@@ -11,6 +11,8 @@
 
 class QFile;
 
+namespace publish {
+
 /// The folder that a web server serves, as the publisher writes it: everything is written in a work
 /// folder inside, which no server hands out, and then moved into place in one step. Whatever kills
 /// the publisher leaves things in place or not at all. The work folder is emptied by the next
@@ -79,9 +81,4 @@ private:
     mutable std::mutex m_makingFolders;
 };
 
-/// Makes the folder, and those that it lies in, if need be.
-[[nodiscard]] bool makeFolder(const QString& path, QString* error);
-
-/// Writes a new file of these bytes; with `durable`, they are on the disk afterwards.
-[[nodiscard]] bool writeFile(const QString& path, const QByteArray& bytes, bool durable,
-                             QString* error);
+} // namespace publish

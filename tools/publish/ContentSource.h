@@ -3,9 +3,11 @@
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 
 #include <functional>
-#include <memory>
+
+namespace publish {
 
 /// What a source tells of something without handing it over.
 struct Presence
@@ -45,13 +47,11 @@ public:
 
     /// Whether it is a web server: one that sends headers which caches go by.
     [[nodiscard]] virtual bool isServer() const = 0;
+
+protected:
+    /// What a launcher of this base address asks for when a document names `address`; may still be
+    /// relative to the base.
+    [[nodiscard]] static QUrl requested(const QString& base, const QString& address);
 };
 
-/// Reads the folder as a web server would serve it to a launcher, in the channel of that name if
-/// there is one.
-[[nodiscard]] std::unique_ptr<ContentSource> folderSource(const QString& content,
-                                                          const QString& channel = {});
-
-/// Reads from a launcher's base address (a server, or a channel on it): whole bodies with the
-/// launcher's own client.
-[[nodiscard]] std::unique_ptr<ContentSource> webSource(const QString& baseUrl);
+} // namespace publish

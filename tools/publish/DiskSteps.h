@@ -4,6 +4,8 @@
 
 class QFileDevice;
 
+namespace publish {
+
 /// Moves a file or folder on the same file system. A file at `to` is replaced in one step; where
 /// there is a folder at `to`, and it is not empty, nothing is moved. On Windows, what a virus
 /// scanner or a web server holds open is tried again for about two seconds. False, with the
@@ -29,3 +31,5 @@ void letEverybodyRead();
 /// For many files that is many times faster than flushing each.
 /// False when that failed; a file system without such a step counts as done.
 [[nodiscard]] bool syncFileSystem(const QString& folder);
+
+} // namespace publish

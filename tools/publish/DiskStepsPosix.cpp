@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace publish {
+
 bool moveInOneStep(const QString& from, const QString& to, QString* reason)
 {
     if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
@@ -42,3 +44,5 @@ bool syncFileSystem([[maybe_unused]] const QString& folder)
     return true;
 #endif
 }
+
+} // namespace publish

@@ -6,6 +6,8 @@
 
 #include <windows.h>
 
+namespace publish {
+
 bool moveInOneStep(const QString& from, const QString& to, QString* reason)
 {
     DWORD code = 0;
@@ -32,3 +34,5 @@ bool syncFileSystem(const QString&)
 {
     return true;
 }
+
+} // namespace publish

@@ -5,6 +5,8 @@
 
 class QFileInfo;
 
+namespace publish {
+
 /// What an entry of a folder is, with links followed to their ends.
 struct EntryFacts
 {
@@ -37,3 +39,5 @@ struct FolderNames
 /// Empty for a folder that cannot be read. Not left to Qt, which passes over names that are not
 /// UTF-8 without a word, and since 6.8 over all that the system lists after one.
 [[nodiscard]] FolderNames namesIn(const QString& folder);
+
+} // namespace publish

@@ -6,6 +6,8 @@
 #include <dirent.h>
 #include <memory>
 
+namespace publish {
+
 namespace {
 
 struct CloseFolder
@@ -64,3 +66,5 @@ FolderNames namesIn(const QString& folder)
     }
     return found;
 }
+
+} // namespace publish

@@ -8,6 +8,8 @@
 
 #include <string>
 
+namespace publish {
+
 namespace {
 
 using windowsfiles::OpenPath;
@@ -55,3 +57,5 @@ FolderNames namesIn(const QString& folder)
                                    QDir::Unsorted),
             {}};
 }
+
+} // namespace publish

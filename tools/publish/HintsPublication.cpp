@@ -21,6 +21,8 @@
 #include <algorithm>
 #include <utility>
 
+namespace publish {
+
 namespace {
 
 // Addresses in the texts travel plain, as all others do.
@@ -254,3 +256,5 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
                       nameInMetadata(tree, publicUrl, channel, &error);
     return done ? QStringList() : QStringList(error);
 }
+
+} // namespace publish

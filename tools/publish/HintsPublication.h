@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 /// What a hints document holds.
 struct HintsReport
 {
@@ -31,3 +33,5 @@ struct HintsReport
 [[nodiscard]] QStringList publishHints(const QString& file, const QString& content,
                                        const QString& images, const QString& publicUrl,
                                        HintsReport& report, const QString& channel = {});
+
+} // namespace publish

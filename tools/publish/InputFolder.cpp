@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 namespace {
 
 /// One walk through a folder.
@@ -94,3 +96,20 @@ InputFolder readInputFolder(const QString& folder)
 {
     return Walk(folder).run(folder);
 }
+
+QList<qsizetype> largestFirst(QList<qsizetype> indexes, const QList<InputFile>& files)
+{
+    std::stable_sort(indexes.begin(), indexes.end(), [&files](qsizetype a, qsizetype b) {
+        return files.at(a).size > files.at(b).size;
+    });
+    return indexes;
+}
+
+qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files)
+{
+    return std::accumulate(
+        indexes.begin(), indexes.end(), qint64(0),
+        [&files](qint64 sum, qsizetype index) { return sum + files.at(index).size; });
+}
+
+} // namespace publish

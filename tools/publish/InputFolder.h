@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 /// One file to deliver.
 struct InputFile
 {
@@ -34,18 +36,11 @@ struct InputFolder
 /// system or drive counts as a folder.
 [[nodiscard]] bool liesIn(const QString& path, const QString& folder);
 
-/// A line for each name that Windows cannot hold below a package folder called `directory`, that
-/// differs from another in case only, or that the launcher keeps for itself.
-[[nodiscard]] QStringList nameFaults(const QList<InputFile>& files, const QString& directory);
+/// Indexes of the files with the largest first, so that none of them is left to run alone at the
+/// end.
+[[nodiscard]] QList<qsizetype> largestFirst(QList<qsizetype> indexes,
+                                            const QList<InputFile>& files);
 
-/// The name or path in the form in which Windows compares it: two of one form are one file there.
-[[nodiscard]] QString comparedName(const QString& name);
+[[nodiscard]] qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files);
 
-/// As nameFaults(), for paths alone.
-[[nodiscard]] QStringList pathFaults(const QStringList& paths, const QString& directory);
-
-/// Why `version` cannot be a version text; empty when it can.
-[[nodiscard]] QString versionFault(const QString& version);
-
-/// Why `directory` cannot be the name of a package's folder; empty when it can.
-[[nodiscard]] QString directoryFault(const QString& directory);
+} // namespace publish

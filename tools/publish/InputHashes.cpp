@@ -2,12 +2,17 @@
 
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
+#include "publish/Addresses.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 #include "publish/Progress.h"
 
 #include <QFile>
 
 #include <algorithm>
 #include <numeric>
+
+namespace publish {
 
 namespace {
 
@@ -129,17 +134,4 @@ QString hashOfFile(const QString& path, qint64 size)
     return seen == size && file.error() == QFileDevice::NoError ? hash : QString();
 }
 
-QList<qsizetype> largestFirst(QList<qsizetype> indexes, const QList<InputFile>& files)
-{
-    std::stable_sort(indexes.begin(), indexes.end(), [&files](qsizetype a, qsizetype b) {
-        return files.at(a).size > files.at(b).size;
-    });
-    return indexes;
-}
-
-qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files)
-{
-    return std::accumulate(
-        indexes.begin(), indexes.end(), qint64(0),
-        [&files](qint64 sum, qsizetype index) { return sum + files.at(index).size; });
-}
+} // namespace publish

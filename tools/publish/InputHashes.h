@@ -1,13 +1,16 @@
 #pragma once
 
 #include "package/FileStamp.h"
-#include "publish/Addresses.h"
 #include "publish/InputFolder.h"
 #include "publish/JobRunner.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QByteArray>
 #include <QHash>
 #include <QStringList>
+
+namespace publish {
 
 class Progress;
 
@@ -54,12 +57,4 @@ private:
 /// The hash of the file's content; empty when it cannot be read or has not this size.
 [[nodiscard]] QString hashOfFile(const QString& path, qint64 size);
 
-/// Indexes of the files with the largest first, so that none of them is left to run alone at the
-/// end.
-[[nodiscard]] QList<qsizetype> largestFirst(QList<qsizetype> indexes,
-                                            const QList<InputFile>& files);
-
-[[nodiscard]] qint64 totalSize(const QList<qsizetype>& indexes, const QList<InputFile>& files);
-
-/// What a job takes that only reads.
-inline constexpr qint64 readingMemory = qint64(2) << 20;
+} // namespace publish

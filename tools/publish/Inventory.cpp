@@ -2,9 +2,12 @@
 
 #include "package/OrlPackageDoc.h"
 #include "package/Sizes.h"
+#include "publish/Addresses.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 #include "publish/Progress.h"
 
 #include <QDir>
@@ -16,6 +19,8 @@
 
 #include <algorithm>
 #include <limits>
+
+namespace publish {
 
 namespace {
 
@@ -221,3 +226,5 @@ QStringList takeInventory(const QString& content, Progress& progress, Inventory&
     return Stocktaking(content, progress, inventory).run(&error) ? QStringList()
                                                                  : QStringList(error);
 }
+
+} // namespace publish

@@ -1,11 +1,13 @@
 #pragma once
 
-#include "publish/Addresses.h"
+#include "publish/Product.h"
 
 #include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QStringList>
+
+namespace publish {
 
 class Progress;
 
@@ -41,7 +43,7 @@ struct ListedProduct
     QList<ListedVersion> versions;
 };
 
-/// What prune() would free with that many versions kept.
+/// What pruning would free with that many versions kept.
 struct PruneOutlook
 {
     int keep = 0;
@@ -65,3 +67,5 @@ struct Inventory
 /// sizes. Returns the faults.
 [[nodiscard]] QStringList takeInventory(const QString& content, Progress& progress,
                                         Inventory& inventory);
+
+} // namespace publish

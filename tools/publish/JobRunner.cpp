@@ -5,6 +5,8 @@
 #include <mutex>
 #include <thread>
 
+namespace publish {
+
 namespace {
 
 class Runner
@@ -78,3 +80,5 @@ bool runJobs(const std::vector<Job>& jobs, const JobLimits& limits, QString* err
         thread.join();
     return runner.result(error);
 }
+
+} // namespace publish

@@ -5,6 +5,8 @@
 #include <functional>
 #include <vector>
 
+namespace publish {
+
 /// A piece of work for a thread of its own.
 struct Job
 {
@@ -25,3 +27,8 @@ struct JobLimits
 /// Runs all jobs, in the order given as threads get free, and waits for them. After the first
 /// failure no further job starts; its text is handed out and the result is false.
 [[nodiscard]] bool runJobs(const std::vector<Job>& jobs, const JobLimits& limits, QString* error);
+
+/// What a job takes that only reads.
+inline constexpr qint64 readingMemory = qint64(2) << 20;
+
+} // namespace publish

@@ -2,6 +2,9 @@
 
 #include "package/LauncherMetadata.h"
 #include "package/PackageClient.h"
+#include "publish/Platform.h"
+
+namespace publish {
 
 std::optional<Platform> platformOfLaunchers(const QList<Platform>& platforms)
 {
@@ -37,3 +40,5 @@ QString platformWarning(const Platform& platform, const QList<Platform>& current
             .arg(architecture, platform.architecture);
     return {};
 }
+
+} // namespace publish

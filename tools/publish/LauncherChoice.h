@@ -1,11 +1,13 @@
 #pragma once
 
-#include "publish/Addresses.h"
+#include "publish/Platform.h"
 
 #include <QList>
 #include <QString>
 
 #include <optional>
+
+namespace publish {
 
 /// Which of the builds, given by their platforms in the document's order, launchers take; nothing
 /// when they take none.
@@ -15,3 +17,5 @@
 /// in the document's order; empty when they would. A typo in a platform publishes a build that no
 /// player ever gets.
 [[nodiscard]] QString platformWarning(const Platform& platform, const QList<Platform>& current);
+
+} // namespace publish

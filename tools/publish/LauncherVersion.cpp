@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QStringList>
 
+namespace publish {
+
 namespace {
 
 constexpr qint64 slice = 0x100000;
@@ -60,3 +62,5 @@ QString launcherVersionFault(const QString& program, const QString& version)
     return QStringLiteral("this launcher was built with version %1, not with %2")
         .arg(found.join(QLatin1StringView(" and ")), version);
 }
+
+} // namespace publish

@@ -3,7 +3,7 @@
 #include <QtGlobal>
 
 /// What the launcher and the players' systems can take.
-namespace limits {
+namespace publish::limits {
 
 /// Files must be smaller: the launcher unpacks a file in one piece whose size it counts in 31 bits.
 inline constexpr qint64 fileSize = qint64(1) << 31;
@@ -19,4 +19,4 @@ inline constexpr qsizetype versionLength = 64;
 /// Characters of a hint's title that fit into one line of the launcher's window.
 inline constexpr qsizetype hintTitleLength = 60;
 
-} // namespace limits
+} // namespace publish::limits

@@ -1,8 +1,13 @@
 #include "publish/MetadataDocument.h"
 
 #include "package/OrlPackageDoc.h"
+#include "publish/Addresses.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QJsonDocument>
+
+namespace publish {
 
 namespace {
 
@@ -277,3 +282,5 @@ void MetadataDocument::setHistory(const Product& product, const QStringList& ver
     object.insert(historyKey, QJsonArray::fromStringList(versions));
     setProductObject(product, object);
 }
+
+} // namespace publish

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "publish/Addresses.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
@@ -8,6 +9,8 @@
 #include <QStringList>
 
 #include <optional>
+
+namespace publish {
 
 /// Display data of a package. What is not set stays as the document has it.
 struct PackageLabels
@@ -86,3 +89,5 @@ private:
     QJsonObject m_root;
     bool m_isChannel = false;
 };
+
+} // namespace publish

@@ -1,3 +1,5 @@
+#include "publish/NameRules.h"
+
 #include "package/ReplacementNames.h"
 #include "package/SafePath.h"
 #include "publish/InputFolder.h"
@@ -8,6 +10,8 @@
 
 #include <algorithm>
 #include <array>
+
+namespace publish {
 
 namespace {
 
@@ -157,3 +161,5 @@ QString directoryFault(const QString& directory)
         return QStringLiteral("'%1' cannot be a folder's name on Windows").arg(directory);
     return {};
 }
+
+} // namespace publish

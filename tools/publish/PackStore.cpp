@@ -4,6 +4,7 @@
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 #include "publish/DiskSteps.h"
+#include "publish/FileWriting.h"
 #include "publish/InputHashes.h"
 #include "publish/Progress.h"
 #include "publish/WrittenNotes.h"
@@ -14,6 +15,8 @@
 #include <QSet>
 
 #include <algorithm>
+
+namespace publish {
 
 namespace {
 
@@ -296,3 +299,5 @@ void PackStore::forgetMissing()
         m_progress.warn(
             QStringLiteral("the index of packed files could not be renewed: %1").arg(reason));
 }
+
+} // namespace publish

@@ -11,6 +11,8 @@
 #include <mutex>
 #include <optional>
 
+namespace publish {
+
 class ContentFolder;
 class Progress;
 
@@ -86,3 +88,5 @@ private:
     int m_reusedCount = 0;
     qint64 m_addedBytes = 0;
 };
+
+} // namespace publish

@@ -1,6 +1,7 @@
 #include "publish/Packer.h"
 
 #include "package/Sha256.h"
+#include "publish/FileWriting.h"
 
 #include <QByteArray>
 #include <QIODevice>
@@ -11,6 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+
+namespace publish {
 
 namespace {
 
@@ -151,18 +154,6 @@ private:
 
 } // namespace
 
-// A disk that becomes full takes a part, and tells why only when it is given the rest.
-bool writeAll(QIODevice& device, QByteArrayView bytes)
-{
-    while (!bytes.isEmpty()) {
-        const qint64 written = device.write(bytes.data(), bytes.size());
-        if (written <= 0)
-            return false;
-        bytes = bytes.sliced(written);
-    }
-    return true;
-}
-
 std::optional<PackLevel> parsePackLevel(const QString& text)
 {
     const bool extreme = text.size() == 2 && text.at(1) == u'e';
@@ -198,3 +189,5 @@ std::optional<PackedFile> packDevice(QIODevice& input, qint64 size, QIODevice& o
         return std::nullopt;
     return run.result();
 }
+
+} // namespace publish

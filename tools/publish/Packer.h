@@ -8,6 +8,8 @@
 
 class QIODevice;
 
+namespace publish {
+
 /// How hard the encoder works. The default is the strongest that a player's machine unpacks within
 /// 64 MiB: a level more would only double the dictionary.
 struct PackLevel
@@ -20,10 +22,6 @@ struct PackLevel
 
     bool operator==(const PackLevel&) const = default;
 };
-
-/// Writes all the bytes; false when the device does not take them, and its errorString() tells why
-/// if it does not buffer.
-[[nodiscard]] bool writeAll(QIODevice& device, QByteArrayView bytes);
 
 /// Reads "0" to "8", with or without "e" for extreme; nothing for other texts.
 [[nodiscard]] std::optional<PackLevel> parsePackLevel(const QString& text);
@@ -61,3 +59,5 @@ using PackProgress = std::function<void(qint64)>;
 [[nodiscard]] std::optional<PackedFile> packDevice(QIODevice& input, qint64 size, QIODevice& output,
                                                    const PackLevel& level, QString* error,
                                                    const PackProgress& progress = {});
+
+} // namespace publish

@@ -1,11 +1,16 @@
 #include "publish/PathChanges.h"
 
 #include "package/OrlPackageDoc.h"
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/InputFolder.h"
+#include "publish/NameRules.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QHash>
 #include <QSet>
+
+namespace publish {
 
 namespace {
 
@@ -87,3 +92,5 @@ QStringList pathChangeFaults(const ContentFolder& tree, const Product& product,
     faults.sort();
     return faults;
 }
+
+} // namespace publish

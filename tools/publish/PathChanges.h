@@ -1,8 +1,11 @@
 #pragma once
 
-#include "publish/Addresses.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 
 #include <QStringList>
+
+namespace publish {
 
 class ContentFolder;
 
@@ -15,3 +18,5 @@ class ContentFolder;
                                            const Platform& platform, const QStringList& oldVersions,
                                            const QString& version, const QStringList& paths,
                                            const QString& advice);
+
+} // namespace publish

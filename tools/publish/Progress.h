@@ -2,6 +2,8 @@
 
 #include <QString>
 
+namespace publish {
+
 /// Where long work tells how far it is. Calls of advance() may come from several threads.
 class Progress
 {
@@ -19,3 +21,5 @@ public:
     /// Something that the user should know and that stops nothing.
     virtual void warn(const QString& text) = 0;
 };
+
+} // namespace publish

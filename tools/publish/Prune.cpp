@@ -1,9 +1,13 @@
+#include "publish/Prune.h"
+
 #include "package/OrlPackageDoc.h"
+#include "publish/Addresses.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
-#include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PackStore.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
 #include "publish/Progress.h"
 #include "publish/UsedVersions.h"
 #include "publish/WrittenNotes.h"
@@ -16,6 +20,8 @@
 #include <QUrl>
 
 #include <optional>
+
+namespace publish {
 
 namespace {
 
@@ -266,10 +272,12 @@ private:
 
 } // namespace
 
-QStringList prune(const QString& content, int keep, bool dryRun, Progress& progress,
-                  PruneReport& report)
+QStringList pruneVersions(const QString& content, int keep, bool dryRun, Progress& progress,
+                          PruneReport& report)
 {
     QString error;
     return Pruner(content, progress, report).run(keep, dryRun, &error) ? QStringList()
                                                                        : QStringList(error);
 }
+
+} // namespace publish

@@ -1,17 +1,26 @@
 #include "publish/Publication.h"
 
 #include "package/OrlPackageDoc.h"
+#include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
+#include "publish/FileWriting.h"
+#include "publish/InputFolder.h"
 #include "publish/InputHashes.h"
 #include "publish/LauncherChoice.h"
 #include "publish/PathChanges.h"
+#include "publish/Product.h"
 #include "publish/Progress.h"
+#include "publish/PublishConflicts.h"
+#include "publish/PublishInput.h"
+#include "publish/PublishRequest.h"
 #include "publish/PublishedBefore.h"
 #include "publish/UsedVersions.h"
 #include "publish/VersionDocuments.h"
 #include "publish/WrittenNotes.h"
+
+namespace publish {
 
 namespace {
 
@@ -294,7 +303,9 @@ private:
 
 } // namespace
 
-QStringList publish(const PublishRequest& request, Progress& progress, PublishReport& report)
+QStringList publishVersion(const PublishRequest& request, Progress& progress, PublishReport& report)
 {
     return Publisher(request, progress, report).run();
 }
+
+} // namespace publish

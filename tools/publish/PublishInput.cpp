@@ -1,10 +1,18 @@
+#include "publish/PublishInput.h"
+
+#include "publish/Addresses.h"
 #include "publish/EntryFacts.h"
 #include "publish/LauncherVersion.h"
 #include "publish/Limits.h"
-#include "publish/Publication.h"
+#include "publish/NameRules.h"
+#include "publish/PublishRequest.h"
 
 #include <QDir>
 #include <QFileInfo>
+
+#include <algorithm>
+
+namespace publish {
 
 namespace {
 
@@ -139,3 +147,5 @@ void PublishInput::checkLauncher(const PublishRequest& request)
             m_faults.append(file.localfile + QLatin1StringView(": ") + fault);
     }
 }
+
+} // namespace publish

@@ -2,10 +2,14 @@
 
 #include "publish/Console.h"
 #include "publish/Publication.h"
+#include "publish/PublishRequest.h"
+#include "publish/QuantityText.h"
 
 #include <QJsonArray>
 
 #include <cmath>
+
+namespace publish {
 
 namespace {
 
@@ -117,3 +121,5 @@ QJsonObject publishObject(const PublishRequest& request, const PublishReport& re
         {QStringLiteral("downloads"), updates},
     };
 }
+
+} // namespace publish

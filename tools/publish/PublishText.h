@@ -3,6 +3,8 @@
 #include <QJsonObject>
 #include <QStringList>
 
+namespace publish {
+
 struct PublishReport;
 struct PublishRequest;
 
@@ -11,3 +13,5 @@ struct PublishRequest;
 
 /// The same for scripts, with the lists of the files.
 [[nodiscard]] QJsonObject publishObject(const PublishRequest& request, const PublishReport& report);
+
+} // namespace publish

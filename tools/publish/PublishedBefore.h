@@ -8,27 +8,12 @@
 
 #include <optional>
 
+namespace publish {
+
 class ContentFolder;
-class MetadataDocument;
 class PackStore;
-class UsedVersions;
 class WrittenNotes;
 struct InputFile;
-struct Platform;
-struct Product;
-
-/// Why a version of this name cannot be published beside the others; empty when it can.
-[[nodiscard]] QString versionNameFault(const QString& version, const QStringList& others);
-
-/// Why a package, or a platform of it, that is new cannot be published beside those of the
-/// metadata; empty when it can.
-[[nodiscard]] QString productNameFault(const Product& product, const Platform& platform,
-                                       const MetadataDocument& metadata);
-
-/// Why the build cannot be published because another one of its version was there and has been
-/// removed; empty when it can.
-[[nodiscard]] QString removedBuildFault(const UsedVersions& used, const QString& buildFolder,
-                                        const Product& product, const QString& version);
 
 /// The documents of a build that was published before under the version's name. Damaged ones are
 /// those that are not what was noted when they were written, or cannot be read at all.
@@ -56,3 +41,5 @@ private:
     bool m_isPackageWhole = false;
     bool m_isListWhole = false;
 };
+
+} // namespace publish

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 namespace {
 
 struct Rule
@@ -107,3 +109,5 @@ QStringList ServingRules::faults() const
     }
     return lines;
 }
+
+} // namespace publish

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 struct Presence;
 
 /// What a web server or an object store has to say of the content beside its bytes, so that caches
@@ -29,3 +31,5 @@ private:
     QStringList m_keys;
     QList<Fault> m_faults;
 };
+
+} // namespace publish

@@ -1,12 +1,19 @@
+#include "publish/SwitchVersion.h"
+
+#include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
 #include "publish/Comparison.h"
 #include "publish/ContentFolder.h"
-#include "publish/Maintenance.h"
+#include "publish/FolderSource.h"
+#include "publish/JobRunner.h"
 #include "publish/MetadataDocument.h"
 #include "publish/PathChanges.h"
 #include "publish/Progress.h"
 #include "publish/Verification.h"
+#include "publish/VerifyOptions.h"
+
+namespace publish {
 
 namespace {
 
@@ -98,11 +105,11 @@ QList<Platform> findPlatforms(const ContentFolder& tree, const SwitchRequest& re
 QStringList versionFaults(const SwitchRequest& request, const Product& product,
                           const Platform& platform)
 {
-    const auto source = folderSource(request.content);
+    const auto source = std::make_unique<FolderSource>(request.content);
     SilentProgress progress;
     VerifyReport report;
-    QStringList faults = verify(*source, {true, false, request.version, {}, product, platform}, {},
-                                progress, report);
+    QStringList faults = verifyContent(
+        *source, {true, false, request.version, {}, product, platform}, {}, progress, report);
     constexpr qsizetype most = 10;
     if (faults.size() > most) {
         const qsizetype others = faults.size() - most;
@@ -198,3 +205,5 @@ QStringList switchVersion(const SwitchRequest& request)
     return tree.openForWriting(&error, ContentFolder::Purpose::WayOut) ? switchInTree(tree, request)
                                                                        : QStringList(error);
 }
+
+} // namespace publish

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 namespace {
 
 // The marks that set the direction of what follows, and can make a name read as another.
@@ -54,3 +56,5 @@ qsizetype drawLine(Stream stream, const QString& line, qsizetype drawn)
     [[maybe_unused]] const bool written = writeText(stream, u'\r' + visible.leftJustified(drawn));
     return visible.size();
 }
+
+} // namespace publish

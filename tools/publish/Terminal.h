@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 /// The program's own two streams. Text goes to files and pipes as UTF-8 with "\n" at the ends of
 /// lines, the same on every system, and to a terminal in whatever shows each character as it is.
 enum class Stream {
@@ -28,3 +30,5 @@ enum class Stream {
 
 /// What the above write with: the text as it is. False when the system did not take all of it.
 [[nodiscard]] bool writeText(Stream stream, const QString& text);
+
+} // namespace publish

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <unistd.h>
 
+namespace publish {
+
 bool writeText(Stream stream, const QString& text)
 {
     std::FILE* file = stream == Stream::Output ? stdout : stderr;
@@ -18,3 +20,5 @@ bool isTerminal(Stream stream)
     const int descriptor = stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
     return ::isatty(descriptor) != 0 && qgetenv("TERM") != "dumb";
 }
+
+} // namespace publish

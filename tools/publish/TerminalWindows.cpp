@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 namespace {
 
 HANDLE handleOf(Stream stream)
@@ -62,3 +64,5 @@ bool isTerminal(Stream stream)
 {
     return isConsole(handleOf(stream));
 }
+
+} // namespace publish

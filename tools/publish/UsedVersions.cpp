@@ -1,9 +1,13 @@
 #include "publish/UsedVersions.h"
 
+#include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
+#include "publish/Product.h"
 
 #include <QDir>
+
+namespace publish {
 
 namespace {
 
@@ -94,3 +98,5 @@ bool UsedVersions::save(ContentFolder& tree, QString* error) const
     }
     return bytes == tree.read(address) || tree.replace(address, bytes, error);
 }
+
+} // namespace publish

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+namespace publish {
+
 class ContentFolder;
 class MetadataDocument;
 
@@ -49,3 +51,5 @@ private:
     // Address of a build's folder -> when it was removed; no valid time while it is there.
     QMap<QString, QDateTime> m_builds;
 };
+
+} // namespace publish

@@ -4,15 +4,21 @@
 #include "package/Sizes.h"
 #include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
-#include "publish/InputFolder.h"
+#include "publish/ContentSource.h"
+#include "publish/JobRunner.h"
+#include "publish/NameRules.h"
+#include "publish/VerifyBuilds.h"
 #include "publish/VerifyFile.h"
 #include "publish/VerifyHints.h"
+#include "publish/VerifyOptions.h"
 #include "publish/VerifyRun.h"
 
 #include <QSet>
 
 #include <algorithm>
 #include <optional>
+
+namespace publish {
 
 namespace {
 
@@ -292,8 +298,10 @@ private:
 
 } // namespace
 
-QStringList verify(ContentSource& source, const VerifyOptions& options, const JobLimits& limits,
-                   Progress& progress, VerifyReport& report)
+QStringList verifyContent(ContentSource& source, const VerifyOptions& options,
+                          const JobLimits& limits, Progress& progress, VerifyReport& report)
 {
     return Verifier(source, options, limits, progress, report).run();
 }
+
+} // namespace publish

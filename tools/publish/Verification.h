@@ -1,12 +1,13 @@
 #pragma once
 
-#include "publish/ContentSource.h"
-#include "publish/JobRunner.h"
-#include "publish/VerifyBuilds.h"
-
 #include <QStringList>
 
+namespace publish {
+
+class ContentSource;
 class Progress;
+struct JobLimits;
+struct VerifyOptions;
 
 /// What was read on the way.
 struct VerifyReport
@@ -23,5 +24,8 @@ struct VerifyReport
 /// headers that a web server sends. A packed file that several documents name is read once. Returns
 /// a line for each fault, which ends in what mends it. Memory: one packed and unpacked file for
 /// each thread, within the limits.
-[[nodiscard]] QStringList verify(ContentSource& source, const VerifyOptions& options,
-                                 const JobLimits& limits, Progress& progress, VerifyReport& report);
+[[nodiscard]] QStringList verifyContent(ContentSource& source, const VerifyOptions& options,
+                                        const JobLimits& limits, Progress& progress,
+                                        VerifyReport& report);
+
+} // namespace publish

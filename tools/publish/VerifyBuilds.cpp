@@ -1,10 +1,16 @@
 #include "publish/VerifyBuilds.h"
 
+#include "publish/Addresses.h"
 #include "publish/ContentSource.h"
+#include "publish/Platform.h"
+#include "publish/Product.h"
+#include "publish/VerifyOptions.h"
 
 #include <QSet>
 
 #include <algorithm>
+
+namespace publish {
 
 namespace {
 
@@ -158,3 +164,5 @@ QString publishingCommand(const BuildToVerify& build, const QString& channel)
         command += QStringLiteral(" --channel %1").arg(channel);
     return command;
 }
+
+} // namespace publish

@@ -7,25 +7,10 @@
 #include <QString>
 #include <QStringList>
 
-#include <optional>
+namespace publish {
 
 class ContentSource;
-
-/// What to verify, and how thoroughly.
-struct VerifyOptions
-{
-    /// Packed files and pictures need only be there and have the right sizes. Documents are read.
-    bool quick = false;
-    /// What is not current, too.
-    bool all = false;
-    /// Only this version; empty for what is current.
-    QString version = {};
-    /// The channel that is read from, for the commands in faults.
-    QString channel = {};
-    /// Narrow `version` to one product or platform.
-    std::optional<Product> product = {};
-    std::optional<Platform> platform = {};
-};
+struct VerifyOptions;
 
 /// A build to verify.
 struct BuildToVerify
@@ -52,3 +37,5 @@ struct BuildToVerify
 /// The command that publishes the build again, without its arguments: one that leaves alone what is
 /// current.
 [[nodiscard]] QString publishingCommand(const BuildToVerify& build, const QString& channel);
+
+} // namespace publish

@@ -13,6 +13,8 @@
 #include <bit>
 #include <vector>
 
+namespace publish {
+
 namespace {
 
 constexpr qsizetype headerSize = 13;
@@ -171,3 +173,5 @@ qint64 unpackedSize(const WantedFile& wanted)
 {
     return std::max<qint64>(wanted.file.unpackedsize, 0);
 }
+
+} // namespace publish

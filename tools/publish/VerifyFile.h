@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 class ContentSource;
 class Progress;
 class VerifyRun;
@@ -58,3 +60,5 @@ struct FileFault
 /// Bytes that the entry names; documents may say anything, but this is never negative.
 [[nodiscard]] qint64 packedSize(const WantedFile& wanted);
 [[nodiscard]] qint64 unpackedSize(const WantedFile& wanted);
+
+} // namespace publish

@@ -1,9 +1,13 @@
 #include "publish/VerifyHints.h"
 
 #include "publish/Addresses.h"
+#include "publish/ContentSource.h"
 #include "publish/HintsPublication.h"
 #include "publish/VerifyBuilds.h"
+#include "publish/VerifyOptions.h"
 #include "publish/VerifyRun.h"
+
+namespace publish {
 
 namespace {
 
@@ -54,3 +58,5 @@ void verifyHints(VerifyRun& run, const VerifyOptions& options)
     else
         readPictures(run, pictures, command);
 }
+
+} // namespace publish

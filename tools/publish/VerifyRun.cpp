@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace publish {
+
 void VerifyRun::addFault(const QString& where, const QString& what, const QString& command)
 {
     const QString cure =
@@ -64,3 +66,5 @@ void VerifyRun::checkServing(const QStringList& others)
     look(m_fetched + others, [](qsizetype, const Presence&) {});
     m_faults += m_rules.faults();
 }
+
+} // namespace publish

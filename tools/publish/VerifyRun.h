@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 /// What the parts of one verification share: where they read from, and the faults that they find.
 class VerifyRun
 {
@@ -42,3 +44,5 @@ private:
     QStringList m_fetched;
     QStringList m_faults;
 };
+
+} // namespace publish

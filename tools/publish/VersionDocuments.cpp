@@ -3,12 +3,16 @@
 #include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/ContentFolder.h"
+#include "publish/FileWriting.h"
+#include "publish/InputFolder.h"
 #include "publish/PackStore.h"
 #include "publish/WrittenNotes.h"
 
 #include <QDir>
 #include <QJsonDocument>
 #include <QJsonObject>
+
+namespace publish {
 
 namespace {
 
@@ -124,3 +128,5 @@ bool mendVersionFolder(ContentFolder& tree, WrittenNotes& notes, const QString& 
     }
     return true;
 }
+
+} // namespace publish

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+namespace publish {
+
 class ContentFolder;
 class PackStore;
 class WrittenNotes;
@@ -34,3 +36,5 @@ struct InputFile;
 [[nodiscard]] bool mendVersionFolder(ContentFolder& tree, WrittenNotes& notes,
                                      const QString& folder, const OrlPackageDoc& doc,
                                      const QList<OrlFile>& assets, int& mended, QString* error);
+
+} // namespace publish

@@ -3,6 +3,8 @@
 #include "package/Unpack.h"
 #include "publish/ContentFolder.h"
 
+namespace publish {
+
 namespace {
 
 constexpr qsizetype hashLength = 64;
@@ -53,3 +55,5 @@ bool WrittenNotes::save(ContentFolder& tree, QString* error)
     }
     return text == tree.read(notesAddress()) || tree.replace(notesAddress(), text, error);
 }
+
+} // namespace publish

@@ -4,6 +4,8 @@
 #include <QHash>
 #include <QString>
 
+namespace publish {
+
 class ContentFolder;
 
 /// Hashes of what the publisher wrote to addresses whose bytes never change: the documents of
@@ -27,3 +29,5 @@ public:
 private:
     QHash<QString, QString> m_hashes;
 };
+
+} // namespace publish

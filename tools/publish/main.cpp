@@ -9,6 +9,8 @@
 
 #include <array>
 
+namespace publish {
+
 namespace {
 
 struct Command
@@ -44,18 +46,8 @@ QString helpText()
                       "2 wrong usage.\n");
 }
 
-} // namespace
-
-int main(int argc, char* argv[])
+int run(const QStringList& arguments)
 {
-    // What Qt itself has to say may hold names, too.
-    qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext&, const QString& text) { tellErrors({text}); });
-    letEverybodyRead();
-    Utf8Locale locale;
-    const QCoreApplication application(argc, argv);
-    locale.restoreEnvironment();
-    const QStringList arguments = QCoreApplication::arguments().sliced(1);
     const QString first = arguments.value(0);
     if (first == QLatin1StringView("--help") || first == QLatin1StringView("-h") ||
         first == QLatin1StringView("help")) {
@@ -72,4 +64,21 @@ int main(int argc, char* argv[])
     const QString fault = first.isEmpty() ? QStringLiteral("no command is given")
                                           : QStringLiteral("'%1' is no command").arg(first);
     return tellWrongUsage(arguments, fault, QStringLiteral("--help"));
+}
+
+} // namespace
+
+} // namespace publish
+
+int main(int argc, char* argv[])
+{
+    // What Qt itself has to say may hold names, too.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+        publish::tellErrors({text});
+    });
+    publish::letEverybodyRead();
+    Utf8Locale locale;
+    const QCoreApplication application(argc, argv);
+    locale.restoreEnvironment();
+    return publish::run(QCoreApplication::arguments().sliced(1));
 }

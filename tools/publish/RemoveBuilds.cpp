@@ -1,8 +1,10 @@
+#include "publish/RemoveBuilds.h"
+
+#include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/LauncherChoice.h"
-#include "publish/Maintenance.h"
 #include "publish/MetadataDocument.h"
 #include "publish/Progress.h"
 #include "publish/UsedVersions.h"
@@ -11,6 +13,8 @@
 #include <QFileInfo>
 
 #include <algorithm>
+
+namespace publish {
 
 namespace {
 
@@ -242,3 +246,5 @@ QStringList removeBuilds(const RemoveRequest& request, Progress& progress, Remov
     QString error;
     return Remover(request, progress, report).run(&error) ? QStringList() : QStringList(error);
 }
+
+} // namespace publish

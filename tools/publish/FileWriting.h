@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QByteArrayView>
+#include <QString>
+
+class QIODevice;
+
+namespace publish {
+
+/// Makes the folder, and those that it lies in, if need be.
+[[nodiscard]] bool makeFolder(const QString& path, QString* error);
+
+/// Writes a new file of these bytes; with `durable`, they are on the disk afterwards.
+[[nodiscard]] bool writeFile(const QString& path, const QByteArray& bytes, bool durable,
+                             QString* error);
+
+/// Writes all the bytes; false when the device does not take them, and its errorString() tells why
+/// if it does not buffer.
+[[nodiscard]] bool writeAll(QIODevice& device, QByteArrayView bytes);
+
+} // namespace publish

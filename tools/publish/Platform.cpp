@@ -1,0 +1,12 @@
+#include "publish/Platform.h"
+
+#include "publish/Addresses.h"
+
+namespace publish {
+
+QString Platform::folderName() const
+{
+    return addresses::segment(os + u'-' + architecture) + u'/';
+}
+
+} // namespace publish

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QString>
+
+namespace publish {
+
+/// The platform of a build.
+struct Platform
+{
+    QString os;
+    QString architecture;
+
+    /// Folder of the build in a version's folder, ending in "/".
+    [[nodiscard]] QString folderName() const;
+    bool operator==(const Platform&) const = default;
+};
+
+} // namespace publish
