@@ -9,7 +9,12 @@
 
 QString testclient::program()
 {
-    return QCoreApplication::applicationDirPath() + QLatin1StringView("/vornak-test-client");
+#ifdef Q_OS_WIN
+    const QLatin1StringView name("/vornak-test-client.exe");
+#else
+    const QLatin1StringView name("/vornak-test-client");
+#endif
+    return QCoreApplication::applicationDirPath() + name;
 }
 
 QByteArray testclient::programBytes()

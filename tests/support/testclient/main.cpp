@@ -8,11 +8,13 @@
 #include <QSaveFile>
 #include <QThread>
 
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <optional>
-#ifdef Q_OS_UNIX
+#ifdef Q_OS_WIN
+#include <windows.h>
+#else
+#include <csignal>
 #include <sys/resource.h>
 #endif
 
@@ -54,13 +56,16 @@ bool create(const QString& path)
 
 void crash()
 {
+#ifdef Q_OS_WIN
+    // A signal would become an exit code there, and a real fault a question to the user.
+    TerminateProcess(GetCurrentProcess(), STATUS_ACCESS_VIOLATION);
+#else
     // No core file, and no sanitizer that turns the signal into an exit code.
-#ifdef Q_OS_UNIX
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
-#endif
     std::signal(SIGSEGV, SIG_DFL);
     std::raise(SIGSEGV);
+#endif
 }
 
 bool print(qint64 bytes)
