@@ -42,7 +42,8 @@ QByteArray payload(qsizetype size, std::uint32_t seed)
             }
         } else {
             while (bytes.size() < end)
-                bytes.append(words.constData() + (random() % wordCount) * 8, 3 + random() % 6);
+                bytes.append(words.constData() + (random() % wordCount) * 8,
+                             3 + static_cast<qsizetype>(random() % 6));
         }
     }
     bytes.truncate(size);

@@ -3,7 +3,8 @@
 add_library(project_options INTERFACE)
 target_compile_features(project_options INTERFACE cxx_std_20)
 target_compile_options(project_options INTERFACE
-    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast -Wshadow
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wsuggest-override
     $<$<BOOL:${VORNAK_WARNINGS_AS_ERRORS}>:-Werror>)
 target_compile_definitions(project_options INTERFACE
     QT_NO_KEYWORDS

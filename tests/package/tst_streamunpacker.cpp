@@ -79,7 +79,7 @@ QByteArray mutate(QByteArray packed, QRandomGenerator& generator)
             break;
         default:
             if (packed.size() >= headerSize)
-                packed = withDeclaredSize(packed, generator.bounded(6000));
+                packed = withDeclaredSize(packed, generator.bounded(6000U));
         }
     }
     return packed;

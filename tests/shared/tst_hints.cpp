@@ -179,10 +179,10 @@ void HintsTest::picksEveryHintEquallyOften()
     QList<HintEntry> hints;
     for (int i = 0; i < count; ++i)
         hints.append(plain(QString::number(i)));
-    std::vector<int> picked(count);
+    QList<int> picked(count);
     constexpr int perHint = 2000;
     for (int i = 0; i < count * perHint; ++i)
-        ++picked[pickRandomHint(hints).richText.toUInt()];
+        ++picked[pickRandomHint(hints).richText.toInt()];
     const auto [least, most] = std::minmax_element(picked.begin(), picked.end());
     // More than eight standard deviations to either side: chance never fails this, a remainder in
     // place of drawing again does.
