@@ -18,6 +18,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.append(str(ROOT / "tests/support"))
 
 from display import Display  # noqa: E402, F401
+from webserver import free_port, make_certificate, temporary_paths  # noqa: E402
 
 BIN = pathlib.Path(os.environ.get("VORNAK_BIN", ROOT / "build" / "release" / "bin"))
 FOLDER = pathlib.Path(os.environ.get("VORNAK_BENCH_FOLDER", ROOT / "build" / "benchmarks"))
@@ -95,12 +96,6 @@ class Package:
         return packed.stat().st_size, dictionary
 
 
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
-
-
 def fetch_all(server, package, target=None):
     """Seconds that one connection takes to fetch all packed files, into a folder or to nowhere."""
     words = ["curl", "--fail", "--silent", "--insecure", "--http1.1"]
@@ -126,18 +121,13 @@ class Server:
         extra = f"limit_rate {rate}; " if rate else ""
         if tls:
             self.certificate = self.folder / "certificate.pem"
-            subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2",
-                            "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1",
-                            "-keyout", self.folder / "key.pem", "-out", self.certificate],
-                           check=True, stderr=subprocess.DEVNULL)
+            make_certificate(self.folder / "key.pem", self.certificate)
             extra += (f"ssl_certificate {self.certificate}; "
                       f"ssl_certificate_key {self.folder}/key.pem; ")
-        temporary = "".join(f"{kind}_temp_path {self.folder}/{kind};\n" for kind in
-                            ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
         (self.folder / "nginx.conf").write_text(
             f"daemon off; pid {self.folder}/pid; error_log {self.folder}/error.log;\n"
             "worker_processes 1; events {}\n"
-            f"http {{ {temporary} access_log off; sendfile on; tcp_nopush on;\n"
+            f"http {{ {temporary_paths(self.folder)} access_log off; sendfile on; tcp_nopush on;\n"
             # A player's connection stays open for the whole installation; so does this one.
             "keepalive_requests 1000000; types { application/json json; }\n"
             f"server {{ listen 127.0.0.1:{self.port}{' ssl' if tls else ''}; root {tree}; "

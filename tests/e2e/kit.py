@@ -1,11 +1,9 @@
 """What the end-to-end tests stand on: a virtual display, a published content tree, nginx and the real
 launcher, each with folders of its own. Everything is started here and ended here."""
 
-import json
 import os
 import pathlib
 import re
-import shutil
 import signal
 import subprocess
 import sys
@@ -15,7 +13,9 @@ import unittest
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "tests/support"))
 
+import contentsite  # noqa: E402
 from display import Display  # noqa: E402
+from records import read_records  # noqa: E402
 from waiting import PATIENCE, wait_for  # noqa: E402, F401
 
 # The launcher's own lines, and the one of Qt's platform without a screen about a window whose size is
@@ -25,59 +25,12 @@ EXPECTED_LINE = re.compile(r"launcher CDN: |Download failed: |packed hash mismat
 BIN = pathlib.Path(os.environ["VORNAK_BIN"])
 
 
-class Site:
-    """A content tree and the web server in front of it."""
+class Site(contentsite.Site):
+    """A content tree with this build's publisher and demo client, and the web server in front of it."""
 
     def __init__(self, folder, rate=None):
-        self.folder = folder
-        self.content = folder / "content"
-        self.server = folder / "server"
-        self.rate = rate
-        self.address = None
-
-    def publish(self, version, files, assets=None, options=()):
-        """Publishes a client of these files (path -> bytes); the demo client itself comes along."""
-        source = pathlib.Path(tempfile.mkdtemp(dir=self.folder, prefix="client-"))
-        program = source / "bin" / "quelra"
-        program.parent.mkdir()
-        shutil.copy(BIN / "quelra-demo-client", program)
-        self._fill(source, files)
-        words = ["package", source, self.content, "--version", version,
-                 "--executable", "bin/quelra", "--quiet", *options]
-        if assets:
-            asset_source = pathlib.Path(tempfile.mkdtemp(dir=self.folder, prefix="assets-"))
-            self._fill(asset_source, assets)
-            words += ["--assets", asset_source]
-        subprocess.run([BIN / "vornak-publish", *words], check=True)
-
-    @staticmethod
-    def _fill(folder, files):
-        for path, data in files.items():
-            target = folder / path
-            target.parent.mkdir(parents=True, exist_ok=True)
-            target.write_bytes(data)
-
-    def start(self):
-        words = [ROOT / "packaging/server/serve", self.content, self.server]
-        if self.rate:
-            words.append(self.rate)
-        done = subprocess.run(words, check=True, text=True, capture_output=True)
-        self.address = done.stdout.strip()
-
-    def requests(self):
-        """Paths asked for so far, in order."""
-        log = self.server / "access.log"
-        lines = log.read_text().splitlines() if log.exists() else []
-        return [line.split()[4] for line in lines]
-
-    def forget_requests(self):
-        (self.server / "access.log").write_text("")
-
-    def stop(self):
-        pid = self.server / "nginx.pid"
-        if pid.exists():
-            os.kill(int(pid.read_text()), signal.SIGTERM)
-            wait_for(lambda: not pid.exists(), "nginx to end")
+        super().__init__(folder, BIN / "vornak-publish", BIN / "quelra-demo-client", "bin/quelra",
+                         rate=rate)
 
 
 class Launcher:
@@ -168,14 +121,7 @@ class Launcher:
 
     def records(self):
         """What each start of the client was given, in order."""
-        text = self.record_file.read_text() if self.record_file.exists() else ""
-        decoder = json.JSONDecoder()
-        found, position = [], 0
-        while position < len(text):
-            value, position = decoder.raw_decode(text, position)
-            found.append(value)
-            position += len(text[position:]) - len(text[position:].lstrip())
-        return found
+        return read_records(self.record_file)
 
 
 class EndToEnd(unittest.TestCase):

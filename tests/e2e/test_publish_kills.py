@@ -1,8 +1,6 @@
 """A publisher that is killed, at any point, breaks no player."""
 
-import json
 import os
-import pathlib
 import random
 import shutil
 import subprocess
@@ -10,6 +8,7 @@ import time
 
 import kit
 import publishkit
+from contentsite import served, write_files
 
 
 def files_of(version):
@@ -38,7 +37,7 @@ class Kills(publishkit.PublishTest):
         folder = self.folder / f"client-{version}"
         (folder / "bin").mkdir(parents=True)
         shutil.copy(kit.BIN / "quelra-demo-client", folder / "bin/quelra")
-        self.site._fill(folder, files_of(version))
+        write_files(folder, files_of(version))
         return folder
 
     def command(self, version, content=None):
@@ -102,13 +101,7 @@ class Kills(publishkit.PublishTest):
         publishkit.run("prune", self.site.content, "--keep", "0")
         fresh = self.folder / "fresh"
         subprocess.run(self.command(version, fresh), check=True)
-        self.assertEqual(self.served(self.site.content), self.served(fresh))
-
-    @staticmethod
-    def served(content):
-        return {str(path.relative_to(content)): path.read_bytes()
-                for path in pathlib.Path(content).rglob("*")
-                if path.is_file() and ".publisher" not in path.parts}
+        self.assertEqual(served(self.site.content), served(fresh))
 
 
 if __name__ == "__main__":

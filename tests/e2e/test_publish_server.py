@@ -14,6 +14,7 @@ import urllib.parse
 
 import kit
 import publishkit
+from webserver import make_certificate, temporary_paths
 
 SERVER = kit.ROOT / "packaging/server"
 
@@ -139,9 +140,7 @@ class ProductionSite(unittest.TestCase):
             self.skipTest("openssl is missing; on Debian: apt-get install openssl")
         with tempfile.TemporaryDirectory() as name:
             folder = pathlib.Path(name)
-            subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days",
-                            "1", "-subj", "/CN=test", "-keyout", folder / "privkey.pem", "-out",
-                            folder / "fullchain.pem"], check=True, capture_output=True)
+            make_certificate(folder / "privkey.pem", folder / "fullchain.pem")
             (folder / "snippets").mkdir()
             shutil.copy(SERVER / "vornak-content.conf", folder / "snippets")
             site = (SERVER / "vornak-site.conf").read_text()
@@ -149,12 +148,9 @@ class ProductionSite(unittest.TestCase):
             # Testing opens what it listens on; the real ports belong to root, and any other may be
             # somebody's.
             site = re.sub(r"listen (?:\[::\]:)?(\d+)", self.listen_in(folder), site)
-            # The system's own folders belong to root, too.
-            temporary = " ".join(f"{kind}_temp_path {folder}/{kind};" for kind in
-                                 ("client_body", "proxy", "fastcgi", "uwsgi", "scgi"))
             (folder / "nginx.conf").write_text(
                 f"pid {folder}/pid; error_log stderr; events {{}}\n"
-                f"http {{ access_log off; {temporary}\n{site}\n}}\n")
+                f"http {{ access_log off; {temporary_paths(folder)}{site}\n}}\n")
             done = subprocess.run(["nginx", "-t", "-q", "-p", folder, "-c", folder / "nginx.conf",
                                    "-e", folder / "error.log"], text=True, capture_output=True,
                                   env=os.environ | {"PATH": os.environ["PATH"] + ":/usr/sbin"})

@@ -16,9 +16,7 @@ class SelfUpdate(kit.EndToEnd):
         source.mkdir()
         shutil.copy(kit.BIN / f"vornak-launcher-{version}", source / "vornak-launcher")
         (source / "notes.txt").write_text(version)
-        subprocess.run([kit.BIN / "vornak-publish", "launcher", source, self.site.content,
-                        "--version", version, "--executable", "vornak-launcher", "--quiet"],
-                       check=True)
+        self.site.publish_launcher(source, version, "vornak-launcher")
 
     def test_no_launcher_of_another_version_is_published(self):
         source = self.folder / "launcher"

@@ -1,6 +1,5 @@
 """What the README's commands say and do about missing packages, on machines that are not this one."""
 
-import os
 import pathlib
 import shutil
 import subprocess

@@ -6,11 +6,16 @@ import pathlib
 import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import threading
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.append(str(ROOT / "tests/support"))
+
+from contentsite import served  # noqa: E402
+
 UPLOAD = ROOT / "packaging/server/upload"
 PUBLISHER = pathlib.Path(os.environ["VORNAK_BIN"]) / "vornak-publish"
 FOREVER = "public, max-age=31536000, immutable"
@@ -85,13 +90,9 @@ class Upload(unittest.TestCase):
         self.assertEqual(done.returncode, code, done.stderr)
         return done.stdout.splitlines()
 
-    def files(self, folder):
-        return {str(path.relative_to(folder)): path.read_bytes() for path in folder.rglob("*")
-                if path.is_file() and ".publisher" not in path.parts}
-
     def test_copies_everything_and_tells_what_caches_must_forget(self):
         told = self.upload("--url", "https://static.example/", self.content, self.remote)
-        self.assertEqual(self.files(self.remote), self.files(self.content))
+        self.assertEqual(served(self.remote), served(self.content))
         self.assertFalse((self.remote / ".publisher").exists())
         self.assertEqual(told, ["https://static.example" + path for path in
                                 ("/beta/launcher/quelrametadata.json", "/hints.json",
@@ -109,7 +110,7 @@ class Upload(unittest.TestCase):
         self.assertTrue((self.remote / "launcher/packages/Quelra/1.0").exists())
         self.run_publisher("verify", self.remote)
         self.upload("--delete", self.content, self.remote)
-        self.assertEqual(self.files(self.remote), self.files(self.content))
+        self.assertEqual(served(self.remote), served(self.content))
 
     def test_a_dry_run_copies_and_removes_nothing(self):
         self.upload("--dry-run", self.content, self.remote)
@@ -117,9 +118,9 @@ class Upload(unittest.TestCase):
         self.upload(self.content, self.remote)
         self.publish("1.2")
         self.run_publisher("prune", self.content, "--keep", "0")
-        before = self.files(self.remote)
+        before = served(self.remote)
         self.upload("--dry-run", "--delete", self.content, self.remote)
-        self.assertEqual(self.files(self.remote), before)
+        self.assertEqual(served(self.remote), before)
 
     def test_wrong_usage_and_no_content(self):
         self.upload(self.content, code=2)
@@ -155,7 +156,7 @@ class Upload(unittest.TestCase):
         self.assertEqual(seen, sorted(seen))
         self.assertEqual(set(seen), set(range(len(steps))))
         self.assertEqual({path for path, *_ in server.received},
-                         {f"/game/{path}" for path in self.files(self.content)})
+                         {f"/game/{path}" for path in served(self.content)})
 
     def test_a_store_over_the_network(self):
         self.remote.mkdir()
@@ -172,10 +173,10 @@ class Upload(unittest.TestCase):
             address = re.search(r"http://127\.0\.0\.1:\d+", line)
         store = f":webdav,url='{address.group()}':"
         self.upload(self.content, store)
-        self.assertEqual(self.files(self.remote), self.files(self.content))
+        self.assertEqual(served(self.remote), served(self.content))
         self.publish("1.2")
         self.upload(self.content, store)
-        self.assertEqual(self.files(self.remote), self.files(self.content))
+        self.assertEqual(served(self.remote), served(self.content))
 
 
 if __name__ == "__main__":

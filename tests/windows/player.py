@@ -4,7 +4,6 @@ started from here are ended here."""
 
 import contextlib
 import hashlib
-import json
 import os
 import pathlib
 import shutil
@@ -18,6 +17,7 @@ import unittest
 
 from kit import (LAUNCHER, PATIENCE, RELEASES, STARTER, Site, installer, release, sha256, wait_for,
                  windows_path)
+from records import read_records
 
 PREFIX = pathlib.Path(os.environ["WINEPREFIX"])
 PICTURES = pathlib.Path(os.environ.get("VORNAK_WINDOWS_PICTURES", RELEASES / "pictures"))
@@ -193,20 +193,7 @@ class Player:
 
     def records(self):
         """What the game was given at each of its starts."""
-        if not self.record_file.exists():
-            return []
-        # What is being written may end in the middle of a character.
-        text = self.record_file.read_text(encoding="utf-8", errors="replace")
-        decoder = json.JSONDecoder()
-        found = []
-        while text.strip():
-            try:
-                record, end = decoder.raw_decode(text.lstrip())
-            except json.JSONDecodeError:
-                break
-            found.append(record)
-            text = text.lstrip()[end:]
-        return found
+        return read_records(self.record_file)
 
     # The registry.
 

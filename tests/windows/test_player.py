@@ -21,7 +21,7 @@ class TestPlayer(PlayerCase):
         player = self.player
         player.launch()
         window = player.wait_for_window()
-        wait_for(lambda: self.site.requests("/hints.json"), "the configuration")
+        wait_for(lambda: self.site.requests().count("/hints.json"), "the configuration")
         player.settle("licence")
         self.assertIsNone(player.registry(SETTINGS_KEY, "eulaAccepted"))
         player.click(window, 400, 410)
@@ -73,11 +73,11 @@ class TestPlayer(PlayerCase):
 
     def test_05_starts_over_when_the_game_asks_for_a_restart(self):
         player = self.player
-        before = self.site.requests("/launcher/quelrametadata.json")
+        before = self.site.requests().count("/launcher/quelrametadata.json")
         player.launch("--patch", actions="restart,exit:0")
         # Each start of the game asks again.
         wait_for(lambda: len(player.records()) >= 3, "the game to start for the third time")
-        self.assertGreaterEqual(self.site.requests("/launcher/quelrametadata.json"), before + 3)
+        self.assertGreaterEqual(self.site.requests().count("/launcher/quelrametadata.json"), before + 3)
         self.assertTrue(player.launchers())
 
     def test_06_comes_back_when_the_game_crashes(self):
@@ -106,11 +106,11 @@ class TestPlayer(PlayerCase):
         content = bytearray(damaged.read_bytes())
         content[1234] ^= 1
         damaged.write_bytes(content)
-        before = self.site.requests("/hints.json")
+        before = self.site.requests().count("/hints.json")
         player.launch()
         window = player.wait_for_window()
         # A click that comes before the files are checked is served when they are.
-        wait_for(lambda: self.site.requests("/hints.json") > before, "the configuration")
+        wait_for(lambda: self.site.requests().count("/hints.json") > before, "the configuration")
         player.settle("damaged")
         player.click_main_button(window)
         wait_for(lambda: damaged.read_bytes() == self.files["data/map.txt"], "the repair")
@@ -127,10 +127,10 @@ class TestPlayer(PlayerCase):
         player.start(player.client, actions=f"waitfor:{windows_path(end)},exit:0")
         wait_for(player.records, "the game to start")
         self.site.publish("1.0.3", changed, program_tail=b"changed")
-        before = self.site.requests("/hints.json")
+        before = self.site.requests().count("/hints.json")
         player.launch()
         window = player.wait_for_window()
-        wait_for(lambda: self.site.requests("/hints.json") > before, "the configuration")
+        wait_for(lambda: self.site.requests().count("/hints.json") > before, "the configuration")
         player.click_main_button(window)
         # It completes the new program, tries for two seconds to put it into its place and gives up.
         unfinished = player.package / "unfinished.vornak-new"

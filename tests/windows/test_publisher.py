@@ -11,18 +11,12 @@ import subprocess
 import tempfile
 import unittest
 
-from kit import PATIENCE, PUBLISHER, RELEASES, ROOT, Site, windows_path
+from kit import PATIENCE, PUBLISHER, RELEASES, ROOT, Site, served, windows_path, write_files
 
 PROGRAM = RELEASES / "1.0/publisher/vornak-publish.exe"
 DRIVES = pathlib.Path(os.environ["WINEPREFIX"]) / "dosdevices"
 # A name that is no name in any single code page.
 STRANGE = "größe λ 漢字 😀"
-
-
-def served(content):
-    """Path -> bytes of everything but the publisher's own notes."""
-    return {str(path.relative_to(content)): path.read_bytes() for path in content.rglob("*")
-            if path.is_file() and ".publisher" not in path.parts}
 
 
 def same_for_both(content):
@@ -41,10 +35,7 @@ def client(folder, version):
              "play.lnk": b"L\0\0\0 no real one",
              ".hidden": b"x", "empty": b"",
              "assets/sky.bin": numbers.randbytes(300_000), "assets/copy.bin": b"program"}
-    for path, data in files.items():
-        target = folder / path
-        target.parent.mkdir(parents=True, exist_ok=True)
-        target.write_bytes(data)
+    write_files(folder, files)
     return folder
 
 

@@ -16,7 +16,7 @@ class TestSelfUpdate(PlayerCase):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        cls.site.publish_launcher("1.1")
+        cls.site.publish_launcher(release("1.1"), "1.1", LAUNCHER)
 
     def test_01_replaces_itself(self):
         player = self.player
