@@ -2,8 +2,8 @@
 
 #include "package/InstalledFile.h"
 #include "package/Unpack.h"
+#include "package/WriteSteps.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -42,7 +42,7 @@ void IncomingFile::dropBody()
 
 bool IncomingFile::step()
 {
-    if (m_cannotBeWritten)
+    if (!m_writing)
         return false;
     const bool wantsPiece =
         m_unpacker.needsInput() || m_unpacker.hasEnded() || m_unpacker.hasFailed();
@@ -66,7 +66,7 @@ void IncomingFile::keep(QByteArrayView slice)
     m_unpackedHash.addData(slice);
     m_unpackedSize += slice.size();
     if (!slice.isEmpty() && m_unpackedSize <= m_file.unpackedsize)
-        m_cannotBeWritten = !m_target.write(slice);
+        m_writing = m_target.write(slice);
 }
 
 qint64 IncomingFile::accountedSize() const
@@ -81,7 +81,7 @@ StoreResult IncomingFile::finish(const TurnFunction& turn)
         cancelled = cancelled || (turn && !turn());
         return !cancelled;
     };
-    if (m_cannotBeWritten)
+    if (!m_writing)
         return StoreResult::WritingFailed;
     if (!isSameHash(m_packedHash.finish(), m_file.packedhash))
         return StoreResult::PackedHashDiffers;
@@ -94,12 +94,19 @@ StoreResult IncomingFile::finish(const TurnFunction& turn)
         return StoreResult::UnpackedDiffers;
     }
     freeBody(step);
-    const QString folder = QFileInfo(path()).path();
-    if (!cancelled && !QFileInfo::exists(folder))
-        QDir().mkpath(folder);
-    if (!cancelled && m_target.commit(step))
+    if (cancelled)
+        return StoreResult::Cancelled;
+    m_writing = putIntoPlace(step);
+    if (m_writing)
         return StoreResult::Stored;
     return cancelled ? StoreResult::Cancelled : StoreResult::WritingFailed;
+}
+
+WriteResult IncomingFile::putIntoPlace(const TurnFunction& turn)
+{
+    const QString folder = QFileInfo(path()).path();
+    const WriteResult made = QFileInfo::exists(folder) ? WriteResult::done() : makeFolder(folder);
+    return made ? m_target.commit(turn) : made;
 }
 
 StoreResult IncomingFile::unpackWhole(const TurnFunction& turn)
@@ -107,30 +114,33 @@ StoreResult IncomingFile::unpackWhole(const TurnFunction& turn)
     const QByteArray packed = joinBody(turn);
     QByteArray output;
     m_unpackedHash.reset();
+    m_unpackedSize = 0;
     const auto onSlice = [this, &turn](QByteArrayView slice, qint64 offset) {
         if (offset == 0)
             m_unpackedHash.reset();
         m_unpackedHash.addData(slice);
+        m_unpackedSize = offset + slice.size();
         return turn();
     };
     if (!turn() || !unpackLzma(packed, output, nullptr, onSlice))
         return StoreResult::UnpackingFailed;
-    if (output.size() != m_file.unpackedsize ||
+    if (m_unpackedSize != m_file.unpackedsize ||
         !isSameHash(m_unpackedHash.finish(), m_file.unpackedhash))
         return StoreResult::UnpackedDiffers;
-    return writeWhole(output, turn) ? StoreResult::Stored : StoreResult::WritingFailed;
+    m_writing = writeWhole(output, turn);
+    return m_writing ? StoreResult::Stored : StoreResult::WritingFailed;
 }
 
-bool IncomingFile::writeWhole(const QByteArray& output, const TurnFunction& turn)
+WriteResult IncomingFile::writeWhole(const QByteArray& output, const TurnFunction& turn)
 {
-    if (!m_target.rewind())
-        return false;
-    for (qsizetype offset = 0; offset < output.size(); offset += writeSlice) {
+    WriteResult result = m_target.rewind();
+    for (qsizetype offset = 0; result && offset < output.size(); offset += writeSlice) {
         const qsizetype size = std::min(writeSlice, output.size() - offset);
-        if (!m_target.write(QByteArrayView(output).sliced(offset, size)) || !turn())
-            return false;
+        result = m_target.write(QByteArrayView(output).sliced(offset, size));
+        if (result && !turn())
+            return WriteResult::stopped();
     }
-    return true;
+    return result;
 }
 
 // Each piece goes as soon as it is in the whole: both together would be twice the file.

@@ -47,7 +47,9 @@ public:
     bool step();
 
     /// The unfinished file could not be made or has no room. No more of the body is worth having.
-    [[nodiscard]] bool cannotBeWritten() const { return m_cannotBeWritten; }
+    [[nodiscard]] bool cannotBeWritten() const { return !m_writing; }
+    /// Why finish() came to WritingFailed.
+    [[nodiscard]] WriteResult writing() const { return m_writing; }
 
     /// Bytes of the body so far.
     [[nodiscard]] qint64 bodySize() const { return m_bodySize; }
@@ -56,6 +58,8 @@ public:
     /// What the file adds to the bytes done. Without a stated size it is more than the total
     /// counted, which only shows in a bar that is full early.
     [[nodiscard]] qint64 accountedSize() const;
+    /// Bytes that came out of the body.
+    [[nodiscard]] qint64 unpackedSize() const { return m_unpackedSize; }
 
     /// Checks everything, in this order: packed hash, stream, unpacked hash and size; then puts the
     /// file into its place, making the folders on the way. Called once, when step() has nothing
@@ -66,7 +70,8 @@ public:
 private:
     void keep(QByteArrayView slice);
     StoreResult unpackWhole(const TurnFunction& turn);
-    bool writeWhole(const QByteArray& output, const TurnFunction& turn);
+    WriteResult writeWhole(const QByteArray& output, const TurnFunction& turn);
+    WriteResult putIntoPlace(const TurnFunction& turn);
     [[nodiscard]] QByteArray joinBody(const TurnFunction& turn);
     void freeBody(const TurnFunction& turn);
 
@@ -80,5 +85,5 @@ private:
     StreamUnpacker m_unpacker;
     Sha256 m_unpackedHash;
     qint64 m_unpackedSize = 0;
-    bool m_cannotBeWritten = false;
+    WriteResult m_writing = WriteResult::done();
 };

@@ -1,8 +1,8 @@
 #include "package/LauncherMetadata.h"
 
+#include "package/ConfigurationFile.h"
 #include "package/OrlPackageDoc.h"
 
-#include <QJsonDocument>
 #include <QStringList>
 
 namespace {
@@ -57,22 +57,17 @@ QString LauncherPackage::folderName() const
 LauncherMetadata readLauncherMetadata(const QByteArray& data, QString* error, bool* isDocument)
 {
     LauncherMetadata metadata;
-    const QJsonDocument json = data.isEmpty() ? QJsonDocument() : QJsonDocument::fromJson(data);
+    const auto root = readConfigurationFile(data, QLatin1StringView("package"), error);
     if (isDocument)
-        *isDocument = json.isObject();
-    if (!json.isObject()) {
-        if (error && !data.isEmpty())
-            *error = QLatin1StringView(
-                "JSON package configuration file could not be parsed, using default package.");
+        *isDocument = root.has_value();
+    if (!root)
         return metadata;
-    }
-    const QJsonObject root = json.object();
-    metadata.launcherBuilds = readBuilds(root.value(QLatin1StringView("launcher")).toObject());
-    for (const auto& element : root.value(QLatin1StringView("packages")).toArray()) {
+    metadata.launcherBuilds = readBuilds(root->value(QLatin1StringView("launcher")).toObject());
+    for (const auto& element : root->value(QLatin1StringView("packages")).toArray()) {
         if (element.isObject())
             metadata.packages.append(readPackage(element.toObject()));
     }
-    metadata.hints = readUrl(root, "hints");
+    metadata.hints = readUrl(*root, "hints");
     return metadata;
 }
 

@@ -1,5 +1,7 @@
 #include "package/Markers.h"
 
+#include "package/WriteSteps.h"
+
 #include <QByteArray>
 #include <QFile>
 
@@ -11,11 +13,10 @@ QString readTrimmedText(const QString& path)
     return QString::fromUtf8(file.readAll()).trimmed();
 }
 
-bool writeMarker(const QString& path, const QString& text)
+WriteResult writeMarker(const QString& path, const QString& text)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return false;
-    const QByteArray bytes = text.toUtf8();
-    return file.write(bytes) == bytes.size() && file.flush();
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        return WriteResult::failed(file.errorString());
+    return writeAll(file, text.toUtf8());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "package/WriteResult.h"
+
 #include <QLatin1String>
 #include <QString>
 
@@ -17,6 +19,6 @@ inline constexpr QLatin1StringView assetsIdentity("assets.json.sha256");
 /// opened.
 QString readTrimmedText(const QString& path);
 
-/// Replaces the file's content by `text` as UTF-8, without a line end. False when it cannot be
-/// opened or written; it may then be empty, which reads as "not installed".
-[[nodiscard]] bool writeMarker(const QString& path, const QString& text);
+/// Replaces the file's content by `text` as UTF-8, without a line end. One that could not be
+/// written may be empty, which reads as "not installed".
+WriteResult writeMarker(const QString& path, const QString& text);

@@ -1,28 +1,11 @@
 #include "package/OrlPackageDoc.h"
 
+#include "package/ConfigurationFile.h"
 #include "package/Sizes.h"
 
 #include <QJsonDocument>
 
-#include <optional>
-
 namespace {
-
-// The document's object; nothing when the data is empty or holds no object. Only the latter is an
-// error of the document, and is reported with `message`.
-std::optional<QJsonObject> readObject(const QByteArray& data, QLatin1StringView message,
-                                      QString* error)
-{
-    if (data.isEmpty())
-        return std::nullopt;
-    const QJsonDocument json = QJsonDocument::fromJson(data);
-    if (!json.isObject()) {
-        if (error)
-            *error = message;
-        return std::nullopt;
-    }
-    return json.object();
-}
 
 QJsonArray filesOf(const QJsonObject& object)
 {
@@ -85,11 +68,7 @@ QList<OrlFile> parseFileList(const QJsonArray& array)
 
 OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error)
 {
-    const auto object = readObject(
-        data,
-        QLatin1StringView(
-            "JSON package configuration file could not be parsed, using default package."),
-        error);
+    const auto object = readConfigurationFile(data, QLatin1StringView("package"), error);
     OrlPackageDoc doc;
     if (object) {
         doc.version = readJsonString(*object, "version");
@@ -102,11 +81,7 @@ OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error)
 
 QList<OrlFile> parseAssetList(const QByteArray& data, QString* error)
 {
-    const auto object =
-        readObject(data,
-                   QLatin1StringView(
-                       "JSON asset configuration file could not be parsed, using default package."),
-                   error);
+    const auto object = readConfigurationFile(data, QLatin1StringView("asset"), error);
     return object ? parseFileList(filesOf(*object)) : QList<OrlFile>();
 }
 

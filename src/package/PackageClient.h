@@ -156,6 +156,7 @@ private:
     };
 
     [[nodiscard]] QUrl finalAddress(const QUrl& url) const;
+    [[nodiscard]] QUrl metadataAddress() const;
     QNetworkReply* startRequest(const QUrl& address, qint64 largest);
     QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
                            IncomingFile* incoming, QString* error);

@@ -5,6 +5,7 @@
 #include "package/ReplaceFile.h"
 #include "package/SafePath.h"
 #include "package/Sizes.h"
+#include "package/WriteSteps.h"
 
 #include <QDir>
 
@@ -18,16 +19,12 @@ QString joinedPath(const QString& folder, const OrlFile& file)
     return QDir(folder).filePath(file.localfile);
 }
 
-// The failure's text for the caller; a wrong packed hash is also logged, since it tells a broken
-// server or proxy from a broken connection.
+// The failure's text for the caller.
 QString storeFailureText(StoreResult result, const IncomingFile& incoming)
 {
     const OrlFile& file = incoming.file();
     switch (result) {
     case StoreResult::PackedHashDiffers:
-        qWarning("packed hash mismatch for %s (%lld bytes)", qUtf8Printable(file.localfile),
-                 static_cast<long long>(incoming.bodySize()));
-        [[fallthrough]];
     case StoreResult::UnpackedDiffers:
         return QLatin1StringView("Download failed: ") + file.localfile;
     case StoreResult::UnpackingFailed:
@@ -41,9 +38,40 @@ QString storeFailureText(StoreResult result, const IncomingFile& incoming)
     return {};
 }
 
-QString orPlainFailure(const QString& text)
+// Which of the hashes is wrong tells a broken server or proxy from a wrong manifest; the texts that
+// players see do not.
+void logStoreFailure(StoreResult result, const IncomingFile& incoming, const QString& folder)
 {
-    return text.isEmpty() ? QStringLiteral("Download failed") : text;
+    const OrlFile& file = incoming.file();
+    if (result == StoreResult::PackedHashDiffers)
+        qWarning("packed hash mismatch for %s (%lld bytes)", qUtf8Printable(file.localfile),
+                 static_cast<long long>(incoming.bodySize()));
+    else if (result == StoreResult::UnpackedDiffers)
+        qWarning("unpacked hash mismatch for %s (%lld of %lld bytes)",
+                 qUtf8Printable(file.localfile), static_cast<long long>(incoming.unpackedSize()),
+                 static_cast<long long>(file.unpackedsize));
+    else if (result == StoreResult::UnpackingFailed)
+        qWarning("Cannot unpack %s from %s", qUtf8Printable(file.localfile),
+                 qUtf8Printable(file.url));
+    if (result != StoreResult::WritingFailed)
+        return;
+    // In a folder that could not be made, all that a file knows is that there is none.
+    const WriteResult made = makeFolder(folder);
+    logUnwritten(incoming.path(), made ? incoming.writing() : made);
+}
+
+// The network has no complaint then: the server has an empty file there.
+QString emptyBodyText(const QUrl& address)
+{
+    qWarning("Download failed: %s the file is empty", qUtf8Printable(address.toString()));
+    return QStringLiteral("Download failed");
+}
+
+QString refusedPathText(const QString& folder, const OrlFile& file)
+{
+    const QString path = joinedPath(folder, file);
+    logUnwritten(path, WriteResult::failed(QStringLiteral("the path is refused")));
+    return unwritableText(path);
 }
 
 } // namespace
@@ -115,21 +143,25 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
 {
     const QString path = pathOfListedFile(folder, file.localfile);
     if (path.isEmpty())
-        return fail(error, unwritableText(joinedPath(folder, file)));
+        return fail(error, refusedPathText(folder, file));
     IncomingFile incoming(file, path, unfinishedPathIn(folder));
     QString downloadError;
     m_incoming = &incoming;
-    downloadWithProgress(base.resolved(QUrl(file.url)), position.bytes, position.total,
-                         position.number, position.count, &downloadError);
-    if (m_pacer.isQuitting() || !(incoming.isAccepted() || incoming.cannotBeWritten()))
-        return fail(error, orPlainFailure(downloadError));
+    const QUrl address = base.resolved(QUrl(file.url));
+    downloadWithProgress(address, position.bytes, position.total, position.number, position.count,
+                         &downloadError);
+    if (!incoming.cannotBeWritten() && (m_pacer.isQuitting() || !incoming.isAccepted()))
+        return fail(error,
+                    downloadError.isEmpty() ? emptyBodyText(finalAddress(address)) : downloadError);
     const StoreResult result = incoming.finish([this] { return m_pacer.turnIfDue(); });
     if (result == StoreResult::Cancelled) {
         failWhenQuitting(error);
         return false;
     }
-    if (result != StoreResult::Stored)
+    if (result != StoreResult::Stored) {
+        logStoreFailure(result, incoming, folder);
         return fail(error, storeFailureText(result, incoming));
+    }
     m_verified.addWritten(path, file.unpackedhash);
     position.bytes = addSizes(position.bytes, incoming.accountedSize());
     return m_pacer.turnIfDue() || !failWhenQuitting(error);
@@ -166,7 +198,7 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
         const int number = run->index + 1;
         const QString path = pathOfListedFile(run->folder, file.localfile);
         if (path.isEmpty()) {
-            endAsync(*run, false, unwritableText(joinedPath(run->folder, file)));
+            endAsync(*run, false, refusedPathText(run->folder, file));
             return;
         }
         if (isInstalledAt(path, file, m_verified)) {
@@ -192,11 +224,13 @@ void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QStri
 {
     IncomingFile& incoming = *run->incoming;
     if (!message.isEmpty() || !(incoming.isAccepted() || incoming.cannotBeWritten())) {
-        endAsync(*run, false, orPlainFailure(message));
+        const QUrl address = run->base.resolved(QUrl(incoming.file().url));
+        endAsync(*run, false, message.isEmpty() ? emptyBodyText(finalAddress(address)) : message);
         return;
     }
     const StoreResult result = incoming.finish();
     if (result != StoreResult::Stored) {
+        logStoreFailure(result, incoming, run->folder);
         endAsync(*run, false, storeFailureText(result, incoming));
         return;
     }

@@ -3,6 +3,7 @@
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
 #include "package/SafePath.h"
+#include "package/WriteSteps.h"
 
 #include <QDir>
 #include <QFile>
@@ -19,29 +20,42 @@ QString inFolder(const QString& folder, QLatin1StringView name)
     return QDir(folder).filePath(name);
 }
 
-// Without this marker an interrupted installation merely looks like one that never began, so a
-// failed write is ignored.
-void beginPackage(const OrlPackageDoc& package, const QString& folder)
+// Makes the folder too. Without one the marker would land wherever the launcher was started.
+WriteResult recordIn(const QString& folder, QLatin1StringView marker, const QString& text)
 {
-    // Without a folder it would land wherever the launcher was started.
-    if (folder.isEmpty())
-        return;
-    QDir().mkpath(folder);
-    [[maybe_unused]] const bool written =
-        writeMarker(inFolder(folder, markers::partialVersion), package.version);
+    const QString path = inFolder(folder, marker);
+    WriteResult result = makeFolder(folder);
+    if (result)
+        result = writeMarker(path, text);
+    logUnwritten(path, result);
+    return result;
 }
 
-bool replaceDocument(const OrlPackageDoc& package, const QString& folder, const TurnFunction& turn)
+// Without this marker an interrupted installation merely looks like one that never began, so a
+// failed write stops nothing.
+void beginPackage(const OrlPackageDoc& package, const QString& folder)
 {
+    [[maybe_unused]] const WriteResult written =
+        recordIn(folder, markers::partialVersion, package.version);
+}
+
+WriteResult replaceDocument(const OrlPackageDoc& package, const QString& folder,
+                            const TurnFunction& turn)
+{
+    if (folder.isEmpty())
+        return WriteResult::failed(std::errc::no_such_file_or_directory);
     const QByteArray bytes = serializePackageDoc(package, turn);
+    if (bytes.isEmpty())
+        return WriteResult::stopped();
     FileReplacement replacement(inFolder(folder, markers::packageDocument),
                                 unfinishedPathIn(folder));
-    return !bytes.isEmpty() && replacement.write(bytes) && replacement.commit(turn);
+    const WriteResult written = replacement.write(bytes);
+    return written ? replacement.commit(turn) : written;
 }
 
 bool recordAssets(const QString& hash, const QString& folder, QString* error)
 {
-    return (!folder.isEmpty() && writeMarker(inFolder(folder, markers::assetsIdentity), hash)) ||
+    return recordIn(folder, markers::assetsIdentity, hash) ||
            fail(error, installationFailedText(folder));
 }
 
@@ -67,12 +81,12 @@ bool PackageClient::finalizePackage(const OrlPackageDoc& package, const QString&
     const QString executable = pathBelowFolder(folder, package.executable);
     if (!executable.isEmpty())
         makeExecutable(executable);
-    if (folder.isEmpty())
-        return fail(error, unwritableText(folder));
     // The version marker comes last: a reader that sees it finds everything else in place.
-    if (!replaceDocument(package, folder, turn))
+    const WriteResult document = replaceDocument(package, folder, turn);
+    logUnwritten(inFolder(folder, markers::packageDocument), document);
+    if (!document)
         return !failWhenQuitting(error) && fail(error, unwritableText(folder));
-    if (!writeMarker(inFolder(folder, markers::packageVersion), package.version))
+    if (!recordIn(folder, markers::packageVersion, package.version))
         return fail(error, installationFailedText(folder));
     QFile::remove(inFolder(folder, markers::partialVersion));
     return true;

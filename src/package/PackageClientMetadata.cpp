@@ -1,8 +1,10 @@
+#include "package/ConfigurationFile.h"
+#include "package/Failure.h"
 #include "package/HintsDocument.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
+#include "package/WriteSteps.h"
 
-#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -12,9 +14,23 @@ namespace {
 
 void saveCopy(const QByteArray& data, const QString& folder)
 {
-    QDir().mkpath(folder);
-    [[maybe_unused]] const bool saved =
-        replaceFile(folder + QLatin1StringView("/launchermetadata.json"), data);
+    const QString path = folder + QLatin1StringView("/launchermetadata.json");
+    WriteResult result = makeFolder(folder);
+    if (result)
+        result = replaceFile(path, data);
+    logUnwritten(path, result);
+}
+
+// `fault` is the parser's text, empty when it had no complaint. It does not say what is wrong, so
+// the log does.
+void reportUnreadable(const QUrl& address, const QByteArray& data, const QString& fault,
+                      QString* error)
+{
+    if (fault.isEmpty())
+        return;
+    qWarning("Cannot read %s: %s", qUtf8Printable(address.toString()),
+             qUtf8Printable(faultOfConfigurationFile(data)));
+    fail(error, fault);
 }
 
 } // namespace
@@ -31,25 +47,39 @@ QString PackageClient::fetchText(const QUrl& url, QString* error)
 
 OrlPackageDoc PackageClient::fetchPackageDoc(const QUrl& url, QString* error)
 {
-    return parsePackageDoc(download(url, transferlimits::manifest, error), error);
+    const QByteArray data = download(url, transferlimits::manifest, error);
+    QString fault;
+    OrlPackageDoc document = parsePackageDoc(data, &fault);
+    reportUnreadable(finalAddress(url), data, fault, error);
+    return document;
 }
 
 QList<OrlFile> PackageClient::fetchAssetList(const QUrl& url, QString* error)
 {
-    return parseAssetList(download(url, transferlimits::manifest, error), error);
+    const QByteArray data = download(url, transferlimits::manifest, error);
+    QString fault;
+    QList<OrlFile> files = parseAssetList(data, &fault);
+    reportUnreadable(finalAddress(url), data, fault, error);
+    return files;
+}
+
+QUrl PackageClient::metadataAddress() const
+{
+    return QUrl(m_baseUrl + QLatin1StringView("/launcher/quelrametadata.json"), QUrl::TolerantMode);
 }
 
 LauncherMetadata PackageClient::fetchLauncherMetadata(QString* error)
 {
-    const QUrl address(m_baseUrl + QLatin1StringView("/launcher/quelrametadata.json"),
-                       QUrl::TolerantMode);
-    return parseLauncherMetadata(download(address, transferlimits::document, error), error);
+    return parseLauncherMetadata(download(metadataAddress(), transferlimits::document, error),
+                                 error);
 }
 
 LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QString* error)
 {
     bool isDocument = false;
-    LauncherMetadata metadata = readLauncherMetadata(data, error, &isDocument);
+    QString fault;
+    LauncherMetadata metadata = readLauncherMetadata(data, &fault, &isDocument);
+    reportUnreadable(metadataAddress(), data, fault, error);
     if (isDocument && !m_dataFolder.isEmpty())
         saveCopy(data, m_dataFolder);
     return metadata;

@@ -2,6 +2,7 @@
 
 #include "package/HeldFile.h"
 #include "package/ReplacementNames.h"
+#include "package/WriteSteps.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -34,64 +35,92 @@ void FileReplacement::discard()
     m_file.close();
 }
 
-bool FileReplacement::isReady()
+WriteResult FileReplacement::makeReady()
 {
     if (m_file.isOpen())
-        return true;
+        return WriteResult::done();
     const QFileInfo old(m_path);
-    if (old.exists() && (old.isDir() || !old.isWritable()))
-        return false;
+    if (old.isDir())
+        return WriteResult::failed(std::errc::is_a_directory);
+    if (old.exists() && !old.isWritable())
+        return WriteResult::failed(std::errc::permission_denied);
     return open();
 }
 
-bool FileReplacement::write(QByteArrayView bytes)
+WriteResult FileReplacement::write(QByteArrayView bytes)
 {
-    return isReady() && m_file.write(bytes.data(), bytes.size()) == bytes.size();
+    const WriteResult ready = makeReady();
+    return ready ? writeAll(m_file, bytes) : ready;
 }
 
-bool FileReplacement::rewind()
+WriteResult FileReplacement::rewind()
 {
-    return !m_file.isOpen() || (m_file.resize(0) && m_file.seek(0));
+    if (!m_file.isOpen() || (m_file.resize(0) && m_file.seek(0)))
+        return WriteResult::done();
+    return WriteResult::failed(m_file.errorString());
 }
 
-bool FileReplacement::commit(const TurnFunction& turn)
+WriteResult FileReplacement::commit(const TurnFunction& turn)
 {
-    if (!isReady())
-        return false;
-    FileAttempt last = FileAttempt::Failed;
-    const auto attempt = [this, &last] { return last = place(); };
-    if (flush() && tryWhileHeld(attempt, turn)) {
-        m_file.close();
-        return true;
-    }
-    const bool copied = last == FileAttempt::OtherVolume && copyToOtherVolume(turn);
+    WriteResult result = makeReady();
+    if (result)
+        result = flush();
+    if (result)
+        result = placeWhenReleased(turn);
+    // Nothing any more where it came into its place.
     discard();
-    return copied;
+    return result;
+}
+
+WriteResult FileReplacement::placeWhenReleased(const TurnFunction& turn)
+{
+    FileAttempt last = FileAttempt::Failed;
+    QString reason;
+    bool isStopped = false;
+    const auto attempt = [this, &last, &reason] { return last = place(reason); };
+    const auto goOn = [&turn, &isStopped] {
+        isStopped = turn && !turn();
+        return !isStopped;
+    };
+    if (tryWhileHeld(attempt, goOn)) {
+        m_file.close();
+        return WriteResult::done();
+    }
+    if (last == FileAttempt::OtherVolume)
+        return copyToOtherVolume(turn);
+    return isStopped ? WriteResult::stopped() : WriteResult::failed(reason);
 }
 
 // A folder of the package may be a link to another disk, which no file can be moved to.
-bool FileReplacement::copyToOtherVolume(const TurnFunction& turn)
+WriteResult FileReplacement::copyToOtherVolume(const TurnFunction& turn)
 {
     FileReplacement beside(m_path, m_path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
     QByteArray bytes(slice, Qt::Uninitialized);
     if (!m_file.seek(0))
-        return false;
+        return WriteResult::failed(m_file.errorString());
     for (;;) {
         const qint64 count = m_file.read(bytes.data(), bytes.size());
         if (count == 0)
             return beside.commit(turn);
-        if (count < 0 || !beside.write(QByteArrayView(bytes).first(count)) || (turn && !turn()))
-            return false;
+        if (count < 0)
+            return WriteResult::failed(m_file.errorString());
+        if (const WriteResult written = beside.write(QByteArrayView(bytes).first(count)); !written)
+            return written;
+        if (turn && !turn())
+            return WriteResult::stopped();
     }
 }
 
-bool replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
+WriteResult replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
     FileReplacement replacement(path, path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
     for (qsizetype offset = 0; offset < bytes.size(); offset += slice) {
-        const qsizetype size = std::min(slice, bytes.size() - offset);
-        if (!replacement.write(QByteArrayView(bytes).sliced(offset, size)) || (turn && !turn()))
-            return false;
+        const auto piece =
+            QByteArrayView(bytes).sliced(offset, std::min(slice, bytes.size() - offset));
+        if (const WriteResult written = replacement.write(piece); !written)
+            return written;
+        if (turn && !turn())
+            return WriteResult::stopped();
     }
     return replacement.commit(turn);
 }

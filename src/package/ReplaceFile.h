@@ -1,6 +1,7 @@
 #pragma once
 
 #include "package/TurnFunction.h"
+#include "package/WriteResult.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -28,33 +29,35 @@ public:
 
     [[nodiscard]] QString path() const { return m_path; }
 
-    /// Adds to the new content. False when the unfinished file cannot be made or has no room, or
+    /// Adds to the new content. Fails when the unfinished file cannot be made or has no room, or
     /// when something at path() cannot be replaced.
-    [[nodiscard]] bool write(QByteArrayView bytes);
+    WriteResult write(QByteArrayView bytes);
 
     /// Drops what was written; writing begins anew.
-    [[nodiscard]] bool rewind();
+    WriteResult rewind();
 
-    /// Makes what was written the whole content of path(), whose folder must be there by now. False
-    /// on failure, also when `turn` stopped the work. Called once.
+    /// Makes what was written the whole content of path(), whose folder must be there by now.
+    /// `turn` may stop the work. Called once.
     ///
     /// On Windows a file that another program holds open cannot be replaced; it is then tried again
     /// for about two seconds (see tryWhileHeld()).
-    [[nodiscard]] bool commit(const TurnFunction& turn = {});
+    WriteResult commit(const TurnFunction& turn = {});
 
     /// Removes what a killed program left at an unfinished path, unless another one is at work
     /// with it. Where a virus scanner can be in the way, it is tried for about two seconds.
     static void removeLeftover(const QString& unfinishedPath, const TurnFunction& turn = {});
 
 private:
-    [[nodiscard]] bool isReady();
+    WriteResult makeReady();
     void discard();
-    [[nodiscard]] bool copyToOtherVolume(const TurnFunction& turn);
+    WriteResult placeWhenReleased(const TurnFunction& turn);
+    WriteResult copyToOtherVolume(const TurnFunction& turn);
 
     // Each system's own.
-    [[nodiscard]] bool open();
-    [[nodiscard]] bool flush();
-    [[nodiscard]] FileAttempt place();
+    WriteResult open();
+    WriteResult flush();
+    /// `reason` becomes the system's text for an attempt that failed.
+    [[nodiscard]] FileAttempt place(QString& reason);
     void removeUnfinished();
 
     QString m_path;
@@ -65,8 +68,8 @@ private:
 
 /// Makes `bytes` the whole content of `path` by a FileReplacement with an unfinished file beside
 /// it, that is called as `path` with the ending VORNAK_FRESH_SUFFIX.
-[[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes,
-                               const TurnFunction& turn = {});
+WriteResult replaceFile(const QString& path, const QByteArray& bytes,
+                        const TurnFunction& turn = {});
 
 /// Where the files of a package are gathered that are to be replaced in its folder.
 [[nodiscard]] QString unfinishedPathIn(const QString& folder);

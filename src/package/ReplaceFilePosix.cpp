@@ -67,13 +67,15 @@ bool lock(int descriptor)
     return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
 }
 
-// Whoever had it before may have moved it to its place between opening and locking here.
+// Whoever had it before may have moved it to its place between opening and locking here. -1 with
+// the reason in errno.
 int openLocked(const char* path, int flags)
 {
     const int descriptor = ::open(path, flags | O_RDWR | O_NOFOLLOW | O_CLOEXEC, newFileMode);
     if (descriptor < 0 || (lock(descriptor) && isSameFile(descriptor, path)))
         return descriptor;
     ::close(descriptor);
+    errno = EBUSY;
     return -1;
 }
 
@@ -92,7 +94,7 @@ QByteArray destination(const QString& path)
 
 } // namespace
 
-bool FileReplacement::open()
+WriteResult FileReplacement::open()
 {
     int descriptor = openWithoutName(nearestFolder(m_path));
     m_hasName = descriptor < 0;
@@ -101,49 +103,57 @@ bool FileReplacement::open()
     else
         lock(descriptor);
     if (descriptor < 0)
-        return false;
+        return WriteResult::failedCall();
     struct stat old
     {
     };
     if (::stat(QFile::encodeName(m_path).constData(), &old) == 0)
         ::fchmod(descriptor, old.st_mode & 07777);
-    return m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
-                       QFileDevice::AutoCloseHandle) &&
-           (!m_hasName || m_file.resize(0));
+    if (m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
+                    QFileDevice::AutoCloseHandle) &&
+        (!m_hasName || m_file.resize(0)))
+        return WriteResult::done();
+    return WriteResult::failed(m_file.errorString());
 }
 
-bool FileReplacement::flush()
+WriteResult FileReplacement::flush()
 {
 #if defined(_POSIX_SYNCHRONIZED_IO) && _POSIX_SYNCHRONIZED_IO > 0
-    return ::fdatasync(m_file.handle()) == 0;
+    const int result = ::fdatasync(m_file.handle());
 #else
-    return ::fsync(m_file.handle()) == 0;
+    const int result = ::fsync(m_file.handle());
 #endif
+    return result == 0 ? WriteResult::done() : WriteResult::failedCall();
 }
 
-FileAttempt FileReplacement::place()
+FileAttempt FileReplacement::place(QString& reason)
 {
+    const auto failed = [&reason](FileAttempt kind) {
+        reason = qt_error_string(errno);
+        return kind;
+    };
     const QByteArray to = destination(m_path);
     QByteArray unfinished = QFile::encodeName(m_unfinishedPath);
     if (!m_hasName) {
         if (isLinked(m_file.handle(), to))
             return FileAttempt::Done;
         if (errno != EEXIST)
-            return FileAttempt::Failed;
+            return failed(FileAttempt::Failed);
         // Only a file with a name can take the place of another.
         removeLeftover(m_unfinishedPath);
         if (!isLinked(m_file.handle(), unfinished)) {
             if (errno != EXDEV)
-                return FileAttempt::Failed;
+                return failed(FileAttempt::Failed);
             unfinished = to + VORNAK_FRESH_SUFFIX;
             removeLeftover(QFile::decodeName(unfinished));
             if (!isLinked(m_file.handle(), unfinished))
-                return FileAttempt::Failed;
+                return failed(FileAttempt::Failed);
         }
     }
     if (::rename(unfinished.constData(), to.constData()) == 0)
         return FileAttempt::Done;
-    const FileAttempt failure = errno == EXDEV ? FileAttempt::OtherVolume : FileAttempt::Failed;
+    const FileAttempt failure =
+        failed(errno == EXDEV ? FileAttempt::OtherVolume : FileAttempt::Failed);
     if (!m_hasName)
         ::unlink(unfinished.constData());
     return failure;

@@ -24,30 +24,32 @@ HANDLE openUnfinished(const QString& path)
 
 } // namespace
 
-bool FileReplacement::open()
+WriteResult FileReplacement::open()
 {
     const HANDLE handle = openUnfinished(m_unfinishedPath);
     if (handle == INVALID_HANDLE_VALUE)
-        return false;
+        return WriteResult::failedCall();
     const int descriptor = _open_osfhandle(reinterpret_cast<intptr_t>(handle), _O_BINARY);
     if (descriptor < 0) {
         CloseHandle(handle);
-        return false;
+        return WriteResult::failed(std::errc::too_many_files_open);
     }
-    return m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
-                       QFileDevice::AutoCloseHandle);
+    if (m_file.open(descriptor, QIODevice::ReadWrite | QIODevice::Unbuffered,
+                    QFileDevice::AutoCloseHandle))
+        return WriteResult::done();
+    return WriteResult::failed(m_file.errorString());
 }
 
-bool FileReplacement::flush()
+WriteResult FileReplacement::flush()
 {
-    return windowsfiles::flushToDisk(m_file);
+    return windowsfiles::flushToDisk(m_file) ? WriteResult::done() : WriteResult::failedCall();
 }
 
 // The open file itself is moved: one that was closed first might have given way to that of another
 // launcher, which may not be whole.
-FileAttempt FileReplacement::place()
+FileAttempt FileReplacement::place(QString& reason)
 {
-    return windowsfiles::moveOpenFile(m_file, m_path);
+    return windowsfiles::moveOpenFile(m_file, m_path, &reason);
 }
 
 void FileReplacement::removeUnfinished()

@@ -18,12 +18,21 @@ bool isHeld(DWORD error)
            error == ERROR_DELETE_PENDING;
 }
 
-FileAttempt move(const QString& from, const QString& to, DWORD flags)
+// What the system's error means for an attempt.
+FileAttempt failedAttempt(DWORD error, QString* reason)
 {
-    if (MoveFileExW(windowsfiles::nativePath(from).c_str(), windowsfiles::nativePath(to).c_str(),
-                    flags | MOVEFILE_WRITE_THROUGH))
+    if (reason)
+        *reason = qt_error_string(static_cast<int>(error)).trimmed();
+    return isHeld(error) ? FileAttempt::Held : FileAttempt::Failed;
+}
+
+FileAttempt move(const QString& from, const QString& to, DWORD flags, QString* reason)
+{
+    const std::wstring source = windowsfiles::nativePath(from);
+    const std::wstring target = windowsfiles::nativePath(to);
+    if (MoveFileExW(source.c_str(), target.c_str(), flags | MOVEFILE_WRITE_THROUGH))
         return FileAttempt::Done;
-    return isHeld(GetLastError()) ? FileAttempt::Held : FileAttempt::Failed;
+    return failedAttempt(GetLastError(), reason);
 }
 
 } // namespace
@@ -40,17 +49,17 @@ std::wstring nativePath(const QString& path)
         .toStdWString();
 }
 
-FileAttempt moveOver(const QString& from, const QString& to)
+FileAttempt moveOver(const QString& from, const QString& to, QString* reason)
 {
-    return move(from, to, MOVEFILE_REPLACE_EXISTING);
+    return move(from, to, MOVEFILE_REPLACE_EXISTING, reason);
 }
 
-FileAttempt moveAside(const QString& from, const QString& to)
+FileAttempt moveAside(const QString& from, const QString& to, QString* reason)
 {
-    return move(from, to, 0);
+    return move(from, to, 0, reason);
 }
 
-FileAttempt moveOpenFile(const QFileDevice& file, const QString& to)
+FileAttempt moveOpenFile(const QFileDevice& file, const QString& to, QString* reason)
 {
     const std::wstring name = nativePath(to);
     const std::size_t bytes = name.size() * sizeof(wchar_t);
@@ -64,9 +73,7 @@ FileAttempt moveOpenFile(const QFileDevice& file, const QString& to)
     if (SetFileInformationByHandle(handleOf(file), FileRenameInfo, info, static_cast<DWORD>(size)))
         return FileAttempt::Done;
     const DWORD error = GetLastError();
-    if (error == ERROR_NOT_SAME_DEVICE)
-        return FileAttempt::OtherVolume;
-    return isHeld(error) ? FileAttempt::Held : FileAttempt::Failed;
+    return error == ERROR_NOT_SAME_DEVICE ? FileAttempt::OtherVolume : failedAttempt(error, reason);
 }
 
 void* handleOf(const QFileDevice& file)

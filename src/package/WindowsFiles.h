@@ -15,15 +15,19 @@ namespace windowsfiles {
 
 /// Moves `from` to `to` on the same volume, replacing a file that is there in one step. A program
 /// that runs cannot be replaced and counts as held, and so does whatever else denies the access:
-/// the system has one answer for both.
-[[nodiscard]] FileAttempt moveOver(const QString& from, const QString& to);
+/// the system has one answer for both. `reason` becomes the system's text for what did not come to
+/// Done.
+[[nodiscard]] FileAttempt moveOver(const QString& from, const QString& to,
+                                   QString* reason = nullptr);
 
 /// As moveOver(), but fails when there is something at `to`. A program that runs can be moved.
-[[nodiscard]] FileAttempt moveAside(const QString& from, const QString& to);
+[[nodiscard]] FileAttempt moveAside(const QString& from, const QString& to,
+                                    QString* reason = nullptr);
 
 /// Moves an open file, which was opened with the right to delete it, to `to` on the same volume, as
 /// moveOver() does.
-[[nodiscard]] FileAttempt moveOpenFile(const QFileDevice& file, const QString& to);
+[[nodiscard]] FileAttempt moveOpenFile(const QFileDevice& file, const QString& to,
+                                       QString* reason = nullptr);
 
 /// The system's handle of an open file.
 [[nodiscard]] void* handleOf(const QFileDevice& file);

@@ -43,6 +43,17 @@ inline QString unwritable(const QString& path)
     return QStringLiteral("Failed to create folder: '%1'.").arg(path);
 }
 
+/// The reason in the log's only line, which says that `path` cannot be written; otherwise all that
+/// was logged.
+inline QString reasonFor(const QString& path, const MessageCapture& log)
+{
+    const QString start = QStringLiteral("Cannot write %1: ").arg(path);
+    const QStringList lines = log.lines();
+    if (lines.size() == 1 && lines.first().startsWith(start))
+        return lines.first().sliced(start.size());
+    return QStringLiteral("not one line for %1, but:\n").arg(path) + lines.join(u'\n');
+}
+
 /// A content server with a tree, and a client with an empty folder to install into.
 class InstallFixture
 {

@@ -260,19 +260,27 @@ void DownloadTest::failedDocumentsReadAsDefaults()
 {
     ScriptedHttpServer server;
     PackageClient client(nullptr);
-    const MessageCapture log;
+    MessageCapture log;
     QString error;
     QCOMPARE(client.fetchPackageDoc(server.url(u"/a"_s), &error), OrlPackageDoc());
     QVERIFY(error.startsWith("Download failed: "_L1));
     error.clear();
     QVERIFY(client.fetchAssetList(server.url(u"/a"_s), &error).isEmpty());
     QVERIFY(error.startsWith("Download failed: "_L1));
+    QCOMPARE(log.warnings().size(), 2);
     server.route(u"/a"_s, "<html>");
+    log.clear();
     client.fetchPackageDoc(server.url(u"/a"_s), &error);
     QCOMPARE(error,
              u"JSON package configuration file could not be parsed, using default package."_s);
     client.fetchAssetList(server.url(u"/a"_s), &error);
     QCOMPARE(error, u"JSON asset configuration file could not be parsed, using default package."_s);
+    server.route(u"/a"_s, "[]");
+    client.fetchAssetList(server.url(u"/a"_s), nullptr);
+    const QString address = server.url(u"/a"_s).toString();
+    const QString noJson = u"Cannot read %1: illegal value at byte 1"_s.arg(address);
+    QCOMPARE(log.warnings(),
+             (QStringList{noJson, noJson, u"Cannot read %1: no JSON object"_s.arg(address)}));
 }
 
 void DownloadTest::whatIsLargerThanItMayBeFails_data()

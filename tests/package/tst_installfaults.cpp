@@ -2,6 +2,8 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <cerrno>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -39,6 +41,17 @@ private:
     bool m_works = false;
 };
 
+// Whoever the rights are dropped to must get as far as the folder.
+void openToAll(const InstallFixture& fixture)
+{
+    const QString root = QFileInfo(fixture.folder()).path();
+    chmod(QFile::encodeName(root).constData(), 0755);
+}
+
+// What the limit of FullDisk gives instead of "No space left on device".
+const QString diskFull = qt_error_string(EFBIG);
+const QString accessDenied = qt_error_string(EACCES);
+
 } // namespace
 
 class InstallFaultsTest : public QObject
@@ -56,6 +69,10 @@ private Q_SLOTS:
     void fullDiskFailsTheAssetMarker();
     void readOnlyFolderFails_data() { InstallFixture::addForms(); }
     void readOnlyFolderFails();
+    void folderThatCannotBeMadeFails_data() { InstallFixture::addForms(); }
+    void folderThatCannotBeMadeFails();
+    void unfinishedFileOfAnotherLauncherIsHeld_data() { InstallFixture::addForms(); }
+    void unfinishedFileOfAnotherLauncherIsHeld();
     void unreadableFileCountsAsMissing();
     void fullDiskKeepsTheSavedMetadata();
 };
@@ -68,7 +85,9 @@ void InstallFaultsTest::fullDiskKeepsTheOldFile()
     testfiles::write(fixture.path(u"a/big"_s), "old");
     {
         const FullDisk full(100'000);
+        const MessageCapture log;
         VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/big"_s)));
+        QCOMPARE(reasonFor(fixture.path(u"a/big"_s), log), diskFull);
         QCOMPARE(fixture.files(), QStringList{u"Quelra/a/big"_s});
         QCOMPARE(fixture.content(u"a/big"_s), QByteArray("old"));
     }
@@ -84,7 +103,9 @@ void InstallFaultsTest::fullDiskKeepsTheFilesBefore()
     fixture.tree().addFile(u"big"_s, testfiles::textBytes(3'000'000));
     fixture.tree().addFile(u"after"_s, "after");
     const FullDisk full(2'000'000);
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(u"big"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"big"_s), log), diskFull);
     QCOMPARE(fixture.files(),
              (QStringList{u"Quelra/partial.package.json.version"_s, u"Quelra/small"_s}));
     QCOMPARE(fixture.server().paths().size(), 2);
@@ -99,7 +120,9 @@ void InstallFaultsTest::fullDiskKeepsTheOldDocument()
     const QByteArray old = fixture.content(u"package.json"_s);
     fixture.tree().package.version = u"2"_s;
     const FullDisk full(10);
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.folder()));
+    QCOMPARE(reasonFor(fixture.path(document), log), diskFull);
     QCOMPARE(fixture.content(u"package.json"_s), old);
     QCOMPARE(fixture.content(u"package.json.version"_s), QByteArray("1.0.0"));
     QCOMPARE(fixture.content(u"partial.package.json.version"_s), QByteArray("2"));
@@ -112,8 +135,10 @@ void InstallFaultsTest::fullDiskFailsTheAssetMarker()
     InstallFixture fixture;
     testfiles::write(fixture.path(u"other"_s), "x");
     const FullDisk full(0);
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installAssets(form),
                    u"The installation of %1 failed."_s.arg(fixture.folder()));
+    QCOMPARE(reasonFor(fixture.path(assetsMarker), log), diskFull);
 }
 
 void InstallFaultsTest::readOnlyFolderFails()
@@ -123,18 +148,60 @@ void InstallFaultsTest::readOnlyFolderFails()
     fixture.tree().addAsset(u"a/b"_s, "new");
     fixture.tree().addFile(u"a/new/c"_s, "new");
     testfiles::write(fixture.path(u"a/b"_s), "old");
-    // Whoever the rights are dropped to must get as far as the folder.
-    const QString root = QFileInfo(fixture.folder()).path();
-    chmod(QFile::encodeName(root).constData(), 0755);
+    openToAll(fixture);
+    chmod(QFile::encodeName(fixture.folder()).constData(), 0777);
     const ReadOnlyFolder folder(fixture.path(u"a"_s));
     if (!folder.works())
         QSKIP("Permissions do not bind here: run the tests as an ordinary user");
+    MessageCapture log;
     VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/b"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a/b"_s), log), accessDenied);
+    log.clear();
     VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(u"a/new/c"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a/new/c"_s), log), accessDenied);
     QCOMPARE(fixture.content(u"a/b"_s), QByteArray("old"));
     QStringList files = fixture.files();
     files.removeOne(u"Quelra/partial.package.json.version"_s);
     QCOMPARE(files, QStringList{u"Quelra/a/b"_s});
+}
+
+// The files then find no folder; why there is none is what counts.
+void InstallFaultsTest::folderThatCannotBeMadeFails()
+{
+    QFETCH(Form, form);
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a"_s, "new");
+    const ReadOnlyFolder folder(QFileInfo(fixture.folder()).path());
+    if (!folder.works())
+        QSKIP("Permissions do not bind here: run the tests as an ordinary user");
+    MessageCapture log;
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a"_s), log), accessDenied);
+    fixture.tree().assets.clear();
+    log.clear();
+    VERIFY_FAILURE(fixture.installAssets(form),
+                   u"The installation of %1 failed."_s.arg(fixture.folder()));
+    QCOMPARE(reasonFor(fixture.path(assetsMarker), log), accessDenied);
+}
+
+void InstallFaultsTest::unfinishedFileOfAnotherLauncherIsHeld()
+{
+    QFETCH(Form, form);
+#ifndef VORNAK_TEST_NAMED_FILES
+    Q_UNUSED(form)
+    QSKIP("No name is needed here: tst_installfaults_named does without files that have none");
+#else
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a"_s, "new");
+    testfiles::write(fixture.path(u"unfinished.vornak-new"_s), "another's");
+    QFile other(fixture.path(u"unfinished.vornak-new"_s));
+    QVERIFY(other.open(QIODevice::ReadOnly));
+    QVERIFY(flock(other.handle(), LOCK_EX) == 0);
+    const MessageCapture log;
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a"_s), log), qt_error_string(EBUSY));
+    QCOMPARE(other.readAll(), QByteArray("another's"));
+#endif
 }
 
 void InstallFaultsTest::unreadableFileCountsAsMissing()
@@ -142,8 +209,7 @@ void InstallFaultsTest::unreadableFileCountsAsMissing()
     InstallFixture fixture;
     const OrlFile file = fixture.tree().addAsset(u"a/b"_s, "content");
     testfiles::write(fixture.path(u"a/b"_s), "content");
-    const QString root = QFileInfo(fixture.folder()).path();
-    chmod(QFile::encodeName(root).constData(), 0755);
+    openToAll(fixture);
     chmod(QFile::encodeName(fixture.path(u"a/b"_s)).constData(), 0);
     const ReadOnlyFolder folder(fixture.path(u"a"_s));
     if (!folder.works())
@@ -160,9 +226,11 @@ void InstallFaultsTest::fullDiskKeepsTheSavedMetadata()
     client.setDataFolder(folder.path());
     client.parseLauncherMetadata("{}", nullptr);
     const FullDisk full(5);
+    const MessageCapture log;
     QString error;
     client.parseLauncherMetadata(R"({"packages":[]})", &error);
     QVERIFY(error.isNull());
+    QCOMPARE(reasonFor(folder.filePath(u"launchermetadata.json"_s), log), diskFull);
     QCOMPARE(testfiles::list(folder.path()), QStringList{u"launchermetadata.json"_s});
     QCOMPARE(testfiles::read(folder.filePath(u"launchermetadata.json"_s)), QByteArray("{}"));
 }

@@ -1,9 +1,25 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <system_error>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+QString textOf(std::errc reason)
+{
+    return QString::fromLocal8Bit(std::make_error_code(reason).message());
+}
+
+const QString isAFolder = textOf(std::errc::is_a_directory);
+const QString isNoFolder = textOf(std::errc::not_a_directory);
+// Here it is the system that says it.
+#ifdef Q_OS_WIN
+const QString markerIsAFolder = qt_error_string(5).trimmed();
+#else
+const QString markerIsAFolder = isAFolder;
+#endif
 
 QString installationFailed(const InstallFixture& fixture)
 {
@@ -40,7 +56,9 @@ void InstallObstaclesTest::folderInPlaceOfTheDocumentFails()
     InstallFixture fixture;
     fixture.tree().addFile(u"a"_s, "a");
     QVERIFY(QDir().mkpath(fixture.path(document)));
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.folder()));
+    QCOMPARE(reasonFor(fixture.path(document), log), isAFolder);
     QCOMPARE(fixture.files(),
              (QStringList{u"Quelra/a"_s, u"Quelra/partial.package.json.version"_s}));
 }
@@ -50,7 +68,9 @@ void InstallObstaclesTest::folderInPlaceOfTheVersionMarkerFails()
     QFETCH(Form, form);
     InstallFixture fixture;
     QVERIFY(QDir().mkpath(fixture.path(version)));
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installPackage(form), installationFailed(fixture));
+    QCOMPARE(reasonFor(fixture.path(version), log), markerIsAFolder);
     QCOMPARE(fixture.content(partial), QByteArray("1.0.0"));
 }
 
@@ -60,7 +80,9 @@ void InstallObstaclesTest::folderInPlaceOfTheAssetMarkerFails()
     InstallFixture fixture;
     fixture.tree().addAsset(u"a"_s, "a");
     QVERIFY(QDir().mkpath(fixture.path(assetsMarker)));
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installAssets(form), installationFailed(fixture));
+    QCOMPARE(reasonFor(fixture.path(assetsMarker), log), markerIsAFolder);
     QCOMPARE(fixture.content(u"a"_s), QByteArray("a"));
 }
 
@@ -69,7 +91,9 @@ void InstallObstaclesTest::folderInPlaceOfThePartialMarkerStopsNothing()
     QFETCH(Form, form);
     InstallFixture fixture;
     QVERIFY(QDir().mkpath(fixture.path(partial)));
+    const MessageCapture log;
     VERIFY_SUCCESS(fixture.installPackage(form));
+    QCOMPARE(reasonFor(fixture.path(partial), log), markerIsAFolder);
     QCOMPARE(fixture.content(version), QByteArray("1.0.0"));
     QVERIFY(QFileInfo(fixture.path(partial)).isDir());
 }
@@ -79,10 +103,15 @@ void InstallObstaclesTest::fileInPlaceOfTheInstallFolderFails()
     QFETCH(Form, form);
     InstallFixture fixture;
     testfiles::write(fixture.folder(), "a file");
+    MessageCapture log;
     VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.folder()));
+    log.clear();
     VERIFY_FAILURE(fixture.installAssets(form), installationFailed(fixture));
-    fixture.tree().addFile(u"a"_s, "a");
-    VERIFY_FAILURE(fixture.installPackage(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(reasonFor(fixture.path(assetsMarker), log), isNoFolder);
+    fixture.tree().addAsset(u"a"_s, "a");
+    log.clear();
+    VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a"_s), log), isNoFolder);
     QCOMPARE(testfiles::read(fixture.folder()), QByteArray("a file"));
 }
 
@@ -92,7 +121,9 @@ void InstallObstaclesTest::folderInPlaceOfAFileFails()
     InstallFixture fixture;
     fixture.tree().addAsset(u"a"_s, "content");
     testfiles::write(fixture.path(u"a/kept"_s), "kept");
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a"_s), log), isAFolder);
     QCOMPARE(fixture.files(), QStringList{u"Quelra/a/kept"_s});
 }
 
@@ -102,7 +133,9 @@ void InstallObstaclesTest::fileInPlaceOfAFolderFails()
     InstallFixture fixture;
     fixture.tree().addAsset(u"a/b/c"_s, "content");
     testfiles::write(fixture.path(u"a"_s), "kept");
+    const MessageCapture log;
     VERIFY_FAILURE(fixture.installAssets(form), unwritable(fixture.path(u"a/b/c"_s)));
+    QCOMPARE(reasonFor(fixture.path(u"a/b/c"_s), log), isNoFolder);
     QCOMPARE(fixture.files(), QStringList{u"Quelra/a"_s});
     QCOMPARE(fixture.content(u"a"_s), QByteArray("kept"));
 }

@@ -194,6 +194,7 @@ void QuittingTest::quittingStopsWritingAndLeavesTheOldFile()
     testfiles::write(fixture.path(u"big"_s), "old");
     MainLoopRun loop;
     loop.quitWhen([&] { return writesInto(fixture.folder()); });
+    const MessageCapture log;
     VERIFY_FAILURE(loop.run([&](QString* error) {
         return fixture.client().installAssets(fixture.tree().assetsUrl(), fixture.tree().assets,
                                               u"id"_s, fixture.folder(), error);
@@ -203,6 +204,8 @@ void QuittingTest::quittingStopsWritingAndLeavesTheOldFile()
     QVERIFY(loop.afterQuit() < promptly);
     QCOMPARE(fixture.content(u"big"_s), QByteArray("old"));
     QCOMPARE(fixture.files(), QStringList{u"Quelra/big"_s});
+    // What nobody failed at is no failure.
+    QCOMPARE(log.lines().filter(u"Cannot"_s), QStringList());
 }
 
 void QuittingTest::quittingWithTheLastFileWritesNoMarker()

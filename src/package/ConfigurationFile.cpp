@@ -1,0 +1,28 @@
+#include "package/ConfigurationFile.h"
+
+#include "package/Failure.h"
+
+#include <QJsonDocument>
+
+std::optional<QJsonObject> readConfigurationFile(const QByteArray& data, QLatin1StringView kind,
+                                                 QString* error)
+{
+    if (data.isEmpty())
+        return std::nullopt;
+    const QJsonDocument json = QJsonDocument::fromJson(data);
+    if (json.isObject())
+        return json.object();
+    fail(error,
+         QStringLiteral("JSON %1 configuration file could not be parsed, using default package.")
+             .arg(kind));
+    return std::nullopt;
+}
+
+QString faultOfConfigurationFile(const QByteArray& data)
+{
+    QJsonParseError fault;
+    QJsonDocument::fromJson(data, &fault);
+    if (fault.error == QJsonParseError::NoError)
+        return QStringLiteral("no JSON object");
+    return QStringLiteral("%1 at byte %2").arg(fault.errorString()).arg(fault.offset);
+}

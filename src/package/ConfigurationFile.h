@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QByteArray>
+#include <QJsonObject>
+#include <QLatin1String>
+#include <QString>
+
+#include <optional>
+
+/// The object of a JSON document that the content server describes something with; nothing when the
+/// data is empty or holds no object. Only the latter is an error of the document: it sets `error`
+/// to "JSON <kind> configuration file could not be parsed, using default package.", while empty
+/// data leaves it alone, because the download that failed has already set it.
+[[nodiscard]] std::optional<QJsonObject>
+readConfigurationFile(const QByteArray& data, QLatin1StringView kind, QString* error);
+
+/// Why the data holds no object, for the log.
+[[nodiscard]] QString faultOfConfigurationFile(const QByteArray& data);
