@@ -1,6 +1,7 @@
 #include "launcher/SelfUpdateFiles.h"
 
 #include "launcher/ReplaceRunningProgram.h"
+#include "package/LauncherMetadata.h"
 #include "package/ReplaceFile.h"
 #include "package/ReplacementNames.h"
 #include "package/SafePath.h"
@@ -106,7 +107,7 @@ void settleProgramFile(const QString& path)
 
 QString selfUpdateFolder(const QString& dataFolder)
 {
-    return pathBelowFolder(dataFolder, QStringLiteral("self-update"));
+    return pathBelowFolder(dataFolder, selfUpdateFolderName);
 }
 
 bool copyProgramFiles(const QString& source, const QString& destination, const QString& executable,

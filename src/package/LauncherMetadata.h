@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QLatin1String>
 #include <QList>
 #include <QString>
 #include <QUrl>
@@ -22,6 +23,10 @@ struct LauncherBuild
 
     bool operator==(const LauncherBuild&) const = default;
 };
+
+/// Folder below the data folder that a new launcher is installed into, as the packages are into
+/// theirs.
+inline constexpr QLatin1StringView selfUpdateFolderName("self-update");
 
 /// One installable package with its display data.
 struct LauncherPackage

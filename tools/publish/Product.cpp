@@ -1,5 +1,6 @@
 #include "publish/Product.h"
 
+#include "package/LauncherMetadata.h"
 #include "publish/Addresses.h"
 
 namespace publish {
@@ -8,6 +9,11 @@ QString Product::folder() const
 {
     return isLauncher ? QString(addresses::ownBuilds)
                       : addresses::packages + addresses::segment(directory) + u'/';
+}
+
+QString Product::installFolder() const
+{
+    return isLauncher ? QString(selfUpdateFolderName) : directory;
 }
 
 QString Product::versionFolder(const QString& version) const

@@ -13,6 +13,8 @@ struct Product
 
     /// Folder of a version, ending in "/".
     [[nodiscard]] QString versionFolder(const QString& version) const;
+    /// Name of the folder that players install it into.
+    [[nodiscard]] QString installFolder() const;
     /// Folder that holds the versions, ending in "/".
     [[nodiscard]] QString folder() const;
     /// For messages.

@@ -110,9 +110,7 @@ void PublishInput::readAssets(const PublishRequest& request)
 
 void PublishInput::checkNames(const PublishRequest& request)
 {
-    const QString directory =
-        request.product.isLauncher ? QStringLiteral("self-update") : request.product.directory;
-    m_faults += nameFaults(m_files + m_assets, directory);
+    m_faults += nameFaults(m_files + m_assets, request.product.installFolder());
     const auto executable =
         std::find_if(m_files.begin(), m_files.end(), [&request](const InputFile& file) {
             return file.localfile == request.executable;

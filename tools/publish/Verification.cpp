@@ -84,8 +84,7 @@ private:
         for (const LauncherPackage& package : std::as_const(m_current.packages))
             checkPackage(package, &package == &m_current.packages.first());
         for (const LauncherBuild& build : std::as_const(m_current.launcherBuilds))
-            checkBuild(currentBuild(build, {true, {}}, m_published), QStringLiteral("self-update"),
-                       {});
+            checkBuild(currentBuild(build, {true, {}}, m_published), selfUpdateFolderName, {});
         if (!m_current.hints.isEmpty())
             verifyHints(m_run, m_options);
     }
@@ -118,10 +117,7 @@ private:
             m_run.addLine(fault);
         for (const BuildToVerify& build : builds) {
             if (!m_seenDocuments.contains(addresses::onServer(build.build.url.toString())))
-                checkBuild(build,
-                           build.product.isLauncher ? QStringLiteral("self-update")
-                                                    : build.product.directory,
-                           QLatin1Char(' ') + build.version);
+                checkBuild(build, build.product.installFolder(), QLatin1Char(' ') + build.version);
         }
     }
 
