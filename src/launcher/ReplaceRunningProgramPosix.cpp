@@ -5,8 +5,11 @@
 #include <cstdio>
 
 // rename(2) replaces a file in one step and leaves a running program its old one.
-bool replaceRunningProgram(const QString& fresh, const QString& destination, const TurnFunction&)
+WriteResult replaceRunningProgram(const QString& fresh, const QString& destination,
+                                  const TurnFunction&)
 {
-    return ::rename(QFile::encodeName(fresh).constData(),
-                    QFile::encodeName(destination).constData()) == 0;
+    const QByteArray from = QFile::encodeName(fresh);
+    const QByteArray to = QFile::encodeName(destination);
+    return ::rename(from.constData(), to.constData()) == 0 ? WriteResult::done()
+                                                           : WriteResult::failedCall();
 }

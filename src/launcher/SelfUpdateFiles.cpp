@@ -1,10 +1,12 @@
 #include "launcher/SelfUpdateFiles.h"
 
 #include "launcher/ReplaceRunningProgram.h"
+#include "package/Failure.h"
 #include "package/LauncherMetadata.h"
 #include "package/ReplaceFile.h"
 #include "package/ReplacementNames.h"
 #include "package/SafePath.h"
+#include "package/WriteSteps.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -54,27 +56,33 @@ QStringList programFiles(const QString& source)
 
 // QFile::copy() leaves it to the system when the bytes reach the disk; after a power failure the
 // name would be the new one's and the file empty.
-bool copyToDisk(const QString& from, const QString& to, const TurnFunction& turn)
+WriteResult copyToDisk(const QString& from, const QString& to, const TurnFunction& turn)
 {
     QFile in(from);
     if (!in.open(QIODevice::ReadOnly))
-        return false;
+        return WriteResult::failed(in.errorString());
     const QByteArray bytes = in.readAll();
-    if (bytes.size() != in.size() || !replaceFile(to, bytes, turn))
-        return false;
+    if (bytes.size() != in.size())
+        return WriteResult::failed(in.errorString());
+    WriteResult result = replaceFile(to, bytes, turn);
     // Not every file system knows them.
-    QFile::setPermissions(to, in.permissions());
-    return true;
+    if (result)
+        QFile::setPermissions(to, in.permissions());
+    return result;
 }
 
-bool replaceProgramFile(const QString& source, const QString& destination, const TurnFunction& turn)
+WriteResult replaceProgramFile(const QString& source, const QString& destination,
+                               const TurnFunction& turn)
 {
-    QDir().mkpath(QFileInfo(destination).path());
     const QString fresh = freshName(destination);
-    if (copyToDisk(source, fresh, turn) && replaceRunningProgram(fresh, destination, turn))
-        return true;
-    QFile::remove(fresh);
-    return false;
+    WriteResult result = makeFolder(QFileInfo(destination).path());
+    if (result)
+        result = copyToDisk(source, fresh, turn);
+    if (result)
+        result = replaceRunningProgram(fresh, destination, turn);
+    if (!result)
+        QFile::remove(fresh);
+    return result;
 }
 
 /// The files beside `path` whose names begin with its own and the suffix, newest first.
@@ -119,10 +127,10 @@ bool copyProgramFiles(const QString& source, const QString& destination, const Q
     });
     for (const QString& file : std::as_const(files)) {
         const QString target = QDir(destination).filePath(file);
-        if (replaceProgramFile(QDir(source).filePath(file), target, turn))
-            continue;
-        *error = unwritableText(target);
-        return false;
+        const WriteResult replaced = replaceProgramFile(QDir(source).filePath(file), target, turn);
+        logUnwritten(target, replaced);
+        if (!replaced)
+            return fail(error, unwritableText(target));
     }
     return true;
 }

@@ -27,7 +27,8 @@
 /// apart. Each file is copied beside its destination and then takes its place, so that whoever ends
 /// this at any moment finds every file either old or new. The `executable` (a path in `source`)
 /// comes last: a launcher of the new version has all its other files. False at the first file that
-/// cannot be replaced; `error` then names it, and that file and those after it are the old ones.
+/// cannot be replaced; `error` then names it, the log says why, and that file and those after it
+/// are the old ones.
 ///
 /// On Windows a running program cannot be replaced, only renamed: it is moved aside to a name that
 /// ends in ".vornak-old" and a number, and back when the new one cannot take its place. Between the

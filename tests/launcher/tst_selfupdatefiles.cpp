@@ -1,4 +1,5 @@
 #include "launcher/SelfUpdateFiles.h"
+#include "support/MessageCapture.h"
 #include "support/TestFiles.h"
 
 #include <QDateTime>
@@ -55,7 +56,7 @@ const QString programName = QStringLiteral("program");
 
 } // namespace
 
-class TestProgramFiles : public QObject
+class SelfUpdateFilesTest : public QObject
 {
     Q_OBJECT
 
@@ -88,7 +89,7 @@ private:
     std::unique_ptr<QTemporaryDir> m_folder;
 };
 
-void TestProgramFiles::init()
+void SelfUpdateFilesTest::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
     QVERIFY(m_folder->isValid());
@@ -96,7 +97,7 @@ void TestProgramFiles::init()
     QVERIFY(QDir().mkpath(program()));
 }
 
-void TestProgramFiles::replacesAndAddsFilesAtTheirRelativePaths()
+void SelfUpdateFilesTest::replacesAndAddsFilesAtTheirRelativePaths()
 {
     write(source(QStringLiteral("a")), "new a");
     write(source(QStringLiteral("deep/er/b")), "new b");
@@ -112,7 +113,7 @@ void TestProgramFiles::replacesAndAddsFilesAtTheirRelativePaths()
     QVERIFY(error.isEmpty());
 }
 
-void TestProgramFiles::leavesTheInstallationsRecordsAlone()
+void SelfUpdateFilesTest::leavesTheInstallationsRecordsAlone()
 {
     for (const auto* name : {"package.json", "assets.json", "assets.json.sha256"})
         write(source(QLatin1StringView(name)), "the new one's");
@@ -127,7 +128,7 @@ void TestProgramFiles::leavesTheInstallationsRecordsAlone()
              QByteArray("a file like any other"));
 }
 
-void TestProgramFiles::keepsThePermissions()
+void SelfUpdateFilesTest::keepsThePermissions()
 {
 #ifdef Q_OS_WIN
     QSKIP("Windows has no execute permission");
@@ -142,7 +143,7 @@ void TestProgramFiles::keepsThePermissions()
     QCOMPARE(QFile::permissions(program(QStringLiteral("tool"))), permissions);
 }
 
-void TestProgramFiles::replacesTheProgramThatRuns()
+void SelfUpdateFilesTest::replacesTheProgramThatRuns()
 {
     RunningProgram running(program(programName));
     QVERIFY(running.runs());
@@ -153,20 +154,26 @@ void TestProgramFiles::replacesTheProgramThatRuns()
     QCOMPARE(read(program(programName)), QByteArray("new"));
 }
 
-void TestProgramFiles::keepsEveryFileThatItCannotReplace()
+void SelfUpdateFilesTest::keepsEveryFileThatItCannotReplace()
 {
     // A folder stands where a file shall come.
     write(source(QStringLiteral("a")), "new");
     write(program(QStringLiteral("a/file")), "old");
     QString error;
+    const MessageCapture log;
     QVERIFY(!copyProgramFiles(source(), program(), programName, &error));
-    QCOMPARE(error, QStringLiteral("Failed to create folder: '%1'.")
-                        .arg(QDir(program()).filePath(QStringLiteral("a"))));
+    const QString target = QDir(program()).filePath(QStringLiteral("a"));
+    QCOMPARE(error, QStringLiteral("Failed to create folder: '%1'.").arg(target));
+    // The rest of the line is the system's reason.
+    const QString told = QStringLiteral("Cannot write %1: ").arg(target);
+    QCOMPARE(log.warnings().size(), 1);
+    QVERIFY2(log.warnings().first().startsWith(told), qPrintable(log.warnings().first()));
+    QVERIFY(log.warnings().first().size() > told.size());
     QCOMPARE(read(program(QStringLiteral("a/file"))), QByteArray("old"));
     QCOMPARE(names(program()), QStringList(QStringLiteral("a")));
 }
 
-void TestProgramFiles::replacesTheExecutableLast()
+void SelfUpdateFilesTest::replacesTheExecutableLast()
 {
     for (const auto* name : {"a", "b/program", "z"}) {
         write(source(QLatin1StringView(name)), "new");
@@ -184,7 +191,7 @@ void TestProgramFiles::replacesTheExecutableLast()
     }
 }
 
-void TestProgramFiles::clearsUpAfterReplacingARunningProgram()
+void SelfUpdateFilesTest::clearsUpAfterReplacingARunningProgram()
 {
     RunningProgram running(program(programName));
     QVERIFY(running.runs());
@@ -198,7 +205,7 @@ void TestProgramFiles::clearsUpAfterReplacingARunningProgram()
     QCOMPARE(names(program()), QStringList(programName));
 }
 
-void TestProgramFiles::settlesWhatAKilledReplacementLeftBehind_data()
+void SelfUpdateFilesTest::settlesWhatAKilledReplacementLeftBehind_data()
 {
     QTest::addColumn<QStringList>("left");
     QTest::addColumn<QByteArray>("content");
@@ -218,7 +225,7 @@ void TestProgramFiles::settlesWhatAKilledReplacementLeftBehind_data()
         << QByteArray("a");
 }
 
-void TestProgramFiles::settlesWhatAKilledReplacementLeftBehind()
+void SelfUpdateFilesTest::settlesWhatAKilledReplacementLeftBehind()
 {
     QFETCH(QStringList, left);
     QFETCH(QByteArray, content);
@@ -230,7 +237,7 @@ void TestProgramFiles::settlesWhatAKilledReplacementLeftBehind()
     QCOMPARE(read(program(QStringLiteral("a"))), content);
 }
 
-void TestProgramFiles::settlesNothingWithoutSource()
+void SelfUpdateFilesTest::settlesNothingWithoutSource()
 {
     write(program(QStringLiteral("a.vornak-old1")), "old");
     settleProgramFiles(QString(), program());
@@ -238,7 +245,7 @@ void TestProgramFiles::settlesNothingWithoutSource()
     QCOMPARE(names(program()), QStringList(QStringLiteral("a.vornak-old1")));
 }
 
-void TestProgramFiles::settlesOnlyWhatBelongsToTheProgram()
+void SelfUpdateFilesTest::settlesOnlyWhatBelongsToTheProgram()
 {
     write(source(QStringLiteral("a")), "new");
     const QStringList others{QStringLiteral("a"), QStringLiteral("b.vornak-old1"),
@@ -249,7 +256,7 @@ void TestProgramFiles::settlesOnlyWhatBelongsToTheProgram()
     QCOMPARE(names(program()), others);
 }
 
-void TestProgramFiles::waitsForTheLauncherThatReplacesItself()
+void SelfUpdateFilesTest::waitsForTheLauncherThatReplacesItself()
 {
     const QString from = m_folder->filePath(QStringLiteral("new"));
     const QString to = m_folder->filePath(QStringLiteral("app"));
@@ -270,7 +277,7 @@ void TestProgramFiles::waitsForTheLauncherThatReplacesItself()
     QVERIFY(lockSelfUpdate(from));
 }
 
-void TestProgramFiles::saysWhenThereCanBeNoLock()
+void SelfUpdateFilesTest::saysWhenThereCanBeNoLock()
 {
     const QString folder = m_folder->filePath(QStringLiteral("missing/self-update"));
     QString error;
@@ -287,7 +294,7 @@ int main(int argc, char* argv[])
         for (;;)
             QThread::sleep(1);
     }
-    TestProgramFiles test;
+    SelfUpdateFilesTest test;
     return QTest::qExec(&test, argc, argv);
 }
 #include "tst_selfupdatefiles.moc"
