@@ -3,7 +3,7 @@
 WriteResult WriteResult::failed(const QString& reason)
 {
     const QString line = reason.simplified();
-    return WriteResult(false, line.isEmpty() ? QStringLiteral("Unknown error") : line);
+    return {false, line.isEmpty() ? QStringLiteral("Unknown error") : line};
 }
 
 WriteResult WriteResult::failed(std::errc reason)

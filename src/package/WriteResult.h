@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <system_error>
+#include <utility>
 
 /// What came of writing to the disk. One that failed carries the system's own text for the reason,
 /// for whoever logs it: a full disk, a folder that may not be written and a file that another
@@ -10,9 +11,9 @@
 class [[nodiscard]] WriteResult
 {
 public:
-    [[nodiscard]] static WriteResult done() { return WriteResult(true, {}); }
+    [[nodiscard]] static WriteResult done() { return {true, {}}; }
     /// The caller's TurnFunction ended the work, because the program ends. Nobody needs to be told.
-    [[nodiscard]] static WriteResult stopped() { return WriteResult(false, {}); }
+    [[nodiscard]] static WriteResult stopped() { return {false, {}}; }
     [[nodiscard]] static WriteResult failed(const QString& reason);
     [[nodiscard]] static WriteResult failed(std::errc reason);
     /// For the reason of the system call before, which no other call may follow.
@@ -23,9 +24,9 @@ public:
     [[nodiscard]] QString reason() const { return m_reason; }
 
 private:
-    WriteResult(bool isDone, const QString& reason)
+    WriteResult(bool isDone, QString reason)
         : m_isDone(isDone)
-        , m_reason(reason)
+        , m_reason(std::move(reason))
     {}
 
     bool m_isDone;
