@@ -1,6 +1,7 @@
 #include "package/ConfigurationFile.h"
 
 #include "package/Failure.h"
+#include "package/Sizes.h"
 
 #include <QJsonDocument>
 
@@ -25,4 +26,16 @@ QString faultOfConfigurationFile(const QByteArray& data)
     if (fault.error == QJsonParseError::NoError)
         return QStringLiteral("no JSON object");
     return QStringLiteral("%1 at byte %2").arg(fault.errorString()).arg(fault.offset);
+}
+
+QString readJsonString(const QJsonObject& object, const char* key)
+{
+    return object.value(QLatin1StringView(key)).toString();
+}
+
+qint64 readJsonInt64(const QJsonValue& value)
+{
+    if (value.isDouble())
+        return saturatedInt64(value.toDouble());
+    return value.toString().toLongLong(nullptr, 10);
 }

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QJsonObject>
+#include <QJsonValue>
 #include <QLatin1String>
 #include <QString>
 
@@ -16,3 +17,10 @@ readConfigurationFile(const QByteArray& data, QLatin1StringView kind, QString* e
 
 /// Why the data holds no object, for the log.
 [[nodiscard]] QString faultOfConfigurationFile(const QByteArray& data);
+
+/// The member's text; empty when it is missing or not a string.
+[[nodiscard]] QString readJsonString(const QJsonObject& object, const char* key);
+
+/// A JSON number truncated toward zero (held at the limits of 64 bits), or a string that is a
+/// decimal integer; 0 for anything else.
+[[nodiscard]] qint64 readJsonInt64(const QJsonValue& value);

@@ -20,8 +20,9 @@ public:
     /// stops its work at once.
     [[nodiscard]] bool turnIfDue();
 
-    /// Runs the event loop until the reception has ended, which it must not have done yet. When the
-    /// program ends before that, the reception is stopped and the result is false.
+    /// Runs the event loop until the reception says that it has ended, which it must not have said
+    /// before; that its reply has finished already does not matter. When the program ends before
+    /// that, the reception is stopped and the result is false.
     [[nodiscard]] bool waitForEnd(BodyReception& reception);
 
     /// Runs the event loop for that long. False when the program ends.

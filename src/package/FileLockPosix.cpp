@@ -1,5 +1,5 @@
 #include "package/FileLock.h"
-#include "package/ReplaceFile.h"
+#include "package/WriteResult.h"
 
 #include <QFile>
 

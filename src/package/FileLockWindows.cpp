@@ -1,6 +1,6 @@
 #include "package/FileLock.h"
-#include "package/ReplaceFile.h"
 #include "package/WindowsFiles.h"
+#include "package/WriteResult.h"
 
 #include <windows.h>
 

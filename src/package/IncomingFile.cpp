@@ -1,6 +1,6 @@
 #include "package/IncomingFile.h"
 
-#include "package/InstalledFile.h"
+#include "package/Hashes.h"
 #include "package/Unpack.h"
 #include "package/WriteSteps.h"
 

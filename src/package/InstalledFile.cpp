@@ -1,14 +1,9 @@
 #include "package/InstalledFile.h"
 
-#include "package/Unpack.h"
+#include "package/Hashes.h"
 #include "package/VerifiedFiles.h"
 
 #include <QFile>
-
-bool isSameHash(const QString& hash, const QString& wanted)
-{
-    return !hash.isEmpty() && hash == wanted;
-}
 
 bool isInstalledAt(const QString& path, const OrlFile& file, VerifiedFiles& verified,
                    const TurnFunction& turn)

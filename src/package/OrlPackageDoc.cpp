@@ -1,8 +1,5 @@
 #include "package/OrlPackageDoc.h"
 
-#include "package/ConfigurationFile.h"
-#include "package/Sizes.h"
-
 #include <QJsonDocument>
 
 namespace {
@@ -30,18 +27,6 @@ QByteArray toBytes(const QJsonObject& object)
 }
 
 } // namespace
-
-QString readJsonString(const QJsonObject& object, const char* key)
-{
-    return object.value(QLatin1StringView(key)).toString();
-}
-
-qint64 readJsonInt64(const QJsonValue& value)
-{
-    if (value.isDouble())
-        return saturatedInt64(value.toDouble());
-    return value.toString().toLongLong(nullptr, 10);
-}
 
 OrlFile parseFileEntry(const QJsonObject& object)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "package/ConfigurationFile.h"
 #include "package/TurnFunction.h"
 
 #include <QByteArray>
@@ -42,13 +43,6 @@ struct OrlPackageDoc
 
     bool operator==(const OrlPackageDoc&) const = default;
 };
-
-/// The member's text; empty when it is missing or not a string.
-QString readJsonString(const QJsonObject& object, const char* key);
-
-/// A JSON number truncated toward zero (held at the limits of 64 bits), or a string that is a
-/// decimal integer; 0 for anything else.
-qint64 readJsonInt64(const QJsonValue& value);
 
 OrlFile parseFileEntry(const QJsonObject& object);
 

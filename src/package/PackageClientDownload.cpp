@@ -21,7 +21,7 @@ QString failureText(const QString& reason)
     return QLatin1StringView("Download failed: ") + reason;
 }
 
-// The text that a transfer gets which is aborted on the way.
+// Qt has the same text for a transfer that was aborted.
 QString cancelledText()
 {
     return failureText(QNetworkReply::tr("Operation canceled"));

@@ -129,8 +129,3 @@ QString unfinishedPathIn(const QString& folder)
 {
     return QDir(folder).filePath(QLatin1StringView(VORNAK_UNFINISHED_NAME));
 }
-
-QString unwritableText(const QString& path)
-{
-    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
-}

@@ -12,11 +12,13 @@ enum class FileAttempt;
 
 /// The new content of one file on its way to taking the place of the old, atomically: whoever
 /// looks, or looks again after this was killed, finds the old file or the new one. Unless commit()
-/// comes to its end the old file is untouched and nothing else is left behind.
+/// succeeds the old file is untouched and nothing else is left behind, but by a kill.
 ///
 /// The content is gathered in a file without a name where the system has such. On Windows, and on
-/// file systems that refuse them, it is called `unfinishedPath`; a program that is killed then
-/// leaves that file, which the next replacement with the same unfinished path takes over.
+/// file systems that refuse them, it is called `unfinishedPath`; elsewhere it has that name only
+/// for the moment before it takes the place of another file. On another volume than that path's, it
+/// is called as the file itself with the ending VORNAK_FRESH_SUFFIX. A program that is killed while
+/// it has a name leaves it, and the next replacement with the same name takes it over.
 class FileReplacement
 {
 public:
@@ -73,6 +75,3 @@ WriteResult replaceFile(const QString& path, const QByteArray& bytes,
 
 /// Where the files of a package are gathered that are to be replaced in its folder.
 [[nodiscard]] QString unfinishedPathIn(const QString& folder);
-
-/// What is told of a file or folder that could not be made or replaced.
-[[nodiscard]] QString unwritableText(const QString& path);

@@ -2,9 +2,6 @@
 
 #include "package/AloneDecoder.h"
 #include "package/Failure.h"
-#include "package/Sha256.h"
-
-#include <QIODevice>
 
 #include <algorithm>
 #include <limits>
@@ -16,7 +13,6 @@ constexpr quint64 fourGiB = AloneDecoder::fourGiB;
 
 // Decoding runs at some 20 to 200 MB/s, so that a slice of this size stays well under a frame.
 constexpr qsizetype decodeSlice = 0x40000;
-constexpr qsizetype hashSlice = 0x100000;
 
 enum class Decoded { Complete, Failed, BadData };
 
@@ -122,38 +118,4 @@ bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error,
     if (clearOutput)
         out.clear();
     return fail(error, QStringLiteral("Failed to decompress file downloaded from"));
-}
-
-QString hashBytes(const QByteArray& data, const SliceFunction& onSlice)
-{
-    Sha256 hash;
-    for (qsizetype offset = 0; offset < data.size(); offset += hashSlice) {
-        const QByteArrayView slice =
-            QByteArrayView(data).sliced(offset, std::min(hashSlice, data.size() - offset));
-        hash.addData(slice);
-        if (onSlice && !onSlice(slice, offset))
-            return {};
-    }
-    return hash.finish();
-}
-
-QString hashDevice(QIODevice* device, const SliceFunction& onSlice)
-{
-    Sha256 hash;
-    // No larger than what there is to read: most files are small, and fresh memory is dear.
-    const qint64 expected = device->isSequential() ? hashSlice : device->size() - device->pos();
-    QByteArray buffer(static_cast<qsizetype>(std::clamp<qint64>(expected, 1, hashSlice)),
-                      Qt::Uninitialized);
-    qint64 offset = 0;
-    while (!device->atEnd()) {
-        const qint64 read = device->read(buffer.data(), buffer.size());
-        if (read <= 0)
-            break;
-        const QByteArrayView slice(buffer.constData(), read);
-        hash.addData(slice);
-        if (onSlice && !onSlice(slice, offset))
-            return {};
-        offset += read;
-    }
-    return hash.finish();
 }

@@ -1,17 +1,11 @@
 #pragma once
 
+// Packed files are hashed before and after; whoever unpacks has the functions from here.
+#include "package/Hashes.h"
+#include "package/SliceFunction.h"
+
 #include <QByteArray>
-#include <QByteArrayView>
 #include <QString>
-
-#include <functional>
-
-class QIODevice;
-
-/// Called between the slices of long work with the slice just done and its place in the whole, in
-/// bytes. Returning false stops the work. What lets an event loop turn is handed in this way, so
-/// that the functions here stay plain. A slice at offset 0 means that the work starts (again).
-using SliceFunction = std::function<bool(QByteArrayView slice, qint64 offset)>;
 
 /// Decodes one LZMA "alone" file (the ".lzma" container of the LZMA SDK and of xz: 5 property
 /// bytes, unpacked size as 64-bit little-endian, stream). Properties with lc + lp above 4 fail,
@@ -28,10 +22,3 @@ using SliceFunction = std::function<bool(QByteArrayView slice, qint64 offset)>;
 /// untouched when nothing was decoded because the header is short or cannot be used.
 [[nodiscard]] bool unpackLzma(const QByteArray& packed, QByteArray& out, QString* error = nullptr,
                               const SliceFunction& onSlice = {});
-
-/// SHA-256 as 64 lower-case hexadecimal digits, the same as QCryptographicHash gives; empty when
-/// `onSlice` stopped the work.
-[[nodiscard]] QString hashBytes(const QByteArray& data, const SliceFunction& onSlice = {});
-
-/// The same of everything that an open device still yields, read in pieces of 1 MiB.
-[[nodiscard]] QString hashDevice(QIODevice* device, const SliceFunction& onSlice = {});

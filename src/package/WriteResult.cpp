@@ -16,6 +16,11 @@ WriteResult WriteResult::failedCall()
     return failed(qt_error_string());
 }
 
+QString unwritableText(const QString& path)
+{
+    return QStringLiteral("Failed to create folder: '%1'.").arg(path);
+}
+
 void logUnwritten(const QString& path, const WriteResult& result)
 {
     if (!result.reason().isEmpty())

@@ -33,6 +33,9 @@ private:
     QString m_reason;
 };
 
+/// What callers are told of a file or folder that could not be made or replaced.
+[[nodiscard]] QString unwritableText(const QString& path);
+
 /// Warns in the log that `path` could not be written, and why; says nothing of what was done or
 /// stopped.
 void logUnwritten(const QString& path, const WriteResult& result);

@@ -62,8 +62,8 @@ QString rewriteHintHtml(const QString& html, const QString& base)
     while (target.endsWith(u'/'))
         target.chop(1);
     const QString host = QUrl(buildvalues::defaultCdnUrl()).authority();
-    // Root-relative addresses first: what the other two steps make root-relative (with an empty
-    // base) must stay so.
+    // Each step also goes over what those before it have put in: a base that is the host's address
+    // with a port behind it would get the port twice. Published servers have none.
     QString result = html;
     result.replace(QLatin1StringView("\"/images/"), u'"' + target + QLatin1StringView("/images/"));
     result.replace(QLatin1StringView("https://") + host, target);

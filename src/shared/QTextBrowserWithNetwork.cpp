@@ -103,8 +103,8 @@ void QTextBrowserWithNetwork::onDownloadFinished(QUrl url, QByteArray picture)
         viewport()->update();
         return;
     }
-    // Laying out again is costly and moves the text; once for all pictures in flight is enough. Who
-    // is reading further down stays there.
+    // Laying out again is costly and moves the text; once for all pictures in flight is enough. It
+    // also goes back to the top, from where a player may have scrolled away.
     const int position = verticalScrollBar()->value();
     setHtml(toHtml());
     verticalScrollBar()->setValue(position);

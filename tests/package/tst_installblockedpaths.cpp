@@ -29,7 +29,7 @@ QString installationFailed(const InstallFixture& fixture)
 } // namespace
 
 /// Folders where files should be, and files where folders should be.
-class InstallObstaclesTest : public QObject
+class InstallBlockedPathsTest : public QObject
 {
     Q_OBJECT
 
@@ -50,7 +50,7 @@ private Q_SLOTS:
     void fileInPlaceOfAFolderFails();
 };
 
-void InstallObstaclesTest::folderInPlaceOfTheDocumentFails()
+void InstallBlockedPathsTest::folderInPlaceOfTheDocumentFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -63,7 +63,7 @@ void InstallObstaclesTest::folderInPlaceOfTheDocumentFails()
              (QStringList{u"Quelra/a"_s, u"Quelra/partial.package.json.version"_s}));
 }
 
-void InstallObstaclesTest::folderInPlaceOfTheVersionMarkerFails()
+void InstallBlockedPathsTest::folderInPlaceOfTheVersionMarkerFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -74,7 +74,7 @@ void InstallObstaclesTest::folderInPlaceOfTheVersionMarkerFails()
     QCOMPARE(fixture.content(partial), QByteArray("1.0.0"));
 }
 
-void InstallObstaclesTest::folderInPlaceOfTheAssetMarkerFails()
+void InstallBlockedPathsTest::folderInPlaceOfTheAssetMarkerFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -86,7 +86,7 @@ void InstallObstaclesTest::folderInPlaceOfTheAssetMarkerFails()
     QCOMPARE(fixture.content(u"a"_s), QByteArray("a"));
 }
 
-void InstallObstaclesTest::folderInPlaceOfThePartialMarkerStopsNothing()
+void InstallBlockedPathsTest::folderInPlaceOfThePartialMarkerStopsNothing()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -98,7 +98,7 @@ void InstallObstaclesTest::folderInPlaceOfThePartialMarkerStopsNothing()
     QVERIFY(QFileInfo(fixture.path(partial)).isDir());
 }
 
-void InstallObstaclesTest::fileInPlaceOfTheInstallFolderFails()
+void InstallBlockedPathsTest::fileInPlaceOfTheInstallFolderFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -115,7 +115,7 @@ void InstallObstaclesTest::fileInPlaceOfTheInstallFolderFails()
     QCOMPARE(testfiles::read(fixture.folder()), QByteArray("a file"));
 }
 
-void InstallObstaclesTest::folderInPlaceOfAFileFails()
+void InstallBlockedPathsTest::folderInPlaceOfAFileFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -127,7 +127,7 @@ void InstallObstaclesTest::folderInPlaceOfAFileFails()
     QCOMPARE(fixture.files(), QStringList{u"Quelra/a/kept"_s});
 }
 
-void InstallObstaclesTest::fileInPlaceOfAFolderFails()
+void InstallBlockedPathsTest::fileInPlaceOfAFolderFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -140,5 +140,5 @@ void InstallObstaclesTest::fileInPlaceOfAFolderFails()
     QCOMPARE(fixture.content(u"a"_s), QByteArray("kept"));
 }
 
-VORNAK_TEST_MAIN(InstallObstaclesTest)
-#include "tst_installobstacles.moc"
+VORNAK_TEST_MAIN(InstallBlockedPathsTest)
+#include "tst_installblockedpaths.moc"

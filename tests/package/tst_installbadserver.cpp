@@ -9,8 +9,9 @@ const QString emptyHash = u"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495
 
 } // namespace
 
-/// What an installation tells of a file that cannot be had, and what it leaves alone then.
-class InstallFailuresTest : public QObject
+/// What an installation tells of files that the server has not, or has damaged, and what it leaves
+/// alone then.
+class InstallBadServerTest : public QObject
 {
     Q_OBJECT
 
@@ -36,7 +37,7 @@ private Q_SLOTS:
     void takesNoErrorPointer();
 };
 
-void InstallFailuresTest::emptyBodyFailsPlainly()
+void InstallBadServerTest::emptyBodyFailsPlainly()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -52,7 +53,7 @@ void InstallFailuresTest::emptyBodyFailsPlainly()
     QCOMPARE(log.lines(), (QStringList{line, line}));
 }
 
-void InstallFailuresTest::failureKeepsWhatIsDoneAndTheNextRunGoesOn()
+void InstallBadServerTest::failureKeepsWhatIsDoneAndTheNextRunGoesOn()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -76,7 +77,7 @@ void InstallFailuresTest::failureKeepsWhatIsDoneAndTheNextRunGoesOn()
     QCOMPARE(fixture.server().paths(), rest);
 }
 
-void InstallFailuresTest::networkFailuresAreToldWithTheirReason_data()
+void InstallBadServerTest::networkFailuresAreToldWithTheirReason_data()
 {
     QTest::addColumn<Form>("form");
     QTest::addColumn<QString>("kind");
@@ -86,7 +87,7 @@ void InstallFailuresTest::networkFailuresAreToldWithTheirReason_data()
     }
 }
 
-void InstallFailuresTest::networkFailuresAreToldWithTheirReason()
+void InstallBadServerTest::networkFailuresAreToldWithTheirReason()
 {
     QFETCH(Form, form);
     QFETCH(QString, kind);
@@ -113,7 +114,7 @@ void InstallFailuresTest::networkFailuresAreToldWithTheirReason()
     QVERIFY(fixture.files().isEmpty());
 }
 
-void InstallFailuresTest::wrongPackedHashIsLoggedAndNamesTheFile()
+void InstallBadServerTest::wrongPackedHashIsLoggedAndNamesTheFile()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -127,7 +128,7 @@ void InstallFailuresTest::wrongPackedHashIsLoggedAndNamesTheFile()
     QVERIFY(fixture.files().isEmpty());
 }
 
-void InstallFailuresTest::missingOrCapitalHashesNeverMatch()
+void InstallBadServerTest::missingOrCapitalHashesNeverMatch()
 {
     QFETCH(Form, form);
     const MessageCapture log;
@@ -147,7 +148,7 @@ void InstallFailuresTest::missingOrCapitalHashesNeverMatch()
     }
 }
 
-void InstallFailuresTest::damagedPackingNamesTheAddress()
+void InstallBadServerTest::damagedPackingNamesTheAddress()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -164,7 +165,7 @@ void InstallFailuresTest::damagedPackingNamesTheAddress()
     QVERIFY(fixture.files().isEmpty());
 }
 
-void InstallFailuresTest::wrongUnpackedHashOrSizeNamesTheFile()
+void InstallBadServerTest::wrongUnpackedHashOrSizeNamesTheFile()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -184,7 +185,7 @@ void InstallFailuresTest::wrongUnpackedHashOrSizeNamesTheFile()
     QCOMPARE(fixture.files(), QStringList{u"Quelra/a"_s});
 }
 
-void InstallFailuresTest::oldFileStandsUntilTheNewOneIsChecked()
+void InstallBadServerTest::oldFileStandsUntilTheNewOneIsChecked()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -204,7 +205,7 @@ void InstallFailuresTest::oldFileStandsUntilTheNewOneIsChecked()
                                            u"Quelra/data/2.txt"_s}));
 }
 
-void InstallFailuresTest::pathsThatLeaveTheFolderAreNeverTouched_data()
+void InstallBadServerTest::pathsThatLeaveTheFolderAreNeverTouched_data()
 {
     QTest::addColumn<Form>("form");
     QTest::addColumn<QString>("localfile");
@@ -215,7 +216,7 @@ void InstallFailuresTest::pathsThatLeaveTheFolderAreNeverTouched_data()
     }
 }
 
-void InstallFailuresTest::pathsThatLeaveTheFolderAreNeverTouched()
+void InstallBadServerTest::pathsThatLeaveTheFolderAreNeverTouched()
 {
     QFETCH(Form, form);
     QFETCH(QString, localfile);
@@ -235,7 +236,7 @@ void InstallFailuresTest::pathsThatLeaveTheFolderAreNeverTouched()
     QVERIFY(!fixture.client().isFileInstalled(fixture.tree().assets.at(1), fixture.folder()));
 }
 
-void InstallFailuresTest::takesNoErrorPointer()
+void InstallBadServerTest::takesNoErrorPointer()
 {
     InstallFixture fixture;
     fixture.addFiles(1);
@@ -253,5 +254,5 @@ void InstallFailuresTest::takesNoErrorPointer()
     QVERIFY(!client.installAssets(url, fixture.tree().assets, {}, fixture.folder(), nullptr));
 }
 
-VORNAK_TEST_MAIN(InstallFailuresTest)
-#include "tst_installfailures.moc"
+VORNAK_TEST_MAIN(InstallBadServerTest)
+#include "tst_installbadserver.moc"

@@ -54,7 +54,7 @@ const QString accessDenied = qt_error_string(EACCES);
 
 } // namespace
 
-class InstallFaultsTest : public QObject
+class InstallBadDiskTest : public QObject
 {
     Q_OBJECT
 
@@ -77,7 +77,7 @@ private Q_SLOTS:
     void fullDiskKeepsTheSavedMetadata();
 };
 
-void InstallFaultsTest::fullDiskKeepsTheOldFile()
+void InstallBadDiskTest::fullDiskKeepsTheOldFile()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -95,7 +95,7 @@ void InstallFaultsTest::fullDiskKeepsTheOldFile()
     QCOMPARE(fixture.content(u"a/big"_s), testfiles::textBytes(300'000));
 }
 
-void InstallFaultsTest::fullDiskKeepsTheFilesBefore()
+void InstallBadDiskTest::fullDiskKeepsTheFilesBefore()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -111,7 +111,7 @@ void InstallFaultsTest::fullDiskKeepsTheFilesBefore()
     QCOMPARE(fixture.server().paths().size(), 2);
 }
 
-void InstallFaultsTest::fullDiskKeepsTheOldDocument()
+void InstallBadDiskTest::fullDiskKeepsTheOldDocument()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -129,7 +129,7 @@ void InstallFaultsTest::fullDiskKeepsTheOldDocument()
     QCOMPARE(fixture.files().size(), 4);
 }
 
-void InstallFaultsTest::fullDiskFailsTheAssetMarker()
+void InstallBadDiskTest::fullDiskFailsTheAssetMarker()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -141,7 +141,7 @@ void InstallFaultsTest::fullDiskFailsTheAssetMarker()
     QCOMPARE(reasonFor(fixture.path(assetsMarker), log), diskFull);
 }
 
-void InstallFaultsTest::readOnlyFolderFails()
+void InstallBadDiskTest::readOnlyFolderFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -166,7 +166,7 @@ void InstallFaultsTest::readOnlyFolderFails()
 }
 
 // The files then find no folder; why there is none is what counts.
-void InstallFaultsTest::folderThatCannotBeMadeFails()
+void InstallBadDiskTest::folderThatCannotBeMadeFails()
 {
     QFETCH(Form, form);
     InstallFixture fixture;
@@ -184,12 +184,12 @@ void InstallFaultsTest::folderThatCannotBeMadeFails()
     QCOMPARE(reasonFor(fixture.path(assetsMarker), log), accessDenied);
 }
 
-void InstallFaultsTest::unfinishedFileOfAnotherLauncherIsHeld()
+void InstallBadDiskTest::unfinishedFileOfAnotherLauncherIsHeld()
 {
     QFETCH(Form, form);
 #ifndef VORNAK_TEST_NAMED_FILES
     Q_UNUSED(form)
-    QSKIP("No name is needed here: tst_installfaults_named does without files that have none");
+    QSKIP("No name is needed here: tst_installbaddisk_named does without files that have none");
 #else
     InstallFixture fixture;
     fixture.tree().addAsset(u"a"_s, "new");
@@ -204,7 +204,7 @@ void InstallFaultsTest::unfinishedFileOfAnotherLauncherIsHeld()
 #endif
 }
 
-void InstallFaultsTest::unreadableFileCountsAsMissing()
+void InstallBadDiskTest::unreadableFileCountsAsMissing()
 {
     InstallFixture fixture;
     const OrlFile file = fixture.tree().addAsset(u"a/b"_s, "content");
@@ -219,7 +219,7 @@ void InstallFaultsTest::unreadableFileCountsAsMissing()
     QVERIFY(log.lines().isEmpty());
 }
 
-void InstallFaultsTest::fullDiskKeepsTheSavedMetadata()
+void InstallBadDiskTest::fullDiskKeepsTheSavedMetadata()
 {
     QTemporaryDir folder;
     PackageClient client(nullptr);
@@ -235,5 +235,5 @@ void InstallFaultsTest::fullDiskKeepsTheSavedMetadata()
     QCOMPARE(testfiles::read(folder.filePath(u"launchermetadata.json"_s)), QByteArray("{}"));
 }
 
-VORNAK_TEST_MAIN(InstallFaultsTest)
-#include "tst_installfaults.moc"
+VORNAK_TEST_MAIN(InstallBadDiskTest)
+#include "tst_installbaddisk.moc"
