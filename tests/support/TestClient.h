@@ -14,7 +14,7 @@
 ///   crash           ends by a signal
 ///   restart         creates the file named by VORNAK_RESTART_FILE
 ///   show            creates the file named by VORNAK_SHOW_FILE
-///   print N         writes N bytes to standard output
+///   print N         writes N bytes to standard output, and N to standard error
 ///   wait PATH       waits until a file appears
 ///   create PATH     creates a file
 /// It ends with exit code 99 when a step cannot be done.

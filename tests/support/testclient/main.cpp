@@ -68,15 +68,15 @@ void crash()
 #endif
 }
 
-bool print(qint64 bytes)
+bool print(std::FILE* stream, qint64 bytes)
 {
     const QByteArray line(1024, '.');
     for (; bytes > 0; bytes -= line.size()) {
         const auto size = static_cast<size_t>(qMin<qint64>(bytes, line.size()));
-        if (std::fwrite(line.constData(), 1, size, stdout) != size)
+        if (std::fwrite(line.constData(), 1, size, stream) != size)
             return false;
     }
-    return std::fflush(stdout) == 0;
+    return std::fflush(stream) == 0;
 }
 
 // The exit code when the step ends the program.
@@ -96,7 +96,7 @@ std::optional<int> perform(const QString& step)
     else if (word == QLatin1StringView("create"))
         done = create(rest);
     else if (word == QLatin1StringView("print"))
-        done = print(rest.toLongLong());
+        done = print(stdout, rest.toLongLong()) && print(stderr, rest.toLongLong());
     else if (word == QLatin1StringView("wait"))
         while (!QFile::exists(rest))
             QThread::msleep(5);
