@@ -10,6 +10,7 @@
 #include <QDir>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 
 namespace {
@@ -135,7 +136,8 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
         Q_EMIT progress(position.bytes, position.total, position.number, position.count);
     }
     m_verified.settle();
-    return true;
+    // A quit since the last turn would be noticed only after the records have been written.
+    return m_pacer.waitFor(std::chrono::milliseconds(0)) || !failWhenQuitting(error);
 }
 
 bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QString& folder,

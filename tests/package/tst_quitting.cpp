@@ -63,6 +63,7 @@ private Q_SLOTS:
     void quittingStopsUnpacking();
     void quittingStopsWritingAndLeavesTheOldFile();
     void quittingWithTheLastFileWritesNoMarker();
+    void quittingAfterTheLastFileWritesNoMarker();
     void endOfTheLastWindowIsNotLostOnTheWayIntoADownload();
     void endOfTheLastWindowIsNotLostBetweenTwoTurns();
     void worksAgainInALaterMainLoop();
@@ -221,6 +222,37 @@ void QuittingTest::quittingWithTheLastFileWritesNoMarker()
     }),
                    cancelled);
     QCOMPARE(fixture.files(), QStringList{u"Quelra/partial.package.json.version"_s});
+}
+
+// Whether the last file was fetched or was there already.
+void QuittingTest::quittingAfterTheLastFileWritesNoMarker()
+{
+    InstallFixture fixture;
+    fixture.tree().addAsset(u"a"_s, "a");
+    fixture.tree().addFile(u"b"_s, "b");
+    testfiles::write(fixture.path(u"b"_s), "b");
+    MainLoopRun fetched;
+    MainLoopRun present;
+    MainLoopRun* loop = &fetched;
+    QObject::connect(&fixture.client(), &PackageClient::progress, &fixture.client(),
+                     [&](qint64, qint64, int, int) {
+                         if (loop == &present || !fixture.content(u"a"_s).isNull())
+                             loop->quit();
+                     });
+    VERIFY_FAILURE(fetched.run([&](QString* error) {
+        return fixture.client().installAssets(fixture.tree().assetsUrl(), fixture.tree().assets,
+                                              u"id"_s, fixture.folder(), error);
+    }),
+                   cancelled);
+    QCOMPARE(fixture.files(), (QStringList{u"Quelra/a"_s, u"Quelra/b"_s}));
+    loop = &present;
+    VERIFY_FAILURE(present.run([&](QString* error) {
+        return fixture.client().installPackage(fixture.tree().packageUrl(), fixture.tree().package,
+                                               fixture.folder(), error);
+    }),
+                   cancelled);
+    QCOMPARE(fixture.files(),
+             (QStringList{u"Quelra/a"_s, u"Quelra/b"_s, u"Quelra/partial.package.json.version"_s}));
 }
 
 void QuittingTest::endOfTheLastWindowIsNotLostOnTheWayIntoADownload()
