@@ -59,6 +59,10 @@ private Q_SLOTS:
     void damageIsSeenAtTheNextLookOnly();
     void failedUpdateKeepsTheDocumentAndWhatIsOffered();
     void updateInstallsPackageAndAssets();
+    void nothingIsUpToDateBeforeAnythingIsKnown();
+    void identityOfAssetsIsKeptWhenTheServerNamesNoAddressForIt();
+    void assetsWithoutAnIdentityAreLeftAlone();
+    void versionOfTheDocumentIsWhatIsInstalled();
     void waitsForAnotherLauncherAndSaysSo();
     void lockThatCannotBeMadeIsLogged();
 };
@@ -195,6 +199,53 @@ void InstallationTest::updateInstallsPackageAndAssets()
     QCOMPARE(fixture.installation.installedAssetsHash(), u"a1"_s);
     QCOMPARE(fixture.installation.installedDocument().version, u"1.0.0"_s);
     QVERIFY(!fixture.installation.filesIncomplete);
+    QVERIFY(fixture.installation.isUpToDate());
+}
+
+void InstallationTest::nothingIsUpToDateBeforeAnythingIsKnown()
+{
+    const Fixture fixture;
+    QVERIFY(!fixture.installation.isUpToDate());
+    QCOMPARE(fixture.installation.offer(), Offer::Download);
+}
+
+void InstallationTest::identityOfAssetsIsKeptWhenTheServerNamesNoAddressForIt()
+{
+    Fixture fixture;
+    QVERIFY(fixture.select());
+    fixture.installation.fetchOffered();
+    fixture.installation.build.assetsversionurl.clear();
+    fixture.installation.fetchOffered();
+    QCOMPARE(fixture.installation.remoteAssetsHash, u"a1"_s);
+}
+
+void InstallationTest::assetsWithoutAnIdentityAreLeftAlone()
+{
+    Fixture fixture;
+    fixture.server.route(ContentTree::assetsVersionPath, QByteArray());
+    QVERIFY(fixture.select());
+    fixture.installation.fetchOffered();
+    fixture.server.clearLog();
+    QString error;
+    QVERIFY2(fixture.installation.update(&error), qPrintable(error));
+    QVERIFY(!fixture.server.paths().contains(QString(ContentTree::assetsPath)));
+    QVERIFY(!QFile::exists(fixture.path(u"assets.json.sha256"_s)));
+    QVERIFY(fixture.installation.isUpToDate());
+}
+
+void InstallationTest::versionOfTheDocumentIsWhatIsInstalled()
+{
+    Fixture fixture;
+    QVERIFY(fixture.select());
+    fixture.tree.package.version = u"2.0.0"_s;
+    fixture.tree.publish();
+    // The text of the version was fetched just before the publication.
+    fixture.server.route(ContentTree::versionPath, QByteArray("1.0.0"));
+    fixture.installation.fetchOffered();
+    QString error;
+    QVERIFY2(fixture.installation.update(&error), qPrintable(error));
+    QCOMPARE(fixture.installation.installedVersion(), u"2.0.0"_s);
+    QCOMPARE(fixture.installation.remoteVersion, u"2.0.0"_s);
     QVERIFY(fixture.installation.isUpToDate());
 }
 
