@@ -2,6 +2,8 @@
 #include "package/Markers.h"
 #include "support/IsolatedHome.h"
 
+#include <QTimer>
+
 using namespace Qt::StringLiterals;
 
 class InstallMarkersTest : public QObject
@@ -15,6 +17,7 @@ private Q_SLOTS:
     void partialMarkerStandsWhileFilesAreFetched();
     void packageReplacedByASlotIsInstalledAsItWas();
     void assetsReplacedByASlotAreInstalledAsTheyWere();
+    void packageReplacedByASlotIsCheckedAsItWas();
     void failedUpdateKeepsTheOldVersionBesideTheNewPartialMarker_data()
     {
         InstallFixture::addForms();
@@ -116,6 +119,26 @@ void InstallMarkersTest::assetsReplacedByASlotAreInstalledAsTheyWere()
     QVERIFY(held.isEmpty());
     QCOMPARE(fixture.content(u"data/2.txt"_s), InstallFixture::contentOf(2));
     QCOMPARE(fixture.content(assetsMarker), QByteArray("first"));
+}
+
+void InstallMarkersTest::packageReplacedByASlotIsCheckedAsItWas()
+{
+    InstallFixture fixture;
+    // Reading it takes several turns of the event loop.
+    const QByteArray big(qsizetype(96) << 20, '\0');
+    OrlPackageDoc held;
+    held.files = {fileEntry(u"a"_s, u"a"_s, big, "a"), fileEntry(u"b"_s, u"b"_s, "b", "b")};
+    testfiles::write(fixture.path(u"a"_s), big);
+    testfiles::write(fixture.path(u"b"_s), "b");
+    QString folder = fixture.folder();
+    bool isReplaced = false;
+    QTimer::singleShot(1, &fixture.client(), [&] {
+        held = {};
+        folder = u"/nowhere"_s;
+        isReplaced = true;
+    });
+    QVERIFY(!fixture.client().hasMissingFiles(held, folder));
+    QVERIFY(isReplaced);
 }
 
 void InstallMarkersTest::failedUpdateKeepsTheOldVersionBesideTheNewPartialMarker()
