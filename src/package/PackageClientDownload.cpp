@@ -50,9 +50,9 @@ QUrl PackageClient::resolveUrl(const QUrl& base, const QString& text) const
     if (m_baseUrl.isEmpty())
         return url;
     const QString path = url.path(QUrl::FullyDecoded);
-    const qsizetype launcher = path.indexOf(QLatin1StringView("/launcher/"));
-    if (launcher >= 0)
-        return QUrl(m_baseUrl + path.sliced(launcher), QUrl::TolerantMode);
+    const QString part = launcherPart(path);
+    if (!part.isEmpty())
+        return QUrl(m_baseUrl + part, QUrl::TolerantMode);
     if (path.endsWith(QLatin1StringView("/hints.json")))
         return QUrl(m_baseUrl + QLatin1StringView("/hints.json"), QUrl::TolerantMode);
     return url;

@@ -7,6 +7,12 @@ bool isWebAddress(const QUrl& address)
            (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https"));
 }
 
+QString launcherPart(const QString& path)
+{
+    const qsizetype begin = path.indexOf(QLatin1StringView("/launcher/"));
+    return begin < 0 ? QString() : path.sliced(begin);
+}
+
 bool leadsToAnotherMachine(const QUrl& address)
 {
     if (!address.isLocalFile() && !address.scheme().isEmpty())

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QStringTokenizer>
-#include <QStringView>
 
 #include <algorithm>
 #include <array>
@@ -31,15 +30,9 @@ bool isDeviceName(QStringView segment)
            digits.contains(stem.at(3));
 }
 
-bool isForbiddenOnWindows(QChar character)
-{
-    static constexpr QStringView forbidden = u"<>:\"|?*\\";
-    return character.unicode() < 0x20 || forbidden.contains(character);
-}
-
 bool isWindowsSegment(QStringView segment)
 {
-    return !segment.endsWith(u'.') && !segment.endsWith(u' ') && !isDeviceName(segment) &&
+    return !losesItsEndOnWindows(segment) && !isDeviceName(segment) &&
            std::none_of(segment.begin(), segment.end(), isForbiddenOnWindows);
 }
 
@@ -60,6 +53,17 @@ bool staysBelowFolder(const QString& relative, PathRules rules)
         named = true;
     }
     return named;
+}
+
+bool isForbiddenOnWindows(QChar character)
+{
+    static constexpr QStringView forbidden = u"<>:\"|?*\\";
+    return character.unicode() < 0x20 || forbidden.contains(character);
+}
+
+bool losesItsEndOnWindows(QStringView name)
+{
+    return name.endsWith(u'.') || name.endsWith(u' ');
 }
 
 bool namesMarker(const QString& relative, PathRules rules)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 /// Rules by which a path that the server names is judged. The names of the other platform are here
 /// too so that both sets can be tested anywhere.
@@ -21,6 +22,12 @@ enum class PathRules {
 /// the characters that Windows forbids, and a segment that ends in a dot or a blank, which Windows
 /// would silently strip.
 bool staysBelowFolder(const QString& relative, PathRules rules = PathRules::Native);
+
+/// The characters that Windows allows in no name: control characters, and those of its own syntax.
+bool isForbiddenOnWindows(QChar character);
+
+/// Whether Windows would silently strip the end of the name: a dot or a blank.
+bool losesItsEndOnWindows(QStringView name);
 
 /// Whether `relative`, which stays below its folder, is one of the files in which an installation
 /// is recorded there (see Markers.h), or lies below one. By the Windows rules without regard to

@@ -70,6 +70,7 @@ private Q_SLOTS:
     void jsonKeepsNamesThatATerminalWouldObey();
     void answersWrongUsageInJson_data();
     void answersWrongUsageInJson();
+    void jsonTellsWarnings();
     void failsWhenTheResultCannotBeWritten_data();
     void failsWhenTheResultCannotBeWritten();
     void foretellsPruningWithoutWriting();
@@ -133,7 +134,7 @@ void ConsoleTest::jsonKeepsNamesThatATerminalWouldObey()
     QCOMPARE(outcome.code, 2);
     QVERIFY(outcome.output.contains("x\\u009b2J\\u202e\\n"));
     QCOMPARE(QJsonDocument::fromJson(outcome.output)[u"faults"][0].toString(),
-             u"'%1' is no command"_s.arg(evil));
+             u"unknown command '%1'"_s.arg(evil));
 }
 
 void ConsoleTest::answersWrongUsageInJson_data()
@@ -143,8 +144,8 @@ void ConsoleTest::answersWrongUsageInJson_data()
     const auto row = [](const char* line, const char* fault) {
         QTest::newRow(line) << QString::fromLatin1(line).split(u' ') << QString::fromLatin1(fault);
     };
-    row("--json", "'--json' is no command");
-    row("publish --json", "'publish' is no command");
+    row("--json", "unknown command '--json'");
+    row("publish --json", "unknown command 'publish'");
     row("list --json", "CONTENT is missing");
     row("list out --nonsense --json", "Unknown option 'nonsense'.");
     row("package --json in out --version", "Missing value after '--version'.");
@@ -161,6 +162,23 @@ void ConsoleTest::answersWrongUsageInJson()
     QCOMPARE(outcome.errors, QByteArray());
     const QJsonObject result = QJsonDocument::fromJson(outcome.output).object();
     QCOMPARE(result, (QJsonObject{{u"ok"_s, false}, {u"faults"_s, QJsonArray{fault}}}));
+}
+
+void ConsoleTest::jsonTellsWarnings()
+{
+    const PublishFixture fixture;
+    fixture.setInput({{u"client"_s, "1"}});
+    const auto publishIn = [&fixture](const QString& version) {
+        const Outcome outcome =
+            runProgram(packageWords(fixture, version) + QStringList{u"--json"_s});
+        return QJsonDocument::fromJson(outcome.output).object();
+    };
+    QVERIFY(!publishIn(u"1"_s).contains(u"warnings"_s));
+    fixture.setInput({{u"client"_s, "2"}});
+    const QJsonObject result = publishIn(QString(65, u'2'));
+    QCOMPARE(result.value(u"ok"_s), QJsonValue(true));
+    QCOMPARE(result.value(u"warnings"_s),
+             QJsonValue(QJsonArray{u"the version text has 65 characters, over 64"_s}));
 }
 
 void ConsoleTest::failsWhenTheResultCannotBeWritten_data()
@@ -253,12 +271,12 @@ void ConsoleTest::tellsCountsOfOne()
     fixture.setInput({{u"client"_s, "1"}, {u"assets/a"_s, "a"}});
     Outcome outcome =
         runProgram(packageWords(fixture, u"1"_s) + QStringList{u"--assets"_s, u"assets"_s});
-    QVERIFY2(outcome.output.contains(": 1 file and 1 asset of 2 B; "), outcome.output);
+    QVERIFY2(outcome.output.contains(": 1 file and 1 asset of 2 bytes; "), outcome.output);
     fixture.setInput({{u"client"_s, "1"}});
     QCOMPARE(runProgram(packageWords(fixture, u"2"_s)).code, 0);
     outcome = runProgram({u"list"_s, fixture.content()});
-    QVERIFY2(outcome.output.contains("  1 file, 1 B, "), outcome.output);
-    QVERIFY2(outcome.output.contains("  2 files, 2 B, "), outcome.output);
+    QVERIFY2(outcome.output.contains("  1 file, 1 bytes, "), outcome.output);
+    QVERIFY2(outcome.output.contains("  2 files, 2 bytes, "), outcome.output);
     outcome = runProgram({u"verify"_s, fixture.content()});
     QVERIFY2(outcome.output.startsWith("no fault in 1 build, 1 packed file of "), outcome.output);
     QVERIFY2(outcome.errors.contains(": 1 of 1 file, "), outcome.errors);

@@ -269,6 +269,8 @@ void InputFolderTest::judgesNames_data()
     bad(u"partial.package.json.version"_s, "launcher keeps");
     bad(u"bin/quelra.exe.vornak-new"_s, "launcher keeps");
     bad(u"data.Vornak-Old1/map.bin"_s, "launcher keeps");
+    bad(u"QUELRA.EXE.VORNAK-NEW"_s, "launcher keeps");
+    bad(u"PARTIAL.PACKAGE.JSON.VERSION"_s, "launcher keeps");
     bad(u"assets.json.sha256"_s, "launcher keeps");
 }
 
@@ -297,6 +299,10 @@ void InputFolderTest::judgesCollisions_data()
     QTest::newRow("case below") << QStringList{u"d/x/file"_s, u"d/x/FILE"_s} << false;
     QTest::newRow("case of a folder") << QStringList{u"data/a"_s, u"Data/b"_s} << false;
     QTest::newRow("case beyond ASCII") << QStringList{u"ä"_s, u"Ä"_s} << false;
+    // In upper case they are one, in lower case two; of the Kelvin sign the reverse holds.
+    QTest::newRow("both sigmas") << QStringList{u"\u03c3"_s, u"\u03c2"_s} << false;
+    QTest::newRow("Kelvin and k") << QStringList{u"\u212a"_s, u"k"_s} << true;
+    QTest::newRow("upper case first") << QStringList{u"DATA/MAP"_s, u"data/map"_s} << false;
     QTest::newRow("twice") << QStringList{u"a"_s, u"a"_s} << false;
     QTest::newRow("file and folder") << QStringList{u"a"_s, u"a/b"_s} << false;
     QTest::newRow("folder and file") << QStringList{u"a/b"_s, u"a"_s} << false;

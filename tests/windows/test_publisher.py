@@ -115,7 +115,7 @@ class TestPublisher(unittest.TestCase):
         told = self.run_program("--version").stdout.decode()
         self.assertEqual(told.splitlines()[0], f"vornak-publish {os.environ['VORNAK_VERSION']}")
         done = self.run_program(STRANGE, code=2)
-        self.assertIn(f"'{STRANGE}' is no command\n", done.stderr.decode())
+        self.assertIn(f"unknown command '{STRANGE}'\n", done.stderr.decode())
 
     def test_a_console_shows_every_character(self):
         controller, terminal = pty.openpty()
@@ -132,7 +132,7 @@ class TestPublisher(unittest.TestCase):
         with contextlib.suppress(OSError):
             while select.select([controller], [], [], 0)[0]:
                 shown += os.read(controller, 4096)
-        self.assertIn(f"'{name}' is no command", shown.decode())
+        self.assertIn(f"unknown command '{name}'", shown.decode())
 
 
 if __name__ == "__main__":

@@ -70,17 +70,19 @@ QString relativeTo(const QString& address, const QString& from)
 
 QString onServer(const QString& address)
 {
-    const QString path = QUrl(address, QUrl::TolerantMode).path(QUrl::FullyDecoded);
-    // As the documents of channels name it.
-    if (path.startsWith(QLatin1StringView("launcher/")))
-        return u'/' + path;
-    const qsizetype launcher = path.indexOf(QLatin1StringView("/launcher/"));
-    return launcher < 0 ? QString() : path.sliced(launcher);
+    // The documents of channels name it without a slash.
+    return launcherPart(u'/' + QUrl(address, QUrl::TolerantMode).path(QUrl::FullyDecoded));
+}
+
+QString folderOf(const QString& address)
+{
+    return address.first(address.lastIndexOf(u'/') + 1);
 }
 
 QString prefixOf(const QString& address)
 {
-    return address.first(std::max<qsizetype>(address.indexOf(QLatin1StringView("/launcher/")), 0));
+    const QString part = launcherPart(address);
+    return part.isEmpty() ? QString() : address.chopped(part.size());
 }
 
 QString publicUrlFault(const QString& url)
@@ -90,7 +92,7 @@ QString publicUrlFault(const QString& url)
         return QStringLiteral("'%1' is not an http or https address").arg(url);
     if (!std::all_of(url.begin(), url.end(), isAddressCharacter))
         return QStringLiteral("the public address may hold only plain ASCII without '%', '#', '?'");
-    if ((parsed.path() + u'/').contains(QLatin1StringView("/launcher/")))
+    if (!launcherPart(parsed.path() + u'/').isEmpty())
         return QStringLiteral("the public address must not itself hold \"/launcher/\"");
     return {};
 }

@@ -34,6 +34,9 @@ inline constexpr QLatin1StringView assetsIdentity("assets.txt");
 /// server; empty when the address has none.
 [[nodiscard]] QString onServer(const QString& address);
 
+/// The folder of the file at the address, ending in "/"; empty for an empty address.
+[[nodiscard]] QString folderOf(const QString& address);
+
 /// What stands before "/launcher/" in an absolute address; empty when nothing does.
 [[nodiscard]] QString prefixOf(const QString& address);
 

@@ -1,10 +1,10 @@
 #include "publish/Channels.h"
 
+#include "package/Failure.h"
 #include "package/SafePath.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 
-#include <QDir>
 #include <QRegularExpression>
 
 namespace publish {
@@ -52,7 +52,7 @@ QString channels::hintsInMetadata(const QString& publicUrl, const QString& chann
 
 QStringList channels::all(const ContentFolder& tree)
 {
-    QStringList names = QDir(tree.root()).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+    QStringList names = tree.subfolders(QStringLiteral("/"));
     names.removeIf([&tree](const QString& name) {
         return !nameFault(name).isEmpty() || !tree.exists(metadata(name));
     });
@@ -71,6 +71,25 @@ std::optional<MetadataDocument> channels::read(const ContentFolder& tree, const 
             document->setHints(QString());
     }
     return document;
+}
+
+bool channels::isPublished(const ContentFolder& tree, QString* error)
+{
+    return tree.exists(addresses::metadata) ||
+           fail(error, QStringLiteral("%1: nothing is published here").arg(tree.root()));
+}
+
+std::optional<QList<channels::NamedDocument>> channels::readAll(const ContentFolder& tree,
+                                                                QString* error)
+{
+    QList<NamedDocument> documents;
+    for (const QString& channel : QStringList(QString()) + all(tree)) {
+        const auto document = read(tree, channel, error);
+        if (!document)
+            return std::nullopt;
+        documents.append({channel, *document});
+    }
+    return documents;
 }
 
 } // namespace publish

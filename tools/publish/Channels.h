@@ -2,6 +2,7 @@
 
 #include "publish/MetadataDocument.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -38,6 +39,21 @@ namespace channels {
 /// channel. Nothing with a text when a document cannot be read.
 [[nodiscard]] std::optional<MetadataDocument> read(const ContentFolder& tree,
                                                    const QString& channel, QString* error);
+
+/// The document of a channel; of no channel where the name is empty.
+struct NamedDocument
+{
+    QString channel;
+    MetadataDocument document;
+};
+
+/// Whether anything was published; false with a text otherwise.
+[[nodiscard]] bool isPublished(const ContentFolder& tree, QString* error);
+
+/// The documents that name what is current: first the one without a channel, then those of the
+/// channels in ascending order. Nothing with a text when one of them cannot be read.
+[[nodiscard]] std::optional<QList<NamedDocument>> readAll(const ContentFolder& tree,
+                                                          QString* error);
 
 } // namespace channels
 

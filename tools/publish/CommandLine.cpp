@@ -49,9 +49,6 @@ CommandLine::CommandLine(const QString& command, const QString& description,
     , m_positional(positional)
 {
     m_parser.setApplicationDescription(description);
-    m_parser.addPositionalArgument(command, QString(), command);
-    for (const QString& name : positional)
-        m_parser.addPositionalArgument(name, QString(), name);
     m_parser.addOption(
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help.")});
     addOption("quiet", "Tells nothing but faults.");
@@ -150,15 +147,13 @@ std::optional<int> CommandLine::checkThreads()
     return std::nullopt;
 }
 
-// The parser's own text takes the command for an argument.
+// The parser knows nothing of commands, so the first line is ours.
 QString CommandLine::helpText() const
 {
     const QString text = m_parser.helpText();
-    const qsizetype begin = text.indexOf(u'\n');
-    const qsizetype end = text.indexOf(QLatin1StringView("\nArguments:"));
     return QStringLiteral("Usage: vornak-publish %1 [options] %2")
                .arg(m_command, m_positional.join(u' ')) +
-           text.mid(begin, end < 0 ? -1 : end - begin);
+           text.sliced(text.indexOf(u'\n'));
 }
 
 bool CommandLine::isSet(const char* name) const
@@ -179,6 +174,14 @@ std::optional<QString> CommandLine::given(const char* name) const
 QString CommandLine::argument(qsizetype index) const
 {
     return m_parser.positionalArguments().value(index + 1);
+}
+
+QString CommandLine::publicUrl() const
+{
+    QString url = value("public-url");
+    while (url.endsWith(u'/'))
+        url.chop(1);
+    return url;
 }
 
 OutputMode CommandLine::outputMode() const

@@ -48,6 +48,8 @@ public:
     /// Only if the option was given.
     [[nodiscard]] std::optional<QString> given(const char* name) const;
     [[nodiscard]] QString argument(qsizetype index) const;
+    /// The value of --public-url without slashes at its end.
+    [[nodiscard]] QString publicUrl() const;
     [[nodiscard]] OutputMode outputMode() const;
     [[nodiscard]] PackSettings packSettings() const { return m_packing; }
 

@@ -28,7 +28,7 @@ enum class OutputMode {
 };
 
 /// What the program tells its user. Results go to standard output; progress, warnings and faults to
-/// standard error: progress as one line that is drawn anew on a terminal, and as a line every some
+/// standard error: progress as one line that is drawn anew on a terminal, and as a line every few
 /// seconds elsewhere.
 class Console : public Progress
 {

@@ -1,5 +1,6 @@
 #include "publish/ContentFolder.h"
 
+#include "package/Failure.h"
 #include "publish/DiskSteps.h"
 #include "publish/FileWriting.h"
 
@@ -17,13 +18,6 @@
 namespace publish {
 
 namespace {
-
-bool fail(QString* error, const QString& text)
-{
-    if (error)
-        *error = text;
-    return false;
-}
 
 // More than the metadata, an identity and the folders for them can ever take.
 constexpr qsizetype reserveSize = qsizetype(1) << 20;
@@ -160,6 +154,12 @@ QByteArray ContentFolder::read(const QString& address) const
 bool ContentFolder::exists(const QString& address) const
 {
     return QFileInfo::exists(path(address));
+}
+
+QStringList ContentFolder::subfolders(const QString& address) const
+{
+    return QDir(path(address))
+        .entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
 }
 
 QString ContentFolder::workPath()

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <atomic>
 #include <memory>
@@ -43,6 +44,10 @@ public:
     /// Nothing when there is no such file; empty also on errors.
     [[nodiscard]] QByteArray read(const QString& address) const;
     [[nodiscard]] bool exists(const QString& address) const;
+
+    /// The names of the folders in the folder at the address, hidden ones included, in ascending
+    /// order; none when there is no such folder.
+    [[nodiscard]] QStringList subfolders(const QString& address) const;
 
     /// A new name in the work folder. Thread-safe.
     [[nodiscard]] QString workPath();

@@ -1,5 +1,6 @@
 #include "publish/FileWriting.h"
 
+#include "package/Failure.h"
 #include "publish/DiskSteps.h"
 
 #include <QDir>
@@ -10,17 +11,6 @@
 #include <system_error>
 
 namespace publish {
-
-namespace {
-
-bool fail(QString* error, const QString& text)
-{
-    if (error)
-        *error = text;
-    return false;
-}
-
-} // namespace
 
 bool makeFolder(const QString& path, QString* error)
 {

@@ -3,6 +3,8 @@
 #include "package/Unpack.h"
 #include "package/VerifiedFiles.h"
 #include "publish/Addresses.h"
+#include "publish/ContentFolder.h"
+#include "publish/FileWriting.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 #include "publish/Progress.h"
@@ -132,6 +134,18 @@ QString hashOfFile(const QString& path, qint64 size)
         return true;
     });
     return seen == size && file.error() == QFileDevice::NoError ? hash : QString();
+}
+
+void keepReadNotes(ContentFolder& tree, const Product& product, const Platform& platform,
+                   const QByteArray& notes, Progress& progress)
+{
+    const QString work = tree.workPath();
+    QString reason;
+    if (!writeFile(work, notes, false, &reason) ||
+        !tree.moveIntoPlace(work, readNotesAddress(product, platform), &reason))
+        progress.warn(QStringLiteral("what was read could not be noted, so the next publication "
+                                     "will read everything: %1")
+                          .arg(reason));
 }
 
 } // namespace publish

@@ -12,6 +12,7 @@
 
 namespace publish {
 
+class ContentFolder;
 class Progress;
 
 /// The hashes of an input's files. A file is not read again while its size, its times and its place
@@ -53,6 +54,11 @@ private:
 /// Where the notes on the product's input lie: one for each product and platform, so that they do
 /// not grow with every input that ever was.
 [[nodiscard]] QString readNotesAddress(const Product& product, const Platform& platform);
+
+/// Writes the notes there, for the next publication. It warns when that fails: without them the
+/// next publication reads everything.
+void keepReadNotes(ContentFolder& tree, const Product& product, const Platform& platform,
+                   const QByteArray& notes, Progress& progress);
 
 /// The hash of the file's content; empty when it cannot be read or has not this size.
 [[nodiscard]] QString hashOfFile(const QString& path, qint64 size);

@@ -10,7 +10,6 @@
 #include "publish/Product.h"
 #include "publish/Progress.h"
 
-#include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QHash>
@@ -46,14 +45,13 @@ public:
 
     bool run(QString* error)
     {
-        if (!m_tree.exists(addresses::metadata)) {
-            *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
+        if (!channels::isPublished(m_tree, error))
             return false;
-        }
-        const auto metadata = channels::read(m_tree, QString(), error);
-        if (!metadata || !readChannels(error))
+        const auto documents = channels::readAll(m_tree, error);
+        if (!documents)
             return false;
-        m_metadata = *metadata;
+        m_metadata = documents->first().document;
+        m_channels = documents->sliced(1);
         findPackedFiles();
         for (const Product& product : m_metadata.products())
             addProduct(product);
@@ -63,17 +61,6 @@ public:
     }
 
 private:
-    bool readChannels(QString* error)
-    {
-        for (const QString& channel : channels::all(m_tree)) {
-            const auto document = channels::read(m_tree, channel, error);
-            if (!document)
-                return false;
-            m_channels.append({channel, *document});
-        }
-        return true;
-    }
-
     void findPackedFiles()
     {
         QDirIterator files(m_tree.path(addresses::packedFiles), QDir::Files | QDir::Hidden,
@@ -117,8 +104,7 @@ private:
         for (const Platform& platform : m_metadata.publishedPlatforms(product))
             known.insert(platform.folderName().chopped(1), platform);
         QList<ListedBuild> found;
-        const auto names = QDir(m_tree.path(folder)).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-        for (const QString& name : names) {
+        for (const QString& name : m_tree.subfolders(folder)) {
             const QString address = folder + name + u'/' + addresses::packageDocument;
             if (!m_tree.exists(address))
                 continue;
@@ -126,7 +112,7 @@ private:
             build.platform = name;
             if (known.contains(name)) {
                 const Platform platform = known.value(name);
-                build.platform = platform.os + u' ' + platform.architecture;
+                build.platform = platform.label();
                 const auto isNamedBy = [&product, &platform,
                                         &address](const MetadataDocument& metadata) {
                     return addresses::onServer(metadata.build(product, platform).document) ==
@@ -211,7 +197,7 @@ private:
     Progress& m_progress;
     Inventory& m_inventory;
     MetadataDocument m_metadata;
-    QList<std::pair<QString, MetadataDocument>> m_channels;
+    QList<channels::NamedDocument> m_channels;
     QHash<QString, PackedUse> m_uses;
     // Packed files of the version that is being looked at.
     QSet<QString> m_named;

@@ -1,5 +1,6 @@
 #include "publish/MetadataDocument.h"
 
+#include "package/Failure.h"
 #include "package/OrlPackageDoc.h"
 #include "publish/Addresses.h"
 #include "publish/Platform.h"
@@ -17,11 +18,6 @@ const QString launcherKey = QStringLiteral("launcher");
 const QString otherPlatformsKey = QStringLiteral("otherplatforms");
 const QString packagesKey = QStringLiteral("packages");
 
-Platform platformOf(const QJsonObject& build)
-{
-    return {readJsonString(build, "os"), readJsonString(build, "architecture")};
-}
-
 qsizetype buildIndex(const QJsonArray& builds, const Platform& platform)
 {
     for (qsizetype i = 0; i < builds.size(); ++i) {
@@ -31,24 +27,16 @@ qsizetype buildIndex(const QJsonArray& builds, const Platform& platform)
     return -1;
 }
 
-BuildAddresses addressesOf(const QJsonObject& build)
-{
-    return {readJsonString(build, "url"), readJsonString(build, "versionurl"),
-            readJsonString(build, "assetsurl"), readJsonString(build, "assetsversionurl")};
-}
-
 // A launcher in a channel resolves it against its base address, whose last segment is the channel.
-QString addressInChannel(const QString& address)
+QString inChannel(const QString& address)
 {
     return addresses::onServer(address).mid(1);
 }
 
-void setOrRemove(QJsonObject& object, const QString& key, const QString& value)
+BuildAddresses inChannel(const BuildAddresses& build)
 {
-    if (value.isEmpty())
-        object.remove(key);
-    else
-        object.insert(key, value);
+    return {inChannel(build.document), inChannel(build.version), inChannel(build.assets),
+            inChannel(build.assetsVersion)};
 }
 
 } // namespace
@@ -60,8 +48,7 @@ std::optional<MetadataDocument> MetadataDocument::read(const QByteArray& bytes, 
         return document;
     const QJsonDocument json = QJsonDocument::fromJson(bytes);
     if (!json.isObject()) {
-        if (error)
-            *error = QStringLiteral("the launcher metadata is not a JSON object");
+        fail(error, QStringLiteral("the launcher metadata is not a JSON object"));
         return std::nullopt;
     }
     document.m_root = json.object();
@@ -155,15 +142,8 @@ void MetadataDocument::setBuild(const Product& product, const Platform& platform
     QJsonArray builds = object.value(buildsKey).toArray();
     const qsizetype index = buildIndex(builds, platform);
     QJsonObject build = index < 0 ? QJsonObject() : builds.at(index).toObject();
-    build.insert(QStringLiteral("os"), platform.os);
-    build.insert(QStringLiteral("architecture"), platform.architecture);
-    const auto named = [this](const QString& address) {
-        return m_isChannel ? addressInChannel(address) : address;
-    };
-    build.insert(QStringLiteral("url"), named(addresses.document));
-    build.insert(QStringLiteral("versionurl"), named(addresses.version));
-    setOrRemove(build, QStringLiteral("assetsurl"), named(addresses.assets));
-    setOrRemove(build, QStringLiteral("assetsversionurl"), named(addresses.assetsVersion));
+    setPlatform(build, platform);
+    setAddresses(build, m_isChannel ? inChannel(addresses) : addresses);
     if (index < 0)
         builds.append(build);
     else
@@ -253,8 +233,9 @@ void MetadataDocument::addPublished(const Product& product, const Platform& plat
         return;
     QJsonObject object = productObject(product);
     QJsonArray others = object.value(otherPlatformsKey).toArray();
-    others.append(QJsonObject{{QStringLiteral("os"), platform.os},
-                              {QStringLiteral("architecture"), platform.architecture}});
+    QJsonObject build;
+    setPlatform(build, platform);
+    others.append(build);
     object.insert(otherPlatformsKey, others);
     setProductObject(product, object);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "publish/BuildFields.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 
@@ -21,16 +22,6 @@ struct PackageLabels
     std::optional<bool> installAutomatically;
 
     bool operator==(const PackageLabels&) const = default;
-};
-
-/// The addresses of one build.
-struct BuildAddresses
-{
-    QString document;
-    QString version;
-    /// Empty when the build has no assets.
-    QString assets;
-    QString assetsVersion;
 };
 
 /// The launcher metadata as the publisher edits it: members that it does not know stay. Beside what

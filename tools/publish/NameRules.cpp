@@ -27,14 +27,13 @@ bool isReplacementName(const QString& path)
 // Says which of the rules of staysBelowFolder() a path broke.
 QString windowsFault(const QString& path)
 {
-    static constexpr QStringView forbidden = u"<>:\"|?*\\";
     for (const QStringView segment : QStringView(path).split(u'/')) {
-        if (segment.endsWith(u'.') || segment.endsWith(u' '))
+        if (losesItsEndOnWindows(segment))
             return QStringLiteral("Windows drops the dot or blank at the end of a name");
         for (const QChar character : segment) {
             if (character.unicode() < 0x20)
                 return QStringLiteral("Windows forbids control characters in a name");
-            if (forbidden.contains(character))
+            if (isForbiddenOnWindows(character))
                 return QStringLiteral("Windows forbids '%1' in a name").arg(character);
         }
     }

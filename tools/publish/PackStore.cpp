@@ -1,11 +1,13 @@
 #include "publish/PackStore.h"
 
+#include "package/Failure.h"
 #include "package/OrlPackageDoc.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
 #include "publish/DiskSteps.h"
 #include "publish/FileWriting.h"
 #include "publish/InputHashes.h"
+#include "publish/PackIndex.h"
 #include "publish/Progress.h"
 #include "publish/WrittenNotes.h"
 
@@ -25,31 +27,6 @@ QString indexName()
     return QStringLiteral("packed.index");
 }
 
-// Ends the line of a file that is on the disk, and not only on its way to it.
-const QByteArray safeMark = "safe";
-
-QByteArray indexLine(const PackedFile& file)
-{
-    return QStringLiteral("%1 %2 %3 %4\n")
-        .arg(file.unpackedhash)
-        .arg(file.unpackedsize)
-        .arg(file.packedhash)
-        .arg(file.packedsize)
-        .toLatin1();
-}
-
-QByteArray safeLine(const PackedFile& file)
-{
-    return indexLine(file).chopped(1) + ' ' + safeMark + '\n';
-}
-
-bool fail(QString* error, const InputFile& file, const QString& reason)
-{
-    if (error)
-        *error = file.localfile + QLatin1StringView(": ") + reason;
-    return false;
-}
-
 } // namespace
 
 PackStore::PackStore(ContentFolder& tree, const PackSettings& settings, Progress& progress)
@@ -62,7 +39,7 @@ bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, Q
 {
     loadKnown(Index::ReadAndMend);
     QList<qsizetype> toPack;
-    if (!findReusable(files, hashes, toPack, error))
+    if (!findReusable(hashes, toPack, error))
         return false;
     m_progress.begin(QStringLiteral("Packing"), totalSize(toPack, files), toPack.size());
     std::vector<Job> jobs;
@@ -76,20 +53,26 @@ bool PackStore::pack(const QList<InputFile>& files, const QStringList& hashes, Q
     return ok;
 }
 
-// Contents whose packed file is there and whole need no packing. A damaged one is packed anew and
-// so mended. What was packed and never known to be safe may be damaged by a failure of power, so it
-// is read; the rest is read only on request.
-bool PackStore::findReusable(const QList<InputFile>& files, const QStringList& hashes,
-                             QList<qsizetype>& toPack, QString* error)
+// Of each content the first file: those that were packed before; the others go to `toPack`.
+QList<qsizetype> PackStore::sortOut(const QStringList& hashes, QList<qsizetype>& toPack) const
 {
     QSet<QString> seen;
     QList<qsizetype> known;
-    for (qsizetype i = 0; i < files.size(); ++i) {
+    for (qsizetype i = 0; i < hashes.size(); ++i) {
         if (seen.contains(hashes.at(i)))
             continue;
         seen.insert(hashes.at(i));
         (m_known.contains(hashes.at(i)) ? known : toPack).append(i);
     }
+    return known;
+}
+
+// Contents whose packed file is there and whole need no packing. A damaged one is packed anew and
+// so mended. What was packed and never known to be safe may be damaged by a failure of power, so it
+// is read; the rest is read only on request.
+bool PackStore::findReusable(const QStringList& hashes, QList<qsizetype>& toPack, QString* error)
+{
+    const QList<qsizetype> known = sortOut(hashes, toPack);
     qint64 bytes = 0;
     QList<qsizetype> toRead;
     std::vector<Job> jobs;
@@ -175,7 +158,7 @@ std::optional<PackedFile> PackStore::packInto(const QString& work, const InputFi
                                               const QString& hash, QString* error)
 {
     const auto failure = [&file, error](const QString& reason) {
-        fail(error, file, reason);
+        fail(error, file.localfile + QLatin1StringView(": ") + reason);
         return std::nullopt;
     };
     QFile input(file.path);
@@ -204,21 +187,19 @@ bool PackStore::record(const PackedFile& file, QString* error)
     ++m_packedCount;
     m_addedBytes += file.packedsize;
     QFile index(m_tree.ownFile(indexName()));
-    const QByteArray line = indexLine(file);
+    const QByteArray line = indexLine(file, false);
     const bool written =
         index.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered) &&
         writeAll(index, line);
-    if (!written && error)
-        *error =
-            QStringLiteral("%1: cannot be written: %2").arg(index.fileName(), index.errorString());
-    return written;
+    return written || fail(error, QStringLiteral("%1: cannot be written: %2")
+                                      .arg(index.fileName(), index.errorString()));
 }
 
 void PackStore::noteSafe()
 {
     QByteArray lines;
     for (const PackedFile& file : std::as_const(m_unsafe))
-        lines.append(safeLine(file));
+        lines.append(indexLine(file, true));
     QFile index(m_tree.ownFile(indexName()));
     if (index.open(QIODevice::WriteOnly | QIODevice::Append))
         index.write(lines);
@@ -244,6 +225,12 @@ void PackStore::loadKnown(Index mode)
 {
     m_known.clear();
     m_safe.clear();
+    learnFromDocuments();
+    learnFromIndex(mode);
+}
+
+void PackStore::learnFromDocuments()
+{
     const WrittenNotes notes(m_tree);
     for (const QLatin1StringView folder : {addresses::packages, addresses::ownBuilds}) {
         QStringList documents;
@@ -261,22 +248,23 @@ void PackStore::loadKnown(Index mode)
                 learn({file.unpackedhash, file.unpackedsize, file.packedhash, file.packedsize});
         }
     }
+}
+
+void PackStore::learnFromIndex(Index mode)
+{
     QFile index(m_tree.ownFile(indexName()));
     if (!index.open(mode == Index::Read ? QIODevice::ReadOnly : QIODevice::ReadWrite))
         return;
     while (!index.atEnd()) {
         const qint64 start = index.pos();
         const QByteArray line = index.readLine();
-        const QList<QByteArray> fields = line.trimmed().split(' ');
         if (!line.endsWith('\n')) {
             if (mode == Index::ReadAndMend)
                 index.resize(start);
-        } else if (fields.size() >= 4) {
-            const PackedFile file{QString::fromLatin1(fields.at(0)), fields.at(1).toLongLong(),
-                                  QString::fromLatin1(fields.at(2)), fields.at(3).toLongLong()};
-            learn(file);
-            if (fields.value(4) == safeMark)
-                m_safe.insert(file.packedhash);
+        } else if (const auto indexed = readIndexLine(line)) {
+            learn(indexed->file);
+            if (indexed->isSafe)
+                m_safe.insert(indexed->file.packedhash);
         }
     }
 }
@@ -290,7 +278,7 @@ void PackStore::forgetMissing()
     for (const QString& hash : hashes) {
         const PackedFile file = m_known.value(hash);
         if (m_tree.exists(addresses::packedFile(file.packedhash)))
-            lines.append(m_safe.contains(file.packedhash) ? safeLine(file) : indexLine(file));
+            lines.append(indexLine(file, m_safe.contains(file.packedhash)));
     }
     const QString work = m_tree.workPath();
     QString reason;

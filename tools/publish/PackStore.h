@@ -65,11 +65,15 @@ private:
         ReadAndMend,
     };
     void loadKnown(Index index);
+    void learnFromDocuments();
+    void learnFromIndex(Index index);
     void learn(const PackedFile& file);
     [[nodiscard]] bool isThere(const PackedFile& file) const;
     [[nodiscard]] bool isIntact(const PackedFile& file) const;
-    [[nodiscard]] bool findReusable(const QList<InputFile>& missing, const QStringList& hashes,
-                                    QList<qsizetype>& toPack, QString* error);
+    [[nodiscard]] QList<qsizetype> sortOut(const QStringList& hashes,
+                                           QList<qsizetype>& toPack) const;
+    [[nodiscard]] bool findReusable(const QStringList& hashes, QList<qsizetype>& toPack,
+                                    QString* error);
     [[nodiscard]] bool packOne(const InputFile& file, const QString& hash, QString* error);
     [[nodiscard]] std::optional<PackedFile> packInto(const QString& work, const InputFile& file,
                                                      const QString& hash, QString* error);

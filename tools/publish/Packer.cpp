@@ -1,5 +1,7 @@
 #include "publish/Packer.h"
 
+#include "package/AloneDecoder.h"
+#include "package/Failure.h"
 #include "package/Sha256.h"
 #include "publish/FileWriting.h"
 
@@ -18,16 +20,8 @@ namespace publish {
 namespace {
 
 constexpr qsizetype bufferSize = 0x40000;
-constexpr qsizetype headerSize = 13;
 constexpr qsizetype dictionaryOffset = 1;
 constexpr qsizetype sizeOffset = 5;
-
-bool fail(QString* error, const char* text)
-{
-    if (error)
-        *error = QString::fromLatin1(text);
-    return false;
-}
 
 lzma_options_lzma encoderOptions(qint64 size, const PackLevel& level)
 {
@@ -52,7 +46,7 @@ FilterChain chainOf(lzma_options_lzma& options)
 
 QByteArray header(const lzma_options_lzma& options, qint64 size)
 {
-    QByteArray bytes(headerSize, '\0');
+    QByteArray bytes(AloneDecoder::headerSize, '\0');
     bytes[0] = static_cast<char>((options.pb * 5 + options.lp) * 9 + options.lc);
     qToLittleEndian(options.dict_size, bytes.data() + dictionaryOffset);
     qToLittleEndian(static_cast<quint64>(size), bytes.data() + sizeOffset);
@@ -80,7 +74,7 @@ public:
             return failToWrite(error);
         const FilterChain chain = chainOf(options);
         if (lzma_raw_encoder(&m_stream, chain.data()) != LZMA_OK)
-            return fail(error, "there is not enough memory for packing");
+            return fail(error, QStringLiteral("there is not enough memory for packing"));
         if (!encodeAll(error))
             return false;
         m_result.unpackedhash = m_unpackedHash.finish();
@@ -97,18 +91,21 @@ private:
         lzma_ret status = LZMA_OK;
         while (status != LZMA_STREAM_END) {
             if (m_stream.avail_in == 0 && m_left > 0 && !refill())
-                return fail(error, "the file changed or could not be read while it was packed");
+                return fail(
+                    error,
+                    QStringLiteral("the file changed or could not be read while it was packed"));
             m_stream.next_out = reinterpret_cast<uint8_t*>(packed.data());
             m_stream.avail_out = static_cast<size_t>(packed.size());
             status = lzma_code(&m_stream, m_left > 0 ? LZMA_RUN : LZMA_FINISH);
             if (status != LZMA_OK && status != LZMA_STREAM_END)
-                return fail(error, "the encoder failed");
+                return fail(error, QStringLiteral("the encoder failed"));
             const auto produced = packed.size() - static_cast<qsizetype>(m_stream.avail_out);
             if (!write(QByteArrayView(packed).first(produced)))
                 return failToWrite(error);
         }
         char more = 0;
-        return m_input.read(&more, 1) <= 0 || fail(error, "the file grew while it was packed");
+        return m_input.read(&more, 1) <= 0 ||
+               fail(error, QStringLiteral("the file grew while it was packed"));
     }
 
     bool refill()
@@ -128,10 +125,9 @@ private:
 
     bool failToWrite(QString* error) const
     {
-        if (error)
-            *error =
-                QStringLiteral("the packed file cannot be written: %1").arg(m_output.errorString());
-        return false;
+        return fail(
+            error,
+            QStringLiteral("the packed file cannot be written: %1").arg(m_output.errorString()));
     }
 
     bool write(QByteArrayView bytes)

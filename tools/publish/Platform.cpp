@@ -4,6 +4,11 @@
 
 namespace publish {
 
+QString Platform::label() const
+{
+    return os + u' ' + architecture;
+}
+
 QString Platform::folderName() const
 {
     return addresses::segment(os + u'-' + architecture) + u'/';

@@ -12,6 +12,8 @@ struct Platform
 
     /// Folder of the build in a version's folder, ending in "/".
     [[nodiscard]] QString folderName() const;
+    /// For messages: "windows x86_64".
+    [[nodiscard]] QString label() const;
     bool operator==(const Platform&) const = default;
 };
 

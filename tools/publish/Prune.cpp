@@ -1,5 +1,6 @@
 #include "publish/Prune.h"
 
+#include "package/Failure.h"
 #include "package/OrlPackageDoc.h"
 #include "publish/Addresses.h"
 #include "publish/Channels.h"
@@ -25,11 +26,6 @@ namespace publish {
 
 namespace {
 
-QStringList subfolders(const QString& path)
-{
-    return QDir(path).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
-}
-
 /// One run of pruning: first what stays is found out, then the rest goes.
 class Pruner
 {
@@ -43,11 +39,8 @@ public:
 
     bool run(int keep, bool dryRun, QString* error)
     {
-        if (!m_tree.exists(addresses::metadata)) {
-            *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
-            return false;
-        }
-        if (!(dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
+        if (!channels::isPublished(m_tree, error) ||
+            !(dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
             !readMetadata(error))
             return false;
         for (const Product& product : products()) {
@@ -66,18 +59,12 @@ public:
 private:
     bool readMetadata(QString* error)
     {
-        auto document = channels::read(m_tree, QString(), error);
-        if (!document)
+        const auto documents = channels::readAll(m_tree, error);
+        if (!documents)
             return false;
-        m_metadata = *document;
+        m_current = *documents;
+        m_metadata = m_current.first().document;
         m_used.load(m_tree, m_metadata, QDateTime::currentDateTimeUtc());
-        m_current.append(*document);
-        for (const QString& channel : channels::all(m_tree)) {
-            const auto ofChannel = channels::read(m_tree, channel, error);
-            if (!ofChannel)
-                return false;
-            m_current.append(*ofChannel);
-        }
         return true;
     }
 
@@ -85,7 +72,7 @@ private:
     QList<Product> products() const
     {
         QList<Product> found;
-        for (const MetadataDocument& document : m_current) {
+        for (const auto& [channel, document] : m_current) {
             for (const Product& product : document.products()) {
                 if (!found.contains(product))
                     found.append(product);
@@ -98,15 +85,16 @@ private:
     bool keepCurrent(const Product& product, QSet<QString>& folders, QString* error)
     {
         const QString versions = product.folder();
-        for (const MetadataDocument& document : std::as_const(m_current)) {
+        for (const auto& [channel, document] : std::as_const(m_current)) {
             for (const Platform& platform : document.platforms(product)) {
                 const QString address =
                     addresses::onServer(document.build(product, platform).document);
                 if (!address.startsWith(versions) || !m_tree.exists(address)) {
-                    *error = QStringLiteral("%1: the current document %2 cannot be read; nothing "
-                                            "was removed; publishing its version again mends it")
-                                 .arg(product.label(), address);
-                    return false;
+                    return fail(error,
+                                QStringLiteral("%1: the current document %2 cannot be read; "
+                                               "nothing was removed; publishing its version again "
+                                               "mends it")
+                                    .arg(product.label(), address));
                 }
                 folders.insert(address.first(address.indexOf(u'/', versions.size()) + 1));
             }
@@ -179,8 +167,9 @@ private:
         }
         const QString cure = QStringLiteral("; publishing its version again mends it");
         if (m_currentFolders.contains(folder)) {
-            *error = QStringLiteral("%1 cannot be read; nothing was removed").arg(damaged) + cure;
-            return false;
+            return fail(error,
+                        QStringLiteral("%1 cannot be read; nothing was removed").arg(damaged) +
+                            cure);
         }
         m_hasDamage = true;
         m_progress.warn(QStringLiteral("%1 cannot be read; packed files that only its version may "
@@ -193,13 +182,13 @@ private:
     void findGoingFolders()
     {
         const auto addVersions = [this](const QString& folder) {
-            for (const QString& version : subfolders(m_tree.path(folder))) {
+            for (const QString& version : m_tree.subfolders(folder)) {
                 const QString address = folder + version + u'/';
                 if (!m_keptFolders.contains(address))
                     m_goingFolders.append(address);
             }
         };
-        for (const QString& package : subfolders(m_tree.path(addresses::packages)))
+        for (const QString& package : m_tree.subfolders(addresses::packages))
             addVersions(addresses::packages + package + u'/');
         addVersions(addresses::ownBuilds);
     }
@@ -243,8 +232,9 @@ private:
         for (const QString& path : std::as_const(m_goingFiles)) {
             QFile file(path);
             if (!file.remove()) {
-                *error = QStringLiteral("%1: cannot be removed: %2").arg(path, file.errorString());
-                return false;
+                return fail(
+                    error,
+                    QStringLiteral("%1: cannot be removed: %2").arg(path, file.errorString()));
             }
             QDir().rmdir(QFileInfo(path).path());
         }
@@ -258,7 +248,7 @@ private:
     PruneReport& m_report;
     MetadataDocument m_metadata;
     // The same, and those of the channels.
-    QList<MetadataDocument> m_current;
+    QList<channels::NamedDocument> m_current;
     UsedVersions m_used;
     WrittenNotes m_notes;
     QStringList m_keptFolders;

@@ -1,11 +1,11 @@
 #include "publish/Publication.h"
 
+#include "package/Failure.h"
 #include "package/OrlPackageDoc.h"
 #include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
-#include "publish/FileWriting.h"
 #include "publish/InputFolder.h"
 #include "publish/InputHashes.h"
 #include "publish/LauncherChoice.h"
@@ -64,7 +64,8 @@ public:
             if (done)
                 compareVersions(before);
             if (done && !m_request.dryRun) {
-                keepNotes(hashes.notes());
+                keepReadNotes(m_tree, m_request.product, m_request.platform, hashes.notes(),
+                              m_progress);
                 keepUsed();
             }
         }
@@ -95,10 +96,9 @@ private:
         if (!m_request.stage || m_request.labels == PackageLabels() ||
             !m_metadata.hasProduct(m_request.product))
             return true;
-        *error = QStringLiteral("%1: its name and the like change for all players at once; give "
-                                "them when the version becomes current")
-                     .arg(m_request.product.label());
-        return false;
+        return fail(error, QStringLiteral("%1: its name and the like change for all players at "
+                                          "once; give them when the version becomes current")
+                               .arg(m_request.product.label()));
     }
 
     // What was served under a version's name must stay what it was: launchers that have it would
@@ -216,29 +216,13 @@ private:
     bool makeCurrent(const QString& identity, QString* error)
     {
         const Product& product = m_request.product;
-        const QString base = m_request.publicUrl + m_folder;
         if (!product.isLauncher)
             m_current.setPackage(product.directory, m_request.labels);
         m_current.setBuild(product, m_request.platform,
-                           {base + addresses::packageDocument, base + addresses::versionText,
-                            identity.isEmpty() ? QString() : base + addresses::assetList,
-                            identity.isEmpty() ? QString() : m_request.publicUrl + identity});
+                           buildAddresses(m_request.publicUrl, m_folder, identity));
         if (m_tree.exists(channels::hints(m_request.channel)))
             m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
         return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
-    }
-
-    // Without them the next publication reads everything.
-    void keepNotes(const QByteArray& notes)
-    {
-        const QString work = m_tree.workPath();
-        QString reason;
-        if (!writeFile(work, notes, false, &reason) ||
-            !m_tree.moveIntoPlace(work, readNotesAddress(m_request.product, m_request.platform),
-                                  &reason))
-            m_progress.warn(QStringLiteral("what was read could not be noted, so the next "
-                                           "publication will read everything: %1")
-                                .arg(reason));
     }
 
     // The metadata knows the version, and the next publication learns it from there.
@@ -253,8 +237,7 @@ private:
     QString currentFolder() const
     {
         const BuildAddresses current = m_current.build(m_request.product, m_request.platform);
-        const QString document = addresses::onServer(current.document);
-        return document.first(document.lastIndexOf(u'/') + 1);
+        return addresses::folderOf(addresses::onServer(current.document));
     }
 
     void compareVersions(const QString& before)

@@ -1,6 +1,6 @@
 #include "publish/QuantityText.h"
 
-#include <array>
+#include <QLocale>
 
 namespace publish {
 
@@ -12,16 +12,8 @@ QString countText(qint64 count, const char* one)
 
 QString sizeText(qint64 bytes)
 {
-    static constexpr std::array units{"B", "kB", "MB", "GB", "TB"};
-    auto value = static_cast<double>(bytes);
-    std::size_t unit = 0;
-    while (value >= 999.5 && unit + 1 < units.size()) {
-        value /= 1000;
-        ++unit;
-    }
-    return QStringLiteral("%1 %2").arg(
-        QString::number(value, 'f', unit > 0 && value < 99.95 ? 1 : 0),
-        QLatin1StringView(units[unit]));
+    // Decimal units: those of a line's rate, and of the stores that bill for them.
+    return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
 QString durationText(qint64 seconds)

@@ -1,5 +1,6 @@
 #include "publish/RemoveBuilds.h"
 
+#include "package/Failure.h"
 #include "publish/Addresses.h"
 #include "publish/AssetsIdentity.h"
 #include "publish/Channels.h"
@@ -18,17 +19,7 @@ namespace publish {
 
 namespace {
 
-/// The document of a channel, or that without one, which has the empty name.
-struct NamedDocument
-{
-    QString channel;
-    MetadataDocument document;
-};
-
-QStringList subfolders(const ContentFolder& tree, const QString& folder)
-{
-    return QDir(tree.path(folder)).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-}
+using channels::NamedDocument;
 
 /// One run of removing: first what goes is found out, then no document names it any more, then it
 /// goes.
@@ -44,11 +35,8 @@ public:
 
     bool run(QString* error)
     {
-        if (!m_tree.exists(addresses::metadata)) {
-            *error = QStringLiteral("%1: nothing is published here").arg(m_tree.root());
-            return false;
-        }
-        if (!(m_request.dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
+        if (!channels::isPublished(m_tree, error) ||
+            !(m_request.dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
             !readDocuments(error) || !findBuilds(error))
             return false;
         for (NamedDocument& named : m_documents)
@@ -60,14 +48,12 @@ public:
 private:
     bool readDocuments(QString* error)
     {
+        const auto documents = channels::readAll(m_tree, error);
+        if (!documents)
+            return false;
         // The one without a channel knows what was published and so comes last: after an
         // interruption it still does.
-        for (const QString& channel : channels::all(m_tree) + QStringList(QString())) {
-            const auto document = channels::read(m_tree, channel, error);
-            if (!document)
-                return false;
-            m_documents.append({channel, *document});
-        }
+        m_documents = documents->sliced(1) + documents->first(1);
         return true;
     }
 
@@ -85,10 +71,9 @@ private:
     // In these letters: where case makes no difference, the folder may be another package's.
     bool isOnDisk(const Product& product) const
     {
-        const QFileInfo folder(m_tree.path(product.folder().chopped(1)));
-        return QDir(folder.path())
-            .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-            .contains(folder.fileName());
+        const QString folder = product.folder().chopped(1);
+        const qsizetype name = folder.lastIndexOf(u'/') + 1;
+        return m_tree.subfolders(folder.first(name)).contains(folder.sliced(name));
     }
 
     // On the disk, whatever the documents say: those of a removal that was interrupted say nothing.
@@ -96,10 +81,10 @@ private:
     {
         const Product& product = m_request.product;
         const QStringList versions =
-            isOnDisk(product) ? subfolders(m_tree, product.folder()) : QStringList();
+            isOnDisk(product) ? m_tree.subfolders(product.folder()) : QStringList();
         for (const QString& version : versions) {
             const QString folder = product.folder() + version + u'/';
-            for (const QString& build : subfolders(m_tree, folder)) {
+            for (const QString& build : m_tree.subfolders(folder)) {
                 if (!m_request.platform || m_request.platform->folderName() == build + u'/')
                     m_builds.append(folder + build + u'/');
             }
@@ -112,14 +97,12 @@ private:
         }
         QStringList known;
         for (const Platform& platform : m_documents.last().document.publishedPlatforms(product))
-            known.append(platform.os + u' ' + platform.architecture);
-        *error =
-            known.isEmpty()
-                ? QStringLiteral("nothing was published of %1").arg(product.label())
-                : QStringLiteral("%1 has no build for %2 %3; there are: %4")
-                      .arg(product.label(), m_request.platform->os,
-                           m_request.platform->architecture, known.join(QLatin1StringView(", ")));
-        return false;
+            known.append(platform.label());
+        return fail(error, known.isEmpty()
+                               ? QStringLiteral("nothing was published of %1").arg(product.label())
+                               : QStringLiteral("%1 has no build for %2; there are: %3")
+                                     .arg(product.label(), m_request.platform->label(),
+                                          known.join(QLatin1StringView(", "))));
     }
 
     void takeOut(NamedDocument& named)
@@ -149,7 +132,7 @@ private:
         QStringList versions = document.history(m_request.product);
         versions.removeIf([this](const QString& version) {
             const QString folder = m_request.product.versionFolder(version);
-            const QStringList builds = subfolders(m_tree, folder);
+            const QStringList builds = m_tree.subfolders(folder);
             return std::all_of(builds.begin(), builds.end(), [this, &folder](const QString& name) {
                 return m_builds.contains(folder + name + u'/');
             });
@@ -194,10 +177,9 @@ private:
             BuildAddresses build = document.build(m_request.product, platform);
             if (build.assetsVersion.isEmpty())
                 continue;
-            const QString folder = addresses::onServer(build.document);
+            const QString folder = addresses::folderOf(addresses::onServer(build.document));
             QString identity;
-            if (!assetsidentity::provide(m_tree, folder.first(folder.lastIndexOf(u'/') + 1),
-                                         QString(), identity, error))
+            if (!assetsidentity::provide(m_tree, folder, QString(), identity, error))
                 return false;
             build.assetsVersion = addresses::prefixOf(build.document) + identity;
             document.setBuild(m_request.product, platform, build);

@@ -53,11 +53,6 @@ bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata,
     return true;
 }
 
-QString platformName(const Platform& platform)
-{
-    return platform.os + u' ' + platform.architecture;
-}
-
 // Whatever is left of the version there: what is missing is told when it is looked at.
 bool hasVersion(const ContentFolder& tree, const Product& product, const QString& version,
                 const Platform& platform)
@@ -75,7 +70,7 @@ QList<Platform> findPlatforms(const ContentFolder& tree, const SwitchRequest& re
     const QList<Platform> known = published.publishedPlatforms(product);
     if (request.platform && !known.contains(*request.platform)) {
         *error = QStringLiteral("%1 has no build for %2")
-                     .arg(product.label(), platformName(*request.platform));
+                     .arg(product.label(), request.platform->label());
         return {};
     }
     QList<Platform> having;
@@ -84,13 +79,13 @@ QList<Platform> findPlatforms(const ContentFolder& tree, const SwitchRequest& re
         if (history.contains(request.version) && request.platform.value_or(platform) == platform &&
             hasVersion(tree, product, request.version, platform)) {
             having.append(platform);
-            names.append(platformName(platform));
+            names.append(platform.label());
         }
     }
     if (having.size() == 1 || having == known)
         return having;
     const QString where =
-        request.platform ? QLatin1StringView(" for ") + platformName(*request.platform) : QString();
+        request.platform ? QLatin1StringView(" for ") + request.platform->label() : QString();
     *error = having.isEmpty()
                  ? QStringLiteral("%1 has no version %2%3; there are: %4")
                        .arg(product.label(), request.version, where,
@@ -153,12 +148,8 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
                                  identity, error))
         return false;
     // Present addresses go on beginning as they do.
-    const QString prefix = addresses::prefixOf(old.document);
     metadata.setBuild(product, platform,
-                      {prefix + folder + addresses::packageDocument,
-                       prefix + folder + addresses::versionText,
-                       identity.isEmpty() ? QString() : prefix + folder + addresses::assetList,
-                       identity.isEmpty() ? QString() : prefix + identity});
+                      buildAddresses(addresses::prefixOf(old.document), folder, identity));
     return true;
 }
 
@@ -199,11 +190,10 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
 QStringList switchVersion(const SwitchRequest& request)
 {
     ContentFolder tree(request.content);
-    if (!tree.exists(addresses::metadata))
-        return {QStringLiteral("%1: nothing is published here").arg(request.content)};
     QString error;
-    return tree.openForWriting(&error, ContentFolder::Purpose::WayOut) ? switchInTree(tree, request)
-                                                                       : QStringList(error);
+    const bool isOpen = channels::isPublished(tree, &error) &&
+                        tree.openForWriting(&error, ContentFolder::Purpose::WayOut);
+    return isOpen ? switchInTree(tree, request) : QStringList(error);
 }
 
 } // namespace publish

@@ -3,11 +3,11 @@
 #include "package/PackageClient.h"
 #include "package/Sizes.h"
 #include "publish/Addresses.h"
-#include "publish/AssetsIdentity.h"
 #include "publish/ContentSource.h"
 #include "publish/JobRunner.h"
 #include "publish/NameRules.h"
 #include "publish/VerifyBuilds.h"
+#include "publish/VerifyDocuments.h"
 #include "publish/VerifyFile.h"
 #include "publish/VerifyHints.h"
 #include "publish/VerifyOptions.h"
@@ -130,92 +130,19 @@ private:
         m_seenDocuments.insert(addresses::onServer(build.url.toString()));
         const QString product =
             wanted.product.isLauncher ? QStringLiteral("launcher") : wanted.product.directory;
-        const Place place{
+        const BuildPlace place{
             QStringLiteral("%1%2 (%3 %4)").arg(product, version, build.os, build.architecture),
             publishingCommand(wanted, m_options.channel)};
-        const auto doc = readDocument(build, place);
+        const auto doc = readDocument(m_run, build, place);
         if (!doc)
             return;
-        const QList<OrlFile> assets = readAssets(build, place);
+        const QList<OrlFile> assets = readAssets(m_run, build, place);
         checkPaths(doc->files + assets, place, folder);
         collect(doc->files, build.url, place);
         collect(assets, build.assetsurl, place);
     }
 
-    /// What the faults of a build begin with, and what mends them.
-    struct Place
-    {
-        QString where;
-        QString command;
-    };
-
-    std::optional<OrlPackageDoc> readDocument(const LauncherBuild& build, const Place& place)
-    {
-        const auto& [where, command] = place;
-        const QString address = build.url.toString();
-        const QString version =
-            QString::fromUtf8(m_run.fetch(where, build.versionurl.toString(), command)).trimmed();
-        const QByteArray bytes = m_run.fetch(where, address, command);
-        if (bytes.isEmpty())
-            return std::nullopt;
-        QString error;
-        OrlPackageDoc doc = parsePackageDoc(bytes, &error);
-        if (!error.isEmpty() || doc.files.isEmpty()) {
-            m_run.addFault(where,
-                           QStringLiteral("%1 is no package document with files").arg(address),
-                           command);
-            return std::nullopt;
-        }
-        if (!version.isEmpty() && version != doc.version)
-            m_run.addFault(where,
-                           QStringLiteral("the version text is '%1' but the document is of '%2'")
-                               .arg(version, doc.version),
-                           command);
-        if (!hasFile(doc.files, doc.executable))
-            m_run.addFault(
-                where,
-                QStringLiteral("the executable '%1' is not among the files").arg(doc.executable),
-                command);
-        return doc;
-    }
-
-    static bool hasFile(const QList<OrlFile>& files, const QString& path)
-    {
-        return std::any_of(files.begin(), files.end(),
-                           [&path](const OrlFile& file) { return file.localfile == path; });
-    }
-
-    QList<OrlFile> readAssets(const LauncherBuild& build, const Place& place)
-    {
-        const auto& [where, command] = place;
-        if (build.assetsurl.isEmpty())
-            return {};
-        const QByteArray list = m_run.fetch(where, build.assetsurl.toString(), command);
-        const QString identity =
-            build.assetsversionurl.isEmpty()
-                ? QString()
-                : QString::fromUtf8(m_run.fetch(where, build.assetsversionurl.toString(), command))
-                      .trimmed();
-        if (list.isEmpty())
-            return {};
-        QString error;
-        const QList<OrlFile> files = parseAssetList(list, &error);
-        if (!error.isEmpty()) {
-            m_run.addFault(where,
-                           QStringLiteral("%1 is no asset list").arg(build.assetsurl.toString()),
-                           command);
-            return {};
-        }
-        // Launchers take any text, but only the hash shows a list that came without its identity.
-        if (!identity.isEmpty() && !assetsidentity::belongsTo(identity, list))
-            m_run.addFault(where,
-                           QStringLiteral("%1 belongs to another asset list")
-                               .arg(build.assetsversionurl.toString()),
-                           command);
-        return files;
-    }
-
-    void checkPaths(const QList<OrlFile>& files, const Place& place, const QString& folder)
+    void checkPaths(const QList<OrlFile>& files, const BuildPlace& place, const QString& folder)
     {
         QStringList paths;
         for (const OrlFile& file : files)
@@ -225,7 +152,7 @@ private:
     }
 
     // Takes the files for reading, each packed file once.
-    void collect(const QList<OrlFile>& files, const QUrl& document, const Place& place)
+    void collect(const QList<OrlFile>& files, const QUrl& document, const BuildPlace& place)
     {
         const QUrl base = document.adjusted(QUrl::RemoveFilename);
         for (const OrlFile& file : files) {

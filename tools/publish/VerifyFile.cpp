@@ -1,5 +1,6 @@
 #include "publish/VerifyFile.h"
 
+#include "package/AloneDecoder.h"
 #include "package/Sizes.h"
 #include "package/Unpack.h"
 #include "publish/ContentSource.h"
@@ -17,8 +18,6 @@ namespace publish {
 
 namespace {
 
-constexpr qsizetype headerSize = 13;
-
 QString entryFault(const OrlFile& file)
 {
     if (!isHashText(file.packedhash) || !isHashText(file.unpackedhash))
@@ -33,13 +32,12 @@ QString entryFault(const OrlFile& file)
 // The form that every tool for such files reads.
 QString headerFault(const QByteArray& body, const OrlFile& file)
 {
-    if (body.size() < headerSize)
+    if (body.size() < AloneDecoder::headerSize)
         return QStringLiteral("the packed file ends in its header");
     const auto dictionary = qFromLittleEndian<quint32>(body.constData() + 1);
     if (!std::has_single_bit(dictionary))
         return QStringLiteral("the dictionary of %1 bytes is no power of two").arg(dictionary);
-    const auto declared = qFromLittleEndian<quint64>(body.constData() + 5);
-    if (declared != static_cast<quint64>(file.unpackedsize))
+    if (AloneDecoder::statedSize(body) != static_cast<quint64>(file.unpackedsize))
         return QStringLiteral("the packed file declares another size than its entry");
     return {};
 }

@@ -62,7 +62,7 @@ int run(const QStringList& arguments)
             return command.run(arguments);
     }
     const QString fault = first.isEmpty() ? QStringLiteral("no command is given")
-                                          : QStringLiteral("'%1' is no command").arg(first);
+                                          : QStringLiteral("unknown command '%1'").arg(first);
     return tellWrongUsage(arguments, fault, QStringLiteral("--help"));
 }
 

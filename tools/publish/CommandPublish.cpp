@@ -1,10 +1,8 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
-#include "publish/HintsPublication.h"
 #include "publish/Publication.h"
 #include "publish/PublishRequest.h"
 #include "publish/PublishText.h"
-#include "publish/QuantityText.h"
 
 namespace publish {
 
@@ -31,14 +29,6 @@ void addBuildOptions(CommandLine& line)
     line.require("executable");
 }
 
-QString publicUrl(const CommandLine& line)
-{
-    QString url = line.value("public-url");
-    while (url.endsWith(u'/'))
-        url.chop(1);
-    return url;
-}
-
 PublishRequest buildRequest(const CommandLine& line)
 {
     PublishRequest request;
@@ -47,13 +37,35 @@ PublishRequest buildRequest(const CommandLine& line)
     request.version = line.value("version");
     request.executable = line.value("executable");
     request.platform = {line.value("os"), line.value("architecture")};
-    request.publicUrl = publicUrl(line);
+    request.publicUrl = line.publicUrl();
     request.packing = line.packSettings();
     request.packing.reread = line.isSet("reread");
     request.channel = line.value("channel");
     request.stage = line.isSet("stage");
     request.dryRun = line.isSet("dry-run");
     return request;
+}
+
+void addPackageOptions(CommandLine& line)
+{
+    line.addOption("directory", "Folder of the package on the player's machine.", "NAME", "Quelra");
+    line.addOption("name",
+                   "Name of the package for players. Like the options down to "
+                   "--install-automatically it stays as it was when it is not given.",
+                   "NAME");
+    line.addOption("variant", "Variant word of the package.", "WORD");
+    line.addOption("logo-link", "Where the maker's logo leads.", "URL");
+    line.addOption(
+        "install-automatically",
+        "Install without a click while nothing is installed; --install-on-click ends it.");
+    line.addOption("install-on-click", "Install after a click only; so it is at first.");
+    line.addOption("generation",
+                   "Free text of this version that reaches the client's package.json.", "TEXT");
+    line.addOption(
+        "assets",
+        "Files in this folder are delivered as assets: a part of INPUT if there is one of this "
+        "name, or else a folder of its own.",
+        "FOLDER");
 }
 
 // Nothing when the options go together.
@@ -88,24 +100,7 @@ int commands::package(const QStringList& arguments)
                                     "package, and makes it the current one."),
                      {QStringLiteral("INPUT"), QStringLiteral("CONTENT")});
     addBuildOptions(line);
-    line.addOption("directory", "Folder of the package on the player's machine.", "NAME", "Quelra");
-    line.addOption("name",
-                   "Name of the package for players. Like the options down to "
-                   "--install-automatically it stays as it was when it is not given.",
-                   "NAME");
-    line.addOption("variant", "Variant word of the package.", "WORD");
-    line.addOption("logo-link", "Where the maker's logo leads.", "URL");
-    line.addOption(
-        "install-automatically",
-        "Install without a click while nothing is installed; --install-on-click ends it.");
-    line.addOption("install-on-click", "Install after a click only; so it is at first.");
-    line.addOption("generation",
-                   "Free text of this version that reaches the client's package.json.", "TEXT");
-    line.addOption(
-        "assets",
-        "Files in this folder are delivered as assets: a part of INPUT if there is one of this "
-        "name, or else a folder of its own.",
-        "FOLDER");
+    addPackageOptions(line);
     if (const auto code = line.parse(arguments))
         return *code;
     if (line.isSet("install-automatically") && line.isSet("install-on-click"))
@@ -140,36 +135,6 @@ int commands::launcher(const QStringList& arguments)
     PublishRequest request = buildRequest(line);
     request.product = {true, QString()};
     return run(line, request);
-}
-
-int commands::hints(const QStringList& arguments)
-{
-    CommandLine line(QStringLiteral("hints"),
-                     QStringLiteral("Checks the hints document FILE and installs it with the "
-                                    "pictures that it names below \"/images/\"."),
-                     {QStringLiteral("FILE"), QStringLiteral("CONTENT")});
-    line.addOption(
-        "images",
-        "Folder of the pictures, as they lie below \"/images/\"; without it they must be "
-        "in the content already.",
-        "FOLDER");
-    line.addOption("public-url", "Writes the document's address with this one before it.", "URL");
-    line.addChannelOption("Installs the hints of this channel.");
-    if (const auto code = line.parse(arguments))
-        return *code;
-    Console console(line.outputMode());
-    HintsReport report;
-    const QStringList faults =
-        publishHints(line.argument(0), line.argument(1), line.value("images"), publicUrl(line),
-                     report, line.value("channel"));
-    for (const QString& warning : std::as_const(report.warnings))
-        console.warn(warning);
-    if (!faults.isEmpty())
-        return console.fail(faults);
-    return console.succeed(
-        {QStringLiteral("%1 with %2 installed")
-             .arg(countText(report.hints, "hint"), countText(report.pictures, "picture"))},
-        {{QStringLiteral("hints"), report.hints}, {QStringLiteral("pictures"), report.pictures}});
 }
 
 } // namespace publish

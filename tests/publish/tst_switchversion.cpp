@@ -1,15 +1,11 @@
 #include "package/LauncherMetadata.h"
 #include "publish/Addresses.h"
 #include "publish/ContentFolder.h"
-#include "publish/FolderSource.h"
+#include "publish/FourVersions.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
-#include "publish/Prune.h"
-#include "publish/PublishKit.h"
 #include "publish/PublishRequest.h"
 #include "publish/SwitchVersion.h"
-#include "publish/Verification.h"
-#include "publish/VerifyOptions.h"
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
@@ -18,41 +14,7 @@
 using namespace Qt::StringLiterals;
 using namespace publish;
 
-namespace {
-
-// Every version has a file of its own and shares one with its neighbour.
-Files filesOf(int version)
-{
-    return {{u"client"_s, "program"},
-            {u"own"_s, "own " + QByteArray::number(version)},
-            {u"old"_s, "shared " + QByteArray::number(version)},
-            {u"next"_s, "shared " + QByteArray::number(version + 1)}};
-}
-
-QString versionOf(const PublishFixture& fixture)
-{
-    const Files served = fixture.served();
-    const LauncherMetadata metadata =
-        readLauncherMetadata(served.value(addresses::metadata), nullptr);
-    return QString::fromUtf8(
-        served.value(metadata.packages.first().builds.first().versionurl.path()));
-}
-
-QStringList verifyFixture(PublishFixture& fixture)
-{
-    const auto source = std::make_unique<FolderSource>(fixture.content());
-    VerifyReport report;
-    return verifyContent(*source, {}, {2, qint64(1) << 30}, fixture.progress, report);
-}
-
-QStringList pruneFixture(PublishFixture& fixture, int keep, PruneReport& report)
-{
-    return pruneVersions(fixture.content(), keep, false, fixture.progress, report);
-}
-
-} // namespace
-
-class MaintenanceTest : public QObject
+class SwitchVersionTest : public QObject
 {
     Q_OBJECT
 
@@ -73,52 +35,40 @@ private Q_SLOTS:
     void switchRefusesADamagedVersion();
     void switchListsSomeFaultsAndCountsTheRest();
     void switchRefusesAFileThatBecomesAFolder();
-    void prunesDownToTheCurrentVersion();
-    void keepsLatestBesidesTheCurrentOne();
-    void keepsACurrentVersionThatIsOld();
-    void dryRunRemovesNothing();
-    void pruneRemovesWhatNobodyNames();
-    void pruneRemovesNothingWhenACurrentDocumentIsDamaged();
-    void prunedFilesArePackedAgain();
-    void pruneCountsEachProductForItself();
 
 private:
-    QStringList publishLauncher(const QString& version);
     void publishFor(const QString& architecture, const QString& version);
 
-    std::unique_ptr<PublishFixture> m_fixture;
+    std::unique_ptr<FourVersions> m_fixture;
 };
 
-void MaintenanceTest::init()
+void SwitchVersionTest::init()
 {
-    m_fixture = std::make_unique<PublishFixture>();
-    for (int version = 1; version <= 4; ++version)
-        QCOMPARE(m_fixture->publishFiles(QString::number(version), filesOf(version)),
-                 QStringList());
+    m_fixture = std::make_unique<FourVersions>();
+    QCOMPARE(m_fixture->fill(), QStringList());
 }
 
-QStringList MaintenanceTest::publishLauncher(const QString& version)
+void SwitchVersionTest::publishFor(const QString& architecture, const QString& version)
 {
-    m_fixture->setInput({{u"client"_s, launcherProgram(version)}});
     PublishRequest request = m_fixture->request(version);
-    request.product = {true, {}};
-    return m_fixture->run(request);
+    request.platform = {u"windows"_s, architecture};
+    QCOMPARE(m_fixture->run(request), QStringList());
 }
 
-void MaintenanceTest::switchesBackAndForth()
+void SwitchVersionTest::switchesBackAndForth()
 {
     const Files before = m_fixture->served();
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}), QStringList());
-    QCOMPARE(versionOf(*m_fixture), u"2"_s);
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(m_fixture->currentVersion(), u"2"_s);
+    QCOMPARE(m_fixture->verify(), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
     QCOMPARE(m_fixture->served(), before);
 }
 
-void MaintenanceTest::switchKeepsThePublicAddress()
+void SwitchVersionTest::switchKeepsThePublicAddress()
 {
     PublishRequest request = m_fixture->request(u"5"_s);
-    m_fixture->setInput(filesOf(5));
+    m_fixture->setInput(FourVersions::filesOf(5));
     request.publicUrl = u"https://cdn.example/game"_s;
     QCOMPARE(m_fixture->run(request), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}), QStringList());
@@ -128,7 +78,7 @@ void MaintenanceTest::switchKeepsThePublicAddress()
              u"https://cdn.example/game/launcher/packages/Quelra/1/windows-x86_64/package.json"_s);
 }
 
-void MaintenanceTest::switchDropsAssetsThatTheVersionLacks()
+void SwitchVersionTest::switchDropsAssetsThatTheVersionLacks()
 {
     PublishRequest request = m_fixture->request(u"5"_s);
     m_fixture->setInput({{u"client"_s, "x"}, {u"assets/a"_s, "a"}});
@@ -145,10 +95,10 @@ void MaintenanceTest::switchDropsAssetsThatTheVersionLacks()
     QVERIFY(build().assetsversionurl.isEmpty());
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"5"_s}), QStringList());
     QVERIFY(!build().assetsurl.isEmpty());
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(m_fixture->verify(), QStringList());
 }
 
-void MaintenanceTest::switchRefusesWhatIsNotThere()
+void SwitchVersionTest::switchRefusesWhatIsNotThere()
 {
     const Files before = m_fixture->served();
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"5"_s}).size(), 1);
@@ -162,56 +112,49 @@ void MaintenanceTest::switchRefusesWhatIsNotThere()
     QCOMPARE(m_fixture->served(), before);
 }
 
-void MaintenanceTest::switchRefusesAVersionThatWasNeverCurrent()
+void SwitchVersionTest::switchRefusesAVersionThatWasNeverCurrent()
 {
     writeFiles(m_fixture->content(),
                {{u"launcher/packages/Quelra/9/windows-x86_64/package.json"_s, "{}"}});
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"9"_s}).size(), 1);
-    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+    QCOMPARE(m_fixture->currentVersion(), u"4"_s);
 }
 
-void MaintenanceTest::switchAsksWhichOfSeveralPackages()
+void SwitchVersionTest::switchAsksWhichOfSeveralPackages()
 {
     PublishRequest request = m_fixture->request(u"1"_s);
     request.product.directory = u"Other"_s;
     QCOMPARE(m_fixture->run(request), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}).size(), 1);
-    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+    QCOMPARE(m_fixture->currentVersion(), u"4"_s);
     QCOMPARE(switchVersion({m_fixture->content(), Product{false, u"Quelra"_s}, {}, u"1"_s}),
              QStringList());
-    QCOMPARE(versionOf(*m_fixture), u"1"_s);
+    QCOMPARE(m_fixture->currentVersion(), u"1"_s);
 }
 
-void MaintenanceTest::switchesTheLauncherAlone()
+void SwitchVersionTest::switchesTheLauncherAlone()
 {
     for (const QString& version : {u"1"_s, u"2"_s})
-        QCOMPARE(publishLauncher(version), QStringList());
+        QCOMPARE(m_fixture->publishLauncher(version), QStringList());
     QCOMPARE(switchVersion({m_fixture->content(), Product{true, {}}, {}, u"1"_s}), QStringList());
     const LauncherMetadata metadata =
         readLauncherMetadata(m_fixture->served().value(addresses::metadata), nullptr);
     QVERIFY(metadata.launcherBuilds.first().url.path().startsWith(u"/launcher/self/1/"_s));
-    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+    QCOMPARE(m_fixture->currentVersion(), u"4"_s);
 }
 
-void MaintenanceTest::publishFor(const QString& architecture, const QString& version)
-{
-    PublishRequest request = m_fixture->request(version);
-    request.platform = {u"windows"_s, architecture};
-    QCOMPARE(m_fixture->run(request), QStringList());
-}
-
-void MaintenanceTest::switchFindsTheOnlyPlatformThatHasTheVersion()
+void SwitchVersionTest::switchFindsTheOnlyPlatformThatHasTheVersion()
 {
     publishFor(u"arm64"_s, u"4"_s);
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
-    QCOMPARE(versionOf(*m_fixture), u"3"_s);
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(m_fixture->currentVersion(), u"3"_s);
+    QCOMPARE(m_fixture->verify(), QStringList());
     const Files served = m_fixture->served();
     QVERIFY(served.value(addresses::metadata)
                 .contains("/launcher/packages/Quelra/4/windows-arm64/package.json"));
 }
 
-void MaintenanceTest::switchesAllPlatformsInOneStep()
+void SwitchVersionTest::switchesAllPlatformsInOneStep()
 {
     publishFor(u"arm64"_s, u"4"_s);
     publishFor(u"arm64"_s, u"5"_s);
@@ -220,10 +163,10 @@ void MaintenanceTest::switchesAllPlatformsInOneStep()
     const QByteArray metadata = m_fixture->served().value(addresses::metadata);
     QVERIFY(metadata.contains("/launcher/packages/Quelra/4/windows-x86_64/package.json"));
     QVERIFY(metadata.contains("/launcher/packages/Quelra/4/windows-arm64/package.json"));
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
+    QCOMPARE(m_fixture->verify(), QStringList());
 }
 
-void MaintenanceTest::switchesNoPlatformWhenOneIsDamaged()
+void SwitchVersionTest::switchesNoPlatformWhenOneIsDamaged()
 {
     publishFor(u"arm64"_s, u"4"_s);
     publishFor(u"arm64"_s, u"5"_s);
@@ -235,7 +178,7 @@ void MaintenanceTest::switchesNoPlatformWhenOneIsDamaged()
     QCOMPARE(m_fixture->served(), before);
 }
 
-void MaintenanceTest::switchAsksWhichOfSeveralPlatforms()
+void SwitchVersionTest::switchAsksWhichOfSeveralPlatforms()
 {
     publishFor(u"arm64"_s, u"4"_s);
     publishFor(u"x86"_s, u"5"_s);
@@ -247,10 +190,10 @@ void MaintenanceTest::switchAsksWhichOfSeveralPlatforms()
     QCOMPARE(m_fixture->served(), before);
     QCOMPARE(switchVersion({m_fixture->content(), {}, Platform{u"windows"_s, u"x86_64"_s}, u"4"_s}),
              QStringList());
-    QCOMPARE(versionOf(*m_fixture), u"4"_s);
+    QCOMPARE(m_fixture->currentVersion(), u"4"_s);
 }
 
-void MaintenanceTest::switchRefusesADamagedVersion_data()
+void SwitchVersionTest::switchRefusesADamagedVersion_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("way");
@@ -265,7 +208,7 @@ void MaintenanceTest::switchRefusesADamagedVersion_data()
     QTest::newRow("empty packed file") << QString() << u"empty"_s << command;
 }
 
-void MaintenanceTest::switchRefusesADamagedVersion()
+void SwitchVersionTest::switchRefusesADamagedVersion()
 {
     QFETCH(QString, name);
     QFETCH(QString, way);
@@ -293,7 +236,7 @@ void MaintenanceTest::switchRefusesADamagedVersion()
     QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}), QStringList());
 }
 
-void MaintenanceTest::switchListsSomeFaultsAndCountsTheRest()
+void SwitchVersionTest::switchListsSomeFaultsAndCountsTheRest()
 {
     Files files{{u"client"_s, "program"}};
     for (int i = 0; i < 30; ++i)
@@ -311,7 +254,7 @@ void MaintenanceTest::switchListsSomeFaultsAndCountsTheRest()
 }
 
 // No publication makes such a change, but one of its versions may have come from elsewhere.
-void MaintenanceTest::switchRefusesAFileThatBecomesAFolder()
+void SwitchVersionTest::switchRefusesAFileThatBecomesAFolder()
 {
     QCOMPARE(m_fixture->publishFiles(u"5"_s, {{u"client"_s, "5"}, {u"free"_s, "5"}}),
              QStringList());
@@ -328,108 +271,5 @@ void MaintenanceTest::switchRefusesAFileThatBecomesAFolder()
     QCOMPARE(m_fixture->served(), before);
 }
 
-void MaintenanceTest::prunesDownToTheCurrentVersion()
-{
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
-    QCOMPARE(report.keptVersions, QStringList(u"Quelra 4"_s));
-    QCOMPARE(report.removedVersions, (QStringList{u"Quelra 1"_s, u"Quelra 2"_s, u"Quelra 3"_s}));
-    // Three own files, and the shared ones 1 to 3.
-    QCOMPARE(report.removedFiles, 6);
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-    PublishFixture fresh;
-    QCOMPARE(fresh.publishFiles(u"4"_s, filesOf(4)), QStringList());
-    QCOMPARE(m_fixture->served(), fresh.served());
-    // A second run finds nothing more.
-    report = {};
-    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
-    QCOMPARE(report.removedFiles, 0);
-    QCOMPARE(report.removedVersions, QStringList());
-}
-
-void MaintenanceTest::keepsLatestBesidesTheCurrentOne()
-{
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
-    QCOMPARE(report.keptVersions, (QStringList{u"Quelra 3"_s, u"Quelra 4"_s}));
-    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"3"_s}), QStringList());
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"2"_s}).size(), 1);
-}
-
-void MaintenanceTest::keepsACurrentVersionThatIsOld()
-{
-    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"1"_s}), QStringList());
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
-    QCOMPARE(report.keptVersions, (QStringList{u"Quelra 1"_s, u"Quelra 4"_s}));
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-    QCOMPARE(switchVersion({m_fixture->content(), {}, {}, u"4"_s}), QStringList());
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-}
-
-void MaintenanceTest::dryRunRemovesNothing()
-{
-    const Files before = m_fixture->served();
-    PruneReport report;
-    QCOMPARE(pruneVersions(m_fixture->content(), 0, true, m_fixture->progress, report),
-             QStringList());
-    QCOMPARE(report.removedFiles, 6);
-    QCOMPARE(m_fixture->served(), before);
-}
-
-void MaintenanceTest::pruneRemovesWhatNobodyNames()
-{
-    const Files before = m_fixture->served();
-    writeFiles(m_fixture->content(),
-               {{u"launcher/files/ab/abandoned.lzma"_s, "x"},
-                {u"launcher/packages/Quelra/unfinished/windows-x86_64/package.json"_s, "{}"},
-                {u"launcher/packages/Gone/1/windows-x86_64/package.json"_s, "{}"}});
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 9, report), QStringList());
-    QCOMPARE(m_fixture->served(), before);
-}
-
-void MaintenanceTest::pruneRemovesNothingWhenACurrentDocumentIsDamaged()
-{
-    const QString path = u"launcher/packages/Quelra/4/windows-x86_64/package.json"_s;
-    const QByteArray good = testfiles::read(m_fixture->content() + u'/' + path);
-    for (const QByteArray& bad : {QByteArray(), QByteArray("{"), good.chopped(1)}) {
-        writeFiles(m_fixture->content(), {{path, bad}});
-        const Files served = m_fixture->served();
-        PruneReport report;
-        QCOMPARE(pruneFixture(*m_fixture, 1, report).size(), 1);
-        QCOMPARE(m_fixture->served(), served);
-    }
-    writeFiles(m_fixture->content(), {{path, good}});
-    QFile::remove(m_fixture->content() +
-                  u"/launcher/packages/Quelra/4/windows-x86_64/package.json"_s);
-    const Files before = m_fixture->served();
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 1, report).size(), 1);
-    QCOMPARE(m_fixture->served(), before);
-}
-
-void MaintenanceTest::prunedFilesArePackedAgain()
-{
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 0, report), QStringList());
-    QCOMPARE(m_fixture->publishFiles(u"5"_s, filesOf(1)), QStringList());
-    QCOMPARE(m_fixture->report.packed, 3);
-    QCOMPARE(m_fixture->report.reused, 1);
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-}
-
-void MaintenanceTest::pruneCountsEachProductForItself()
-{
-    for (const QString& version : {u"1"_s, u"2"_s})
-        QCOMPARE(publishLauncher(version), QStringList());
-    PruneReport report;
-    QCOMPARE(pruneFixture(*m_fixture, 1, report), QStringList());
-    QCOMPARE(report.keptVersions,
-             (QStringList{u"Quelra 3"_s, u"Quelra 4"_s, u"the launcher 1"_s, u"the launcher 2"_s}));
-    QCOMPARE(verifyFixture(*m_fixture), QStringList());
-}
-
-VORNAK_TEST_MAIN(MaintenanceTest)
-#include "tst_maintenance.moc"
+VORNAK_TEST_MAIN(SwitchVersionTest)
+#include "tst_switchversion.moc"

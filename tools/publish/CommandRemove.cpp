@@ -39,9 +39,7 @@ int commands::remove(const QStringList& arguments)
     if (!faults.isEmpty())
         return console.fail(faults);
     const QString what =
-        request.platform
-            ? QStringLiteral(" for %1 %2").arg(request.platform->os, request.platform->architecture)
-            : QString();
+        request.platform ? QStringLiteral(" for %1").arg(request.platform->label()) : QString();
     return console.succeed(
         {QStringLiteral("%1 %2 of %3%4; 'prune' removes the packed files that nothing else needs")
              .arg(request.dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),

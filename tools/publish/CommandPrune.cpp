@@ -1,0 +1,59 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/Prune.h"
+#include "publish/QuantityText.h"
+
+#include <QJsonArray>
+
+namespace publish {
+
+namespace {
+
+QString pruneLine(const PruneReport& report, bool dryRun)
+{
+    const qsizetype left = report.keptVersions.size();
+    return QStringLiteral("%1 %2 and %3 of %4; %5 %6")
+        .arg(dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),
+             countText(report.removedVersions.size(), "version"),
+             countText(report.removedFiles, "packed file"), sizeText(report.removedBytes),
+             countText(left, "version"),
+             left == 1 ? QStringLiteral("stays") : QStringLiteral("stay"));
+}
+
+} // namespace
+
+int commands::prune(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("prune"),
+                     QStringLiteral("Removes old versions, and packed files that no version needs "
+                                    "any more. Players who are installing an old version at this "
+                                    "moment fail and begin anew, so keep what was current lately."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("keep",
+                   "How many of the latest versions to keep besides the current one; the versions "
+                   "of each package and of the launcher count for themselves.",
+                   "N");
+    line.addOption("dry-run", "Only tells what would be removed; needs no right to write.");
+    line.require("keep");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    bool isNumber = false;
+    const int keep = line.value("keep").toInt(&isNumber);
+    if (!isNumber || keep < 0)
+        return line.wrongUsage(
+            QStringLiteral("'%1' is not a number of versions").arg(line.value("keep")));
+    Console console(line.outputMode());
+    PruneReport report;
+    const bool dryRun = line.isSet("dry-run");
+    const QStringList faults = pruneVersions(line.argument(0), keep, dryRun, console, report);
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    return console.succeed(
+        {pruneLine(report, dryRun)},
+        {{QStringLiteral("kept"), QJsonArray::fromStringList(report.keptVersions)},
+         {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedVersions)},
+         {QStringLiteral("removedfiles"), report.removedFiles},
+         {QStringLiteral("removedbytes"), report.removedBytes}});
+}
+
+} // namespace publish

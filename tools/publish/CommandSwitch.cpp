@@ -1,0 +1,46 @@
+#include "publish/CommandLine.h"
+#include "publish/Commands.h"
+#include "publish/SwitchVersion.h"
+
+namespace publish {
+
+int commands::switchTo(const QStringList& arguments)
+{
+    CommandLine line(QStringLiteral("switch"),
+                     QStringLiteral("Makes a version current that was published before: a rollback "
+                                    "in one step. Nothing changes when its documents or packed "
+                                    "files are not all there. --os and --architecture are needed "
+                                    "only when several platforms have the version."),
+                     {QStringLiteral("CONTENT")});
+    line.addOption("version", "The version.", "VERSION");
+    line.addOption("directory", "Folder of the package; needed when there are several.", "NAME");
+    line.addOption("launcher", "Switches the launcher itself instead of a package.");
+    line.addPlatformOptions("", "");
+    line.addChannelOption("Switches what the players in this channel get.");
+    line.require("version");
+    if (const auto code = line.parse(arguments))
+        return *code;
+    if (line.isSet("directory") && line.isSet("launcher"))
+        return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
+    if (line.isSet("os") != line.isSet("architecture"))
+        return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
+    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version"),
+                          line.value("channel")};
+    if (line.isSet("launcher"))
+        request.product = Product{true, QString()};
+    else if (line.isSet("directory"))
+        request.product = Product{false, line.value("directory")};
+    if (line.isSet("os"))
+        request.platform = Platform{line.value("os"), line.value("architecture")};
+    Console console(line.outputMode());
+    const QStringList faults = switchVersion(request);
+    if (!faults.isEmpty())
+        return console.fail(faults);
+    const QString where = request.channel.isEmpty()
+                              ? QString()
+                              : QStringLiteral(" in channel %1").arg(request.channel);
+    return console.succeed({QStringLiteral("version %1 is current").arg(request.version) + where},
+                           {{QStringLiteral("version"), request.version}});
+}
+
+} // namespace publish
