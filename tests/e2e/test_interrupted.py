@@ -4,6 +4,7 @@ import hashlib
 import json
 import os
 import random
+import shutil
 import time
 import unittest
 
@@ -61,7 +62,7 @@ class Killed(kit.EndToEnd):
             # From nothing in every other round, from the old version in the rest.
             if round_number % 2 == 0:
                 self.assertTrue(self.launcher.home.exists())
-                kit.shutil.rmtree(self.launcher.home / "data")
+                shutil.rmtree(self.launcher.home / "data")
             self.launcher.start("--patch")
             time.sleep(chance.uniform(0.02, whole))
             finished = self.launcher.process.poll() is not None
