@@ -10,11 +10,9 @@
 
 #include <QApplication>
 #include <QFile>
-#include <QFontDatabase>
 #include <QImageReader>
 #include <QLoggingCategory>
 #include <QStyleFactory>
-#include <QThreadPool>
 #include <QTimer>
 
 namespace {
@@ -45,14 +43,6 @@ void writeLauncherPath()
                  qUtf8Printable(file.errorString()));
 }
 
-// Finding the system's fonts takes about as long as decoding the window's background, and the first
-// window needs both. Nothing of the program's own runs on the other thread; anything that asks Qt
-// for a font before then waits.
-void findFontsMeanwhile()
-{
-    QThreadPool::globalInstance()->start([] { QFontDatabase::families(); });
-}
-
 PackageClient* makeClient()
 {
     auto* client = new PackageClient(qApp);
@@ -81,7 +71,6 @@ int main(int argc, char* argv[])
 #endif
     if (tryDevAutoplay())
         return 0;
-    findFontsMeanwhile();
 
     auto* client = makeClient();
     settleProgramFiles(selfUpdateFolder(client->dataFolder()),
@@ -91,7 +80,6 @@ int main(int argc, char* argv[])
     // object would kill it.
     auto* window = new LauncherWindow(client);
     window->show();
-    QThreadPool::globalInstance()->waitForDone();
     // The window is painted before the first request, which loads what encrypted ones would need.
     // Within the event loop, since a window that is closed before it begins does not end it.
     QTimer::singleShot(0, window, [window] {
