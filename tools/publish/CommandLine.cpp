@@ -5,6 +5,8 @@
 
 #include <QThread>
 
+#include <utility>
+
 namespace publish {
 
 namespace {
@@ -43,10 +45,9 @@ int showText(const QString& text)
     return printResult(text.trimmed().split(u'\n')) ? Done : Failed;
 }
 
-CommandLine::CommandLine(const QString& command, const QString& description,
-                         const QStringList& positional)
-    : m_command(command)
-    , m_positional(positional)
+CommandLine::CommandLine(QString command, const QString& description, QStringList positional)
+    : m_command(std::move(command))
+    , m_positional(std::move(positional))
 {
     m_parser.setApplicationDescription(description);
     m_parser.addOption(

@@ -25,7 +25,7 @@ class CommandLine
 {
 public:
     /// `positional` are the names of the arguments without an option, in order.
-    CommandLine(const QString& command, const QString& description, const QStringList& positional);
+    CommandLine(QString command, const QString& description, QStringList positional);
 
     void addOption(const char* name, const char* description, const char* value = "",
                    const char* fallback = "");
