@@ -2,6 +2,7 @@
 #include "support/IsolatedHome.h"
 
 #include <QSignalSpy>
+#include <QTest>
 #include <QTimer>
 
 #include <memory>

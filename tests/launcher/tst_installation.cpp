@@ -8,6 +8,7 @@
 #include "support/TestFiles.h"
 
 #include <QSignalSpy>
+#include <QTest>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
