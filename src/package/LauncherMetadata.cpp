@@ -1,6 +1,6 @@
 #include "package/LauncherMetadata.h"
 
-#include "package/ConfigurationFile.h"
+#include "package/JsonReading.h"
 #include "package/OrlPackageDoc.h"
 
 #include <QStringList>
@@ -57,7 +57,7 @@ QString LauncherPackage::folderName() const
 LauncherMetadata readLauncherMetadata(const QByteArray& data, QString* error, bool* isDocument)
 {
     LauncherMetadata metadata;
-    const auto root = readConfigurationFile(data, QLatin1StringView("package"), error);
+    const auto root = readJsonObject(data, QLatin1StringView("package"), error);
     if (isDocument)
         *isDocument = root.has_value();
     if (!root)

@@ -53,7 +53,7 @@ QList<OrlFile> parseFileList(const QJsonArray& array)
 
 OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error)
 {
-    const auto object = readConfigurationFile(data, QLatin1StringView("package"), error);
+    const auto object = readJsonObject(data, QLatin1StringView("package"), error);
     OrlPackageDoc doc;
     if (object) {
         doc.version = readJsonString(*object, "version");
@@ -66,7 +66,7 @@ OrlPackageDoc parsePackageDoc(const QByteArray& data, QString* error)
 
 QList<OrlFile> parseAssetList(const QByteArray& data, QString* error)
 {
-    const auto object = readConfigurationFile(data, QLatin1StringView("asset"), error);
+    const auto object = readJsonObject(data, QLatin1StringView("asset"), error);
     return object ? parseFileList(filesOf(*object)) : QList<OrlFile>();
 }
 

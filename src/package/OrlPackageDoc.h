@@ -1,6 +1,6 @@
 #pragma once
 
-#include "package/ConfigurationFile.h"
+#include "package/JsonReading.h"
 #include "package/TurnFunction.h"
 
 #include <QByteArray>

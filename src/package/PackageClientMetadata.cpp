@@ -1,6 +1,6 @@
-#include "package/ConfigurationFile.h"
 #include "package/Failure.h"
 #include "package/HintsDocument.h"
+#include "package/JsonReading.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
 #include "package/WriteSteps.h"
@@ -29,7 +29,7 @@ void reportUnreadable(const QUrl& address, const QByteArray& data, const QString
     if (fault.isEmpty())
         return;
     qWarning("Cannot read %s: %s", qUtf8Printable(address.toString()),
-             qUtf8Printable(faultOfConfigurationFile(data)));
+             qUtf8Printable(jsonObjectFault(data)));
     fail(error, fault);
 }
 

@@ -12,11 +12,11 @@
 /// data is empty or holds no object. Only the latter is an error of the document: it sets `error`
 /// to "JSON <kind> configuration file could not be parsed, using default package.", while empty
 /// data leaves it alone, because the download that failed has already set it.
-[[nodiscard]] std::optional<QJsonObject>
-readConfigurationFile(const QByteArray& data, QLatin1StringView kind, QString* error);
+[[nodiscard]] std::optional<QJsonObject> readJsonObject(const QByteArray& data,
+                                                        QLatin1StringView kind, QString* error);
 
 /// Why the data holds no object, for the log.
-[[nodiscard]] QString faultOfConfigurationFile(const QByteArray& data);
+[[nodiscard]] QString jsonObjectFault(const QByteArray& data);
 
 /// The member's text; empty when it is missing or not a string.
 [[nodiscard]] QString readJsonString(const QJsonObject& object, const char* key);

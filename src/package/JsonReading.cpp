@@ -1,12 +1,12 @@
-#include "package/ConfigurationFile.h"
+#include "package/JsonReading.h"
 
 #include "package/Failure.h"
 #include "package/Sizes.h"
 
 #include <QJsonDocument>
 
-std::optional<QJsonObject> readConfigurationFile(const QByteArray& data, QLatin1StringView kind,
-                                                 QString* error)
+std::optional<QJsonObject> readJsonObject(const QByteArray& data, QLatin1StringView kind,
+                                          QString* error)
 {
     if (data.isEmpty())
         return std::nullopt;
@@ -19,7 +19,7 @@ std::optional<QJsonObject> readConfigurationFile(const QByteArray& data, QLatin1
     return std::nullopt;
 }
 
-QString faultOfConfigurationFile(const QByteArray& data)
+QString jsonObjectFault(const QByteArray& data)
 {
     QJsonParseError fault;
     QJsonDocument::fromJson(data, &fault);
