@@ -1,6 +1,6 @@
 #include "package/Failure.h"
+#include "package/FileCheck.h"
 #include "package/IncomingFile.h"
-#include "package/InstalledFile.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
 #include "package/SafePath.h"

@@ -1,4 +1,4 @@
-#include "package/InstalledFile.h"
+#include "package/FileCheck.h"
 #include "package/OrlPackageDoc.h"
 #include "package/PackageClient.h"
 #include "package/Unpack.h"

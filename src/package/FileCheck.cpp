@@ -1,4 +1,4 @@
-#include "package/InstalledFile.h"
+#include "package/FileCheck.h"
 
 #include "package/Hashes.h"
 #include "package/VerifiedFiles.h"
