@@ -54,7 +54,7 @@ void HeightFitter::fit()
     if (squeezeInto(roomForHeight()))
         activateLayouts(m_window);
     const int content = std::min(m_window.sizeHint().height(), m_window.maximumHeight());
-    m_window.resize(m_window.width(), m_windowHeight.wanted(before, smallest, content));
+    m_window.resize(m_window.width(), m_wantedHeight.choose(before, smallest, content));
     if (m_window.height() != before)
         keepOnScreen();
 }

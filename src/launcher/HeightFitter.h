@@ -1,6 +1,6 @@
 #pragma once
 
-#include "launcher/WindowHeight.h"
+#include "launcher/WantedHeight.h"
 
 class LauncherPage;
 class LicencePage;
@@ -30,7 +30,7 @@ private:
     QMainWindow& m_window;
     LauncherPage& m_page;
     LicencePage& m_licence;
-    WindowHeight m_windowHeight;
+    WantedHeight m_wantedHeight;
     // Of the logo as it is, in pixels; on a low screen its label has less.
     int m_logoHeight = 0;
 };

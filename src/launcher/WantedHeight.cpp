@@ -1,9 +1,9 @@
-#include "launcher/WindowHeight.h"
+#include "launcher/WantedHeight.h"
 
 #include <algorithm>
 #include <utility>
 
-int WindowHeight::wanted(int current, int smallest, int content)
+int WantedHeight::choose(int current, int smallest, int content)
 {
     if (m_asked != 0 && current != m_asked) {
         if (current > smallest && current != m_askedBefore)

@@ -2,13 +2,13 @@
 
 /// Decides how tall a window is that follows its contents until the player drags its edge, and
 /// follows them again when the player drags it back to its smallest. All heights are pixels.
-class WindowHeight
+class WantedHeight
 {
 public:
     /// The height to ask for, now that the window is `current` and its contents need `content`.
     /// `smallest` is what the window could be so far: it takes that by itself when its contents
     /// grow.
-    int wanted(int current, int smallest, int content);
+    int choose(int current, int smallest, int content);
 
 private:
     // What was asked for last, and before that: an answer of the window system to the earlier
