@@ -29,10 +29,10 @@ bool Installation::select(const LauncherPackage& selected)
 
 void Installation::fetchOffered()
 {
-    remoteVersion = fetchOfferedVersion(*m_client, build.versionurl);
+    remoteVersion = fetchOfferedVersion(*m_client, build);
     if (!build.assetsversionurl.isEmpty())
-        remoteAssetsHash = fetchOfferedVersion(*m_client, build.assetsversionurl);
-    document = fetchOfferedDocument(*m_client, build.url, nullptr);
+        remoteAssetsHash = fetchOfferedAssetsIdentity(*m_client, build);
+    document = fetchOfferedDocument(*m_client, build, nullptr);
     checkFiles();
 }
 
@@ -140,7 +140,7 @@ bool Installation::updatePackage(QString* error)
 {
     OrlPackageDoc wanted = document;
     if (wanted.files.isEmpty() || wanted.version != remoteVersion)
-        wanted = fetchOfferedDocument(*m_client, build.url, error);
+        wanted = fetchOfferedDocument(*m_client, build, error);
     // Without a folder the records would land wherever the launcher was started.
     const QString target = folder();
     if (!wanted.version.isEmpty() && !target.isEmpty() &&
@@ -155,7 +155,7 @@ bool Installation::updateAssets(QString* error)
 {
     if (build.assetsurl.isEmpty())
         return true;
-    const QString hash = fetchOfferedVersion(*m_client, build.assetsversionurl);
+    const QString hash = fetchOfferedAssetsIdentity(*m_client, build);
     if (m_client->isQuitting())
         return false;
     if (hash.isEmpty())
@@ -169,14 +169,6 @@ bool Installation::updateAssets(QString* error)
 
 bool Installation::installAssetsAs(const QString& hash, QString* error)
 {
-    // A list that is missing or damaged must not pass for an empty one: its identity would be
-    // recorded and the assets never fetched.
-    QString listError;
-    const QByteArray list = m_client->fetchBytes(build.assetsurl, &listError);
-    const QList<OrlFile> files = parseAssetList(list, &listError);
-    if (list.isEmpty() || !listError.isEmpty()) {
-        *error = listError;
-        return false;
-    }
-    return m_client->installAssets(build.assetsurl, files, hash, folder(), error);
+    const auto files = fetchOfferedAssets(*m_client, build, error);
+    return files && m_client->installAssets(build.assetsurl, *files, hash, folder(), error);
 }

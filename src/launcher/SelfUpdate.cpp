@@ -19,11 +19,11 @@ bool SelfUpdate::isOffered(const LauncherMetadata& configuration)
                     PackageClient::currentArchitecture());
     if (!selected)
         return false;
-    m_url = selected->url;
-    const QString version = fetchOfferedVersion(m_client, selected->versionurl);
+    m_build = *selected;
+    const QString version = fetchOfferedVersion(m_client, m_build);
     if (version.isEmpty() || version == buildvalues::launcherVersion())
         return false;
-    m_launcher = fetchOfferedDocument(m_client, m_url, nullptr);
+    m_launcher = fetchOfferedDocument(m_client, m_build, nullptr);
     // What is offered is here already when it was built with another version than it is offered as,
     // or when another launcher has put it here. It would be fetched again at each start.
     return !m_launcher.version.isEmpty() &&
@@ -55,7 +55,7 @@ bool SelfUpdate::replace(const QString& programFolder, QString* error)
         m_client.isQuitting())
         return false;
     QDir(target).removeRecursively();
-    return m_client.installPackage(m_url, m_launcher, target, error) &&
+    return m_client.installPackage(m_build.url, m_launcher, target, error) &&
            copyProgramFiles(target, programFolder, m_launcher.executable, error,
                             [this] { return m_client.turnIfDue(); });
 }

@@ -4,7 +4,6 @@
 #include "package/OrlPackageDoc.h"
 
 #include <QString>
-#include <QUrl>
 
 class PackageClient;
 
@@ -34,6 +33,6 @@ private:
     [[nodiscard]] bool replace(const QString& programFolder, QString* error);
 
     PackageClient& m_client;
-    QUrl m_url;
+    LauncherBuild m_build;
     OrlPackageDoc m_launcher;
 };

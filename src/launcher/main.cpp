@@ -50,6 +50,7 @@ PackageClient* makeClient()
     qInfo().noquote() << "launcher CDN:" << base;
     client->setBaseUrl(base);
     client->setDataFolder(dataFolder());
+    client->setPublisherKeys(buildvalues::publisherKeys());
     return client;
 }
 

@@ -21,6 +21,10 @@ LauncherBuild readBuild(const QJsonObject& object)
     build.versionurl = readUrl(object, "versionurl");
     build.assetsurl = readUrl(object, "assetsurl");
     build.assetsversionurl = readUrl(object, "assetsversionurl");
+    build.urlsha256 = readJsonString(object, "urlsha256");
+    build.versionurlsha256 = readJsonString(object, "versionurlsha256");
+    build.assetsurlsha256 = readJsonString(object, "assetsurlsha256");
+    build.assetsversionurlsha256 = readJsonString(object, "assetsversionurlsha256");
     return build;
 }
 

@@ -20,6 +20,12 @@ struct LauncherBuild
     QUrl assetsurl;
     /// Text that identifies the current asset set; may be empty.
     QUrl assetsversionurl;
+    // SHA-256 of what each of these addresses serves, 64 lower-case hexadecimal digits; empty where
+    // the document does not say. They count in a launcher that takes signed content only.
+    QString urlsha256 = {};
+    QString versionurlsha256 = {};
+    QString assetsurlsha256 = {};
+    QString assetsversionurlsha256 = {};
 
     bool operator==(const LauncherBuild&) const = default;
 };

@@ -24,3 +24,13 @@ void PackageClient::setDataFolder(const QString& dataFolder)
 {
     m_dataFolder = dataFolder;
 }
+
+void PackageClient::setPublisherKeys(const QStringList& keys)
+{
+    m_takesSignedOnly = !keys.isEmpty();
+    m_publisherKeys.clear();
+    for (const QString& text : keys) {
+        if (const auto key = minisign::readPublicKey(text.toUtf8()))
+            m_publisherKeys.append(*key);
+    }
+}

@@ -2,6 +2,7 @@
 
 #include "package/EventLoopPacer.h"
 #include "package/LauncherMetadata.h"
+#include "package/Minisign.h"
 #include "package/OrlPackageDoc.h"
 #include "package/TransferLimits.h"
 #include "package/TurnFunction.h"
@@ -16,6 +17,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 
 class IncomingFile;
 class QNetworkAccessManager;
@@ -54,6 +56,12 @@ public:
     void setDataFolder(const QString& dataFolder);
     [[nodiscard]] QString dataFolder() const { return m_dataFolder; }
 
+    /// Public keys in minisign's text form. With any, whether it can be read or not, the launcher
+    /// metadata is taken only with a signature of one of them; see takesSignedOnly().
+    void setPublisherKeys(const QStringList& keys);
+    /// Whether documents below the metadata are to be fetched with the hash that it states.
+    [[nodiscard]] bool takesSignedOnly() const { return m_takesSignedOnly; }
+
     /// Whether the last blocking operation was cut short because the program is ending.
     [[nodiscard]] bool isQuitting() const { return m_pacer.isQuitting(); }
 
@@ -67,14 +75,22 @@ public:
     // Documents. All of these block; a failed download reads as empty and sets
     // "Download failed: " and the network error.
 
+    /// SHA-256 that a body must have, 64 lower-case hexadecimal digits; nothing when any will do.
+    /// Another body reads as empty and leaves the error alone; the log says why.
+    using RequiredHash = std::optional<QString>;
+
     /// Body of an address; empty on failure, which includes a body of more than `largest` bytes.
     QByteArray fetchBytes(const QUrl& url, QString* error = nullptr,
-                          qint64 largest = transferlimits::manifest);
+                          qint64 largest = transferlimits::manifest, const RequiredHash& hash = {});
     /// Body as UTF-8 without white space at its ends.
-    QString fetchText(const QUrl& url, QString* error = nullptr);
-    OrlPackageDoc fetchPackageDoc(const QUrl& url, QString* error = nullptr);
+    QString fetchText(const QUrl& url, QString* error = nullptr, const RequiredHash& hash = {});
+    OrlPackageDoc fetchPackageDoc(const QUrl& url, QString* error = nullptr,
+                                  const RequiredHash& hash = {});
     QList<OrlFile> fetchAssetList(const QUrl& url, QString* error = nullptr);
-    /// The document at the base address + "/launcher/quelrametadata.json".
+    /// The document at the base address + "/launcher/quelrametadata.json". With publishers' keys it
+    /// is empty, and the log says why, unless "/launcher/signatures/" + its SHA-256 + ".minisig" is
+    /// a signature of it by one of them and its terms are met (see SignedTerms.h). What is accepted
+    /// is noted in the data folder (see AcceptedSerials.h).
     LauncherMetadata fetchLauncherMetadata(QString* error = nullptr);
     /// Reads the document and, when it is one, saves the bytes as they are as
     /// "launchermetadata.json" in the data folder (atomically; failure to save is ignored).
@@ -140,7 +156,8 @@ private:
     void installFilesAsync(const QUrl& url, const QList<OrlFile>& files, const QString& folder,
                            int fileIndex, qint64 bytes, qint64 totalBytes, DoneCallback done);
 
-    QByteArray download(const QUrl& url, qint64 largest, QString* error);
+    QByteArray download(const QUrl& url, qint64 largest, QString* error,
+                        const RequiredHash& hash = {});
     QByteArray downloadWithProgress(const QUrl& url, qint64 bytesBefore, qint64 totalBytes,
                                     int fileIndex, int fileCount, QString* error);
     void downloadAsync(const QUrl& url, DownloadCallback done);
@@ -157,6 +174,7 @@ private:
 
     [[nodiscard]] QUrl finalAddress(const QUrl& url) const;
     [[nodiscard]] QUrl metadataAddress() const;
+    [[nodiscard]] bool isTrusted(const QByteArray& metadata, QString* error);
     QNetworkReply* startRequest(const QUrl& address, qint64 largest);
     QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
                            IncomingFile* incoming, QString* error);
@@ -172,6 +190,8 @@ private:
     QNetworkAccessManager* m_network;
     QString m_baseUrl;
     QString m_dataFolder;
+    QList<minisign::PublicKey> m_publisherKeys;
+    bool m_takesSignedOnly = false;
     // What the asynchronous download reads at each of its progress events.
     bool m_forwardProgress = false;
     qint64 m_bytesBefore = 0;

@@ -1,4 +1,5 @@
 #include "package/BodyReception.h"
+#include "package/Hashes.h"
 #include "package/IncomingFile.h"
 #include "package/PackageClient.h"
 #include "package/SafeAddress.h"
@@ -108,12 +109,26 @@ QByteArray PackageClient::receiveBody(QNetworkReply* reply, const QUrl& address,
     return failure || !ended ? QByteArray() : reception.body();
 }
 
-QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* error)
+QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* error,
+                                   const RequiredHash& hash)
 {
     if (failWhenQuitting(error))
         return {};
+    // Copies, since slots that run meanwhile may replace what the caller holds.
+    const RequiredHash required = hash;
     const QUrl address = finalAddress(url);
-    return receiveBody(startRequest(address, largest), address, largest, nullptr, error);
+    QByteArray body = receiveBody(startRequest(address, largest), address, largest, nullptr, error);
+    if (!required || body.isEmpty())
+        return body;
+    const QString computed =
+        hashBytes(body, [this](QByteArrayView, qint64) { return m_pacer.turnIfDue(); });
+    if (failWhenQuitting(error))
+        return {};
+    if (isSameHash(computed, *required))
+        return body;
+    qWarning("Cannot trust %s: its SHA-256 is not the one that was signed",
+             qUtf8Printable(address.toString()));
+    return {};
 }
 
 QByteArray PackageClient::downloadWithProgress(const QUrl& url, qint64 bytesBefore,

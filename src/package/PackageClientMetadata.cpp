@@ -1,8 +1,11 @@
+#include "package/AcceptedSerials.h"
 #include "package/Failure.h"
+#include "package/Hashes.h"
 #include "package/HintsDocument.h"
 #include "package/JsonReading.h"
 #include "package/PackageClient.h"
 #include "package/ReplaceFile.h"
+#include "package/SignedTerms.h"
 #include "package/WriteSteps.h"
 
 #include <QJsonArray>
@@ -35,19 +38,21 @@ void reportUnreadable(const QUrl& address, const QByteArray& data, const QString
 
 } // namespace
 
-QByteArray PackageClient::fetchBytes(const QUrl& url, QString* error, qint64 largest)
+QByteArray PackageClient::fetchBytes(const QUrl& url, QString* error, qint64 largest,
+                                     const RequiredHash& hash)
 {
-    return download(url, largest, error);
+    return download(url, largest, error, hash);
 }
 
-QString PackageClient::fetchText(const QUrl& url, QString* error)
+QString PackageClient::fetchText(const QUrl& url, QString* error, const RequiredHash& hash)
 {
-    return QString::fromUtf8(download(url, transferlimits::text, error)).trimmed();
+    return QString::fromUtf8(download(url, transferlimits::text, error, hash)).trimmed();
 }
 
-OrlPackageDoc PackageClient::fetchPackageDoc(const QUrl& url, QString* error)
+OrlPackageDoc PackageClient::fetchPackageDoc(const QUrl& url, QString* error,
+                                             const RequiredHash& hash)
 {
-    const QByteArray data = download(url, transferlimits::manifest, error);
+    const QByteArray data = download(url, transferlimits::manifest, error, hash);
     QString fault;
     OrlPackageDoc document = parsePackageDoc(data, &fault);
     reportUnreadable(finalAddress(url), data, fault, error);
@@ -70,8 +75,40 @@ QUrl PackageClient::metadataAddress() const
 
 LauncherMetadata PackageClient::fetchLauncherMetadata(QString* error)
 {
-    return parseLauncherMetadata(download(metadataAddress(), transferlimits::document, error),
-                                 error);
+    const QByteArray data = download(metadataAddress(), transferlimits::document, error);
+    if (m_takesSignedOnly && !data.isEmpty() && !isTrusted(data, error))
+        return {};
+    return parseLauncherMetadata(data, error);
+}
+
+// Nothing is read from the document before its signature holds.
+bool PackageClient::isTrusted(const QByteArray& metadata, QString* error)
+{
+    const QString address = metadataAddress().toString();
+    const QUrl signatureAddress(m_baseUrl + QLatin1StringView("/launcher/signatures/") +
+                                    hashBytes(metadata) + QLatin1StringView(".minisig"),
+                                QUrl::TolerantMode);
+    const QByteArray signature = download(signatureAddress, transferlimits::signature, error);
+    if (isQuitting())
+        return false;
+    QString fault = signature.isEmpty()
+                        ? QStringLiteral("there is no signature of it")
+                        : minisign::signatureFault(metadata, signature, m_publisherKeys);
+    SignedTerms terms;
+    if (fault.isEmpty()) {
+        terms = readSignedTerms(metadata);
+        fault = termsFault(terms, m_baseUrl, acceptedserials::highest(m_dataFolder, address),
+                           QDateTime::currentDateTimeUtc());
+    }
+    if (!fault.isEmpty()) {
+        qWarning("Cannot trust %s: %s", qUtf8Printable(address), qUtf8Printable(fault));
+        return false;
+    }
+    // A disk that is full keeps nobody from playing.
+    if (!m_dataFolder.isEmpty())
+        logUnwritten(acceptedserials::filePath(m_dataFolder),
+                     acceptedserials::note(m_dataFolder, address, terms.serial));
+    return true;
 }
 
 LauncherMetadata PackageClient::parseLauncherMetadata(const QByteArray& data, QString* error)

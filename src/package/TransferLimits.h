@@ -10,6 +10,8 @@ class QNetworkReply;
 /// fails like any other. Far more than any game needs, and less than what harms a machine.
 namespace transferlimits {
 
+/// Signatures, which have some 300 bytes.
+inline constexpr qint64 signature = qint64(8) << 10;
 /// Version texts.
 inline constexpr qint64 text = qint64(64) << 10;
 /// The metadata and the hints.
