@@ -13,10 +13,12 @@ int commands::hints(const QStringList& arguments)
                      {QStringLiteral("FILE"), QStringLiteral("CONTENT")});
     line.addOption(
         "images",
-        "Folder of the pictures, as they lie below \"/images/\"; without it they must be "
-        "in the content already.",
+        "Folder of the pictures, laid out as below \"/images/\"; without it they must already "
+        "be in the content.",
         "FOLDER");
-    line.addOption("public-url", "Writes the document's address with this one before it.", "URL");
+    line.addOption("public-url",
+                   "Writes an absolute address of the document, which begins with this one.",
+                   "URL");
     line.addChannelOption("Installs the hints of this channel.");
     if (const auto code = line.parse(arguments))
         return *code;

@@ -18,9 +18,9 @@ QString packingHelp()
 {
     const PackLevel strongest;
     return QStringLiteral(
-               "\n\nMemory: one file is packed by one thread, which takes at most %1 MiB at the "
-               "default level (less for small files), whatever the sizes of files; all threads "
-               "together stay within --memory.")
+               "\n\nMemory: each thread packs one file and takes at most %1 MiB at the default "
+               "level (less for a small file), however large the file is; all threads together "
+               "stay within --memory.")
         .arg(encoderMemory(PackLevel::strongest << 24, strongest) / mebibyte + 1);
 }
 
@@ -52,8 +52,8 @@ CommandLine::CommandLine(QString command, const QString& description, QStringLis
     m_parser.setApplicationDescription(description);
     m_parser.addOption(
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Shows this help.")});
-    addOption("quiet", "Tells nothing but faults.");
-    addOption("json", "Tells the outcome as one JSON object on standard output.");
+    addOption("quiet", "Prints only faults.");
+    addOption("json", "Prints the result as one JSON object on standard output.");
 }
 
 void CommandLine::addOption(const char* name, const char* description, const char* value,
@@ -66,8 +66,10 @@ void CommandLine::addOption(const char* name, const char* description, const cha
 void CommandLine::addThreadOptions()
 {
     m_hasThreads = true;
-    addOption("threads", "Files to work on at a time; all cores by default.", "N");
-    addOption("memory", "Memory for the files at work in MiB; the others wait. 4096 by default.",
+    addOption("threads",
+              "Files to work on at the same time; as many as there are cores by default.", "N");
+    addOption("memory",
+              "Memory in MiB for the files being worked on; the others wait. 4096 by default.",
               "MIB");
 }
 
@@ -77,8 +79,8 @@ void CommandLine::addPackingOptions()
     addThreadOptions();
     addOption(
         "level",
-        "How hard to pack: 0 (fast) to 8 (small), with e to try still harder. 8e, the default, "
-        "is the strongest that players unpack within 64 MiB.",
+        "How hard to pack: 0 (fast) to 8 (small), with e to try even harder. 8e, the default, is "
+        "the strongest level that players unpack within 64 MiB.",
         "LEVEL", "8e");
     m_parser.setApplicationDescription(m_parser.applicationDescription() + packingHelp());
 }

@@ -24,16 +24,18 @@ QString pruneLine(const PruneReport& report, bool dryRun)
 
 int commands::prune(const QStringList& arguments)
 {
-    CommandLine line(QStringLiteral("prune"),
-                     QStringLiteral("Removes old versions, and packed files that no version needs "
-                                    "any more. Players who are installing an old version at this "
-                                    "moment fail and begin anew, so keep what was current lately."),
-                     {QStringLiteral("CONTENT")});
+    CommandLine line(
+        QStringLiteral("prune"),
+        QStringLiteral("Removes old versions, and packed files that no version needs "
+                       "any more. A player who is just installing an old version fails "
+                       "and starts over, so keep the versions that were current "
+                       "recently."),
+        {QStringLiteral("CONTENT")});
     line.addOption("keep",
-                   "How many of the latest versions to keep besides the current one; the versions "
-                   "of each package and of the launcher count for themselves.",
+                   "How many of the latest versions to keep besides the current one; each package "
+                   "and the launcher are counted separately.",
                    "N");
-    line.addOption("dry-run", "Only tells what would be removed; needs no right to write.");
+    line.addOption("dry-run", "Only tells what would be removed; needs no write permission.");
     line.require("keep");
     if (const auto code = line.parse(arguments))
         return *code;

@@ -10,20 +10,21 @@ namespace {
 
 void addBuildOptions(CommandLine& line)
 {
-    line.addOption("version", "Text that names the version; any text that no earlier one had.",
+    line.addOption("version", "Text that names the version; no earlier version may have had it.",
                    "VERSION");
-    line.addOption("executable", "The program to start, a path below INPUT.", "PATH");
+    line.addOption("executable", "The program to start, as a path below INPUT.", "PATH");
     line.addOption("public-url",
                    "Writes absolute addresses that begin with this one; without it they are "
-                   "relative, and the content moves freely.",
+                   "relative, and the content can be served from anywhere.",
                    "URL");
     line.addPlatformOptions("windows", "x86_64");
     line.addPackingOptions();
     line.addOption("stage", "Publishes the version without making it current; 'switch' does that.");
     line.addChannelOption("Makes the version current for the players in this channel only.");
-    line.addOption("reread", "Reads files again that have not changed since the last publication, "
-                             "packed ones too; mends damaged ones.");
-    line.addOption("dry-run", "Only tells what would be published, and what players would "
+    line.addOption("reread",
+                   "Also reads files that have not changed since the last publication, and "
+                   "packed files; mends damaged ones.");
+    line.addOption("dry-run", "Only tells what would be published and what players would "
                               "download.");
     line.require("version");
     line.require("executable");
@@ -50,21 +51,22 @@ void addPackageOptions(CommandLine& line)
 {
     line.addOption("directory", "Folder of the package on the player's machine.", "NAME", "Quelra");
     line.addOption("name",
-                   "Name of the package for players. Like the options down to "
-                   "--install-automatically it stays as it was when it is not given.",
+                   "Name of the package for players. This option and the next four keep their last "
+                   "value when they are not given.",
                    "NAME");
     line.addOption("variant", "Variant word of the package.", "WORD");
     line.addOption("logo-link", "Where the maker's logo leads.", "URL");
-    line.addOption(
-        "install-automatically",
-        "Install without a click while nothing is installed; --install-on-click ends it.");
-    line.addOption("install-on-click", "Install after a click only; so it is at first.");
+    line.addOption("install-automatically",
+                   "Launchers install without a click while nothing is installed.");
+    line.addOption("install-on-click",
+                   "Launchers install only after a click, as they do at first.");
     line.addOption("generation",
-                   "Free text of this version that reaches the client's package.json.", "TEXT");
+                   "Free text of this version, which is written to the client's package.json.",
+                   "TEXT");
     line.addOption(
         "assets",
-        "Files in this folder are delivered as assets: a part of INPUT if there is one of this "
-        "name, or else a folder of its own.",
+        "Delivers the files in this folder as assets. A folder of this name in INPUT comes first; "
+        "otherwise it is a folder of its own.",
         "FOLDER");
 }
 
@@ -97,7 +99,7 @@ int commands::package(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("package"),
                      QStringLiteral("Publishes the client in the folder INPUT as a version of a "
-                                    "package, and makes it the current one."),
+                                    "package and makes it the current one."),
                      {QStringLiteral("INPUT"), QStringLiteral("CONTENT")});
     addBuildOptions(line);
     addPackageOptions(line);

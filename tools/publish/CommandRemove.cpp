@@ -11,16 +11,16 @@ namespace publish {
 int commands::remove(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("remove"),
-                     QStringLiteral("Takes the builds for one platform away again, in all versions "
-                                    "and channels, or a whole package. Games that players have "
+                     QStringLiteral("Removes the builds for one platform, in all versions and "
+                                    "channels, or a whole package. Games that players have "
                                     "installed stay. Only documents are removed: packed files that "
                                     "nothing else needs stay until the next 'prune', so that "
-                                    "players who are installing them get to the end."),
+                                    "players who are installing them can finish."),
                      {QStringLiteral("CONTENT")});
     line.addOption("directory", "Folder of the package.", "NAME");
     line.addOption("launcher", "Removes builds of the launcher itself instead of a package's.");
     line.addPlatformOptions("", "");
-    line.addOption("dry-run", "Only tells what would be removed; needs no right to write.");
+    line.addOption("dry-run", "Only tells what would be removed; needs no write permission.");
     if (const auto code = line.parse(arguments))
         return *code;
     if (line.isSet("directory") == line.isSet("launcher"))

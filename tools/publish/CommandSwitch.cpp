@@ -7,12 +7,12 @@ namespace publish {
 int commands::switchTo(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("switch"),
-                     QStringLiteral("Makes a version current that was published before: a rollback "
-                                    "in one step. Nothing changes when its documents or packed "
-                                    "files are not all there. --os and --architecture are needed "
-                                    "only when several platforms have the version."),
+                     QStringLiteral("Makes a version current that is already published: a rollback "
+                                    "in one step. Nothing changes if any of its documents or "
+                                    "packed files are missing. --os and --architecture are needed "
+                                    "only when several platforms have the version, but not all."),
                      {QStringLiteral("CONTENT")});
-    line.addOption("version", "The version.", "VERSION");
+    line.addOption("version", "The version to make current.", "VERSION");
     line.addOption("directory", "Folder of the package; needed when there are several.", "NAME");
     line.addOption("launcher", "Switches the launcher itself instead of a package.");
     line.addPlatformOptions("", "");

@@ -27,9 +27,10 @@ void addOptions(CommandLine& line)
                    "Checks the builds of this version, current or not, instead of what is current.",
                    "VERSION");
     line.addOption("all", "Checks every version that is there, current or not.");
-    line.addOption("quick",
-                   "Only looks whether packed files and pictures are there with their sizes, and "
-                   "reads the documents: for a check every minute.");
+    line.addOption(
+        "quick",
+        "Reads the documents, but only checks that packed files and pictures are there with "
+        "the right sizes: for a check every minute.");
     line.addThreadOptions();
     line.replaceFirstArgumentBy("url");
 }
@@ -84,8 +85,8 @@ int commands::verify(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("verify"),
                      QStringLiteral("Reads everything that the launcher metadata reaches and lists "
-                                    "every fault, with what mends it. Exits with 1 when there is "
-                                    "one."),
+                                    "every fault, with what mends it. Exits with 1 if there is "
+                                    "any."),
                      {QStringLiteral("CONTENT")});
     addOptions(line);
     if (const auto code = line.parse(arguments))

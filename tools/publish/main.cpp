@@ -27,23 +27,23 @@ constexpr std::array commandList{
     Command{"list", "Lists what is published, and what pruning would free.", commands::list},
     Command{"switch", "Makes an earlier version current again.", commands::switchTo},
     Command{"verify", "Checks everything that launchers would read.", commands::verify},
-    Command{"remove", "Takes a build or a whole package away again.", commands::remove},
+    Command{"remove", "Removes a build or a whole package.", commands::remove},
     Command{"prune", "Removes old versions and what only they need.", commands::prune},
 };
 
 QString helpText()
 {
-    QString text = QStringLiteral(
-        "Usage: vornak-publish COMMAND [options] ...\n"
-        "Makes and keeps the content that game launchers read from a web server.\n\nCommands:\n");
+    QString text = QStringLiteral("Usage: vornak-publish COMMAND [options] ...\n"
+                                  "Makes and maintains the content that game launchers read from a "
+                                  "web server.\n\nCommands:\n");
     for (const Command& command : commandList)
         text += QStringLiteral("  %1 %2\n")
                     .arg(QLatin1StringView(command.name), -10)
                     .arg(QLatin1StringView(command.summary));
-    return text + QStringLiteral(
-                      "\n'vornak-publish COMMAND --help' tells more.\n"
-                      "Exit codes: 0 done, 1 the input or content has faults or the work failed, "
-                      "2 wrong usage.\n");
+    return text +
+           QStringLiteral("\n'vornak-publish COMMAND --help' tells more.\n"
+                          "Exit codes: 0 for success, 1 for faults in the input or the content and "
+                          "for work that failed, 2 for wrong usage.\n");
 }
 
 int run(const QStringList& arguments)
