@@ -1,6 +1,7 @@
 #include "support/ContentTree.h"
 
 #include "support/ScriptedHttpServer.h"
+#include "support/TestSigner.h"
 
 #include <QCryptographicHash>
 #include <QJsonArray>
@@ -34,12 +35,21 @@ QJsonArray buildsJson(const QList<LauncherBuild>& builds)
 {
     QJsonArray array;
     for (const LauncherBuild& build : builds) {
-        array.append(QJsonObject{{u"os"_s, build.os},
-                                 {u"architecture"_s, build.architecture},
-                                 {u"url"_s, build.url.toString()},
-                                 {u"versionurl"_s, build.versionurl.toString()},
-                                 {u"assetsurl"_s, build.assetsurl.toString()},
-                                 {u"assetsversionurl"_s, build.assetsversionurl.toString()}});
+        QJsonObject object{{u"os"_s, build.os},
+                           {u"architecture"_s, build.architecture},
+                           {u"url"_s, build.url.toString()},
+                           {u"versionurl"_s, build.versionurl.toString()},
+                           {u"assetsurl"_s, build.assetsurl.toString()},
+                           {u"assetsversionurl"_s, build.assetsversionurl.toString()}};
+        for (const auto& [key, hash] :
+             {std::pair(u"urlsha256"_s, build.urlsha256),
+              std::pair(u"versionurlsha256"_s, build.versionurlsha256),
+              std::pair(u"assetsurlsha256"_s, build.assetsurlsha256),
+              std::pair(u"assetsversionurlsha256"_s, build.assetsversionurlsha256)}) {
+            if (!hash.isEmpty())
+                object.insert(key, hash);
+        }
+        array.append(object);
     }
     return array;
 }
@@ -131,9 +141,38 @@ OrlFile ContentTree::serve(const QString& localfile, const QByteArray& content,
     return file;
 }
 
+void ContentTree::publishSigned(const TestSigner& signer, qint64 serial, const QJsonObject& terms)
+{
+    for (LauncherPackage& offered : metadata.packages) {
+        for (LauncherBuild& build : offered.builds) {
+            build.urlsha256 = sha256(packageDocJson(package));
+            build.versionurlsha256 = sha256(package.version.toUtf8() + '\n');
+            if (build.assetsurl.isEmpty())
+                continue;
+            build.assetsurlsha256 = sha256(assetListJson(assets));
+            build.assetsversionurlsha256 = sha256(assetsIdentity.toUtf8() + '\n');
+        }
+    }
+    publish();
+    QJsonObject root = QJsonDocument::fromJson(metadataJson(metadata)).object();
+    root.insert(u"serial"_s, serial);
+    for (auto term = terms.begin(); term != terms.end(); ++term)
+        root.insert(term.key(), term.value());
+    const QByteArray document = QJsonDocument(root).toJson();
+    m_server.route(metadataPath, document);
+    m_server.route(signaturePath(document), signer.sign(document));
+    servedMetadata = document;
+}
+
+QString ContentTree::signaturePath(const QByteArray& document)
+{
+    return u"/launcher/signatures/"_s + sha256(document) + u".minisig"_s;
+}
+
 void ContentTree::publish()
 {
-    m_server.route(metadataPath, metadataJson(metadata));
+    servedMetadata = metadataJson(metadata);
+    m_server.route(metadataPath, servedMetadata);
     m_server.route(packagePath, packageDocJson(package));
     m_server.route(versionPath, package.version.toUtf8() + '\n');
     m_server.route(assetsPath, assetListJson(assets));

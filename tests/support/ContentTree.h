@@ -5,10 +5,12 @@
 #include "support/PackLzma.h"
 
 #include <QByteArray>
+#include <QJsonObject>
 #include <QString>
 #include <QUrl>
 
 class ScriptedHttpServer;
+class TestSigner;
 
 /// The entry of a file: hashes and sizes of its content and of its packed form.
 [[nodiscard]] OrlFile fileEntry(const QString& localfile, const QString& url,
@@ -40,6 +42,11 @@ public:
 
     /// Serves every document in its present state.
     void publish();
+    /// The same, signed: with the hashes of everything, the serial and the other members of
+    /// `terms`.
+    void publishSigned(const TestSigner& signer, qint64 serial, const QJsonObject& terms = {});
+    /// Path of the signature of launcher metadata.
+    [[nodiscard]] static QString signaturePath(const QByteArray& document);
 
     /// Path on the server of a file's packed form.
     [[nodiscard]] QString packedPath(const OrlFile& file) const;
@@ -58,6 +65,8 @@ public:
     QString assetsIdentity;
     LauncherMetadata metadata;
     QByteArray hints;
+    /// The launcher metadata as it was published last.
+    QByteArray servedMetadata;
 
 private:
     OrlFile serve(const QString& localfile, const QByteArray& content, const PackOptions& options);
