@@ -2,5 +2,5 @@
 
 #include <QString>
 
-/// The style sheet of the button on the licence page, which the bundle's style sheets leave alone.
+/// The style sheet of the button on the licence page, which the bundle's style sheets do not cover.
 [[nodiscard]] QString acceptButtonStyle();

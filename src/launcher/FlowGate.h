@@ -4,7 +4,8 @@
 #include <QTimer>
 
 /// Knows whether a flow operation is on the stack, and keeps a click that comes meanwhile. Nested
-/// event loops deliver clicks to a flow that is already under way; they must find it so.
+/// event loops deliver clicks while a flow is already under way; the click's slot must be able to
+/// tell.
 class FlowGate : public QObject
 {
     Q_OBJECT

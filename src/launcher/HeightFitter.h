@@ -15,8 +15,8 @@ public:
     /// All three outlive the object.
     HeightFitter(QMainWindow& window, LauncherPage& page, LicencePage& licence);
 
-    /// Gives the window its height, in one step; nothing while it is hidden or maximized. Wanted
-    /// after each change of what it shows, and after a LayoutRequest.
+    /// Gives the window its height, in one step; does nothing while it is hidden or maximized. To
+    /// be called after each change of what the window shows, and after a LayoutRequest.
     void fit();
 
     /// The logo's label has its full size now.

@@ -29,11 +29,11 @@ namespace shared {
 class QTextBrowserWithNetwork;
 }
 
-/// The launcher's one window, and the flow that leads from start-up over installing to the running
-/// client. It turns what Installation, SelfUpdate and ClientProcess tell it into looks, and clicks
-/// into calls of theirs. Everything runs on the GUI thread; long work blocks its caller but keeps
-/// the event loop turning (see PackageClient), so that slots may run while a flow operation is on
-/// the stack.
+/// The launcher's one window, and the flow that leads from start-up through installation to the
+/// running client. It shows what Installation, SelfUpdate and ClientProcess tell it, and turns
+/// clicks into calls to them. Everything runs on the GUI thread; long work blocks its caller but
+/// keeps the event loop turning (see PackageClient), so that slots may run while a flow operation
+/// is on the stack.
 ///
 /// `main` owns it and never deletes it while a client runs.
 class LauncherWindow : public QMainWindow
@@ -98,7 +98,7 @@ public:
     /// "ETA hh:mm:ss rate kB/s done/total mB"; sizes in bytes, decimal units.
     [[nodiscard]] static QString etaText(qint64 bytes, qint64 total, qint64 elapsedMs);
 
-    /// Shows one of the button's modes by the words that its pictures are named with.
+    /// Shows one of the button's modes; the words are those in the names of its pictures.
     void setButtonStyle(const QString& colour, const QString& icon);
 
     /// Enters or leaves the updating look. The status text is not shown.

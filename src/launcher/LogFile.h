@@ -9,8 +9,8 @@
 
 /// From now on writes every message of the program to the file too, with the time, after a line
 /// with the launcher's version and the system's. What goes to standard error stays as it is. When a
-/// file has reached its largest size it becomes the one before. A file that cannot be written is
-/// done without.
+/// file has reached its largest size it becomes the one before. If the
+/// file cannot be written, the program goes on without it.
 void startLogFile(const QString& path);
 
 /// `text` without what may give a player away or let others in: the query, the fragment and the

@@ -22,10 +22,10 @@
 /// already is asked of these only: the others never get there, and would be missed for ever.
 [[nodiscard]] OrlPackageDoc copiedPart(const OrlPackageDoc& launcher);
 
-/// Copies the files of a newly installed launcher over the program's own folder, hidden files and
-/// the installation's own records ("package.json", "assets.json", "assets.json.sha256" at the top)
-/// apart. Each file is copied beside its destination and then takes its place, so that whoever ends
-/// this at any moment finds every file either old or new. The `executable` (a path in `source`)
+/// Copies the files of a newly installed launcher over the program's own folder, except hidden
+/// files and the installation's own records ("package.json", "assets.json", "assets.json.sha256" at
+/// the top). Each file is copied beside its destination and then takes its place: when this is
+/// ended at any moment, every file is either old or new. The `executable` (a path in `source`)
 /// comes last: a launcher of the new version has all its other files. False at the first file that
 /// cannot be replaced; `error` then names it, the log says why, and that file and those after it
 /// are the old ones.

@@ -5,9 +5,9 @@
 class WantedHeight
 {
 public:
-    /// The height to ask for, now that the window is `current` and its contents need `content`.
-    /// `smallest` is what the window could be so far: it takes that by itself when its contents
-    /// grow.
+    /// The height to ask for, now that the window is `current` pixels tall and its contents need
+    /// `content`. `smallest` is the window's least height so far: when its contents grow, the
+    /// window takes that height by itself, which is not the player's choice.
     int choose(int current, int smallest, int content);
 
 private:

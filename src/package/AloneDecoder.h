@@ -40,7 +40,8 @@ public:
     [[nodiscard]] static quint64 longestOutput(qsizetype packed);
 
     /// Begins, for a stream that unpacks to `size` bytes (or to its marker, with unknownSize) and
-    /// at most to `longest`. False when the properties or the dictionary cannot be used. Once.
+    /// at most to `longest`. False when the properties or the dictionary cannot be used. Called
+    /// once.
     [[nodiscard]] bool start(QByteArrayView header, quint64 size, quint64 longest);
 
     /// The next bytes of the stream. They must stay where they are until they are used up.

@@ -5,9 +5,10 @@
 #include <cstdint>
 #include <memory>
 
-/// Keeps other processes of the kind from work on the same files, until it goes. The system gives
-/// it back when its holder dies, however that happens; what lies on the disk afterwards, an empty
-/// file, means nothing. Processes that are started meanwhile do not inherit it.
+/// Keeps other processes that take the same lock from working on the same files, for as long as the
+/// object lives. The system releases it when its holder dies, however that happens; what lies on
+/// the disk afterwards, an empty file, means nothing. Processes that are started meanwhile do not
+/// inherit it.
 class FileLock
 {
 public:

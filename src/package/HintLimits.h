@@ -20,5 +20,6 @@ inline constexpr qint64 work = 2 * bytes;
 
 } // namespace hintlimits
 
-/// Which of the limits the hint passes, as a line for who writes hints; empty when it keeps all.
+/// Which of the limits the hint passes, as a line for whoever writes hints; empty when it keeps
+/// all.
 [[nodiscard]] QString hintFault(const HintEntry& hint);

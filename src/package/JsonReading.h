@@ -8,10 +8,10 @@
 
 #include <optional>
 
-/// The object of a JSON document that the content server describes something with; nothing when the
-/// data is empty or holds no object. Only the latter is an error of the document: it sets `error`
-/// to "JSON <kind> configuration file could not be parsed, using default package.", while empty
-/// data leaves it alone, because the download that failed has already set it.
+/// The object in one of the content server's JSON documents; nothing when the data is empty or
+/// holds no object. Only the latter is an error of the document: it sets `error` to "JSON <kind>
+/// configuration file could not be parsed, using default package.", while empty data leaves it
+/// alone, because the download that failed has already set it.
 [[nodiscard]] std::optional<QJsonObject> readJsonObject(const QByteArray& data,
                                                         QLatin1StringView kind, QString* error);
 

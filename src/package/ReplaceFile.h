@@ -12,7 +12,8 @@ enum class FileAttempt;
 
 /// The new content of one file on its way to taking the place of the old, atomically: whoever
 /// looks, or looks again after this was killed, finds the old file or the new one. Unless commit()
-/// succeeds the old file is untouched and nothing else is left behind, but by a kill.
+/// succeeds the old file is untouched and nothing else is left behind, unless the program is
+/// killed.
 ///
 /// The content is gathered in a file without a name where the system has such. On Windows, and on
 /// file systems that refuse them, it is called `unfinishedPath`; elsewhere it has that name only
@@ -68,10 +69,10 @@ private:
     bool m_hasName = true;
 };
 
-/// Makes `bytes` the whole content of `path` by a FileReplacement with an unfinished file beside
-/// it, that is called as `path` with the ending VORNAK_FRESH_SUFFIX.
+/// Makes `bytes` the whole content of `path` by a FileReplacement whose unfinished file lies beside
+/// it, under the same name with the ending VORNAK_FRESH_SUFFIX.
 WriteResult replaceFile(const QString& path, const QByteArray& bytes,
                         const TurnFunction& turn = {});
 
-/// Where the files of a package are gathered that are to be replaced in its folder.
+/// The unfinished path of all files that are replaced in a package's folder.
 [[nodiscard]] QString unfinishedPathIn(const QString& folder);

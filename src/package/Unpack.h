@@ -1,6 +1,6 @@
 #pragma once
 
-// Packed files are hashed before and after; whoever unpacks has the functions from here.
+// Packed files are hashed before and after unpacking: whoever includes this needs both.
 #include "package/Hashes.h"
 #include "package/SliceFunction.h"
 

@@ -9,7 +9,8 @@ class QTextDocument;
 
 namespace shared {
 
-/// What the picture says of itself; invalid for bytes that are none. Decodes nothing.
+/// The size that the picture's header states; invalid for bytes that are no picture. Decodes
+/// nothing.
 [[nodiscard]] QSize pictureSize(QByteArray bytes);
 
 /// Whether a picture of that size is not decoded: a few bytes may stand for one that fills the
