@@ -4,6 +4,11 @@ find_path(VORNAK_SODIUM_INCLUDE_DIR sodium.h)
 find_library(VORNAK_SODIUM_LIBRARY NAMES libsodium.a sodium)
 mark_as_advanced(VORNAK_SODIUM_INCLUDE_DIR VORNAK_SODIUM_LIBRARY)
 if(NOT VORNAK_SODIUM_INCLUDE_DIR OR NOT VORNAK_SODIUM_LIBRARY)
+    if(CMAKE_CROSSCOMPILING)
+        # An older folder, or a build folder that was configured with one.
+        message(FATAL_ERROR "libsodium is not in ${VORNAK_WINDOWS_PREFIX}; "
+            "packaging/windows/prefix makes a folder with it, for a new build folder")
+    endif()
     message(FATAL_ERROR "libsodium was not found (Debian: libsodium-dev)")
 endif()
 # Global, for a parent project that links what uses it.

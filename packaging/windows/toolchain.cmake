@@ -7,8 +7,8 @@ set(CMAKE_C_COMPILER ${tool_prefix}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${tool_prefix}-g++-posix)
 set(CMAKE_RC_COMPILER ${tool_prefix}-windres)
 
-# Where static Qt and liblzma lie: named by the environment, else what packaging/windows/prefix
-# left in the cache folder. Test compilations of CMake read this file too, hence the cache.
+# Where static Qt, liblzma and libsodium lie: named by the environment, else what
+# packaging/windows/prefix left in the cache folder. Test compilations of CMake read this file too, hence the cache.
 if(DEFINED ENV{VORNAK_WINDOWS_PREFIX} AND NOT "$ENV{VORNAK_WINDOWS_PREFIX}" STREQUAL "")
     set(default_prefix "$ENV{VORNAK_WINDOWS_PREFIX}")
 elseif(DEFINED ENV{VORNAK_CACHE} AND NOT "$ENV{VORNAK_CACHE}" STREQUAL "")
@@ -17,7 +17,7 @@ else()
     set(default_prefix "$ENV{HOME}/.cache/vornak/windows-prefix")
 endif()
 set(VORNAK_WINDOWS_PREFIX "${default_prefix}" CACHE PATH
-    "Folder with static Qt and liblzma for Windows, see packaging/windows/prefix")
+    "Folder with static Qt, liblzma and libsodium for Windows, see packaging/windows/prefix")
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES VORNAK_WINDOWS_PREFIX)
 
 set(CMAKE_PREFIX_PATH ${VORNAK_WINDOWS_PREFIX})
