@@ -20,7 +20,7 @@ from waiting import PATIENCE, wait_for  # noqa: E402, F401
 
 # The launcher's own lines, and the one of Qt's platform without a screen about a window whose size is
 # set, which no player's platform writes.
-EXPECTED_LINE = re.compile(r"launcher CDN: |Download failed: |Cannot (lock|read|start|unpack|write) |"
+EXPECTED_LINE = re.compile(r"launcher CDN: |Download failed: |Cannot (lock|read|start|trust|unpack|write) |"
                            r"(un)?packed hash mismatch for |The update failed: |"
                            r"The launcher could not be replaced: |There is no client to start in |"
                            r"This plugin does not support propagateSizeHints\(\)$")
