@@ -114,17 +114,15 @@ QByteArray PackageClient::download(const QUrl& url, qint64 largest, QString* err
 {
     if (failWhenQuitting(error))
         return {};
-    // Copies, since slots that run meanwhile may replace what the caller holds.
-    const RequiredHash required = hash;
     const QUrl address = finalAddress(url);
     QByteArray body = receiveBody(startRequest(address, largest), address, largest, nullptr, error);
-    if (!required || body.isEmpty())
+    if (!hash || body.isEmpty())
         return body;
     const QString computed =
         hashBytes(body, [this](QByteArrayView, qint64) { return m_pacer.turnIfDue(); });
     if (failWhenQuitting(error))
         return {};
-    if (isSameHash(computed, *required))
+    if (isSameHash(computed, *hash))
         return body;
     qWarning("Cannot trust %s: its SHA-256 is not the one that was signed",
              qUtf8Printable(address.toString()));
