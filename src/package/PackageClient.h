@@ -163,6 +163,7 @@ private:
     void downloadAsync(const QUrl& url, DownloadCallback done);
 
     struct AsyncRun;
+    struct RunPlaces;
     /// Where a blocking run stands: what its progress signals carry.
     struct RunPosition
     {
@@ -179,8 +180,8 @@ private:
     QByteArray receiveBody(QNetworkReply* reply, const QUrl& address, qint64 largest,
                            IncomingFile* incoming, QString* error);
     bool failWhenQuitting(QString* error);
-    bool installOne(const OrlFile& file, const QUrl& base, const QString& folder,
-                    RunPosition& position, QString* error);
+    bool installOne(const OrlFile& file, const RunPlaces& places, RunPosition& position,
+                    QString* error);
     void continueAsync(const std::shared_ptr<AsyncRun>& run);
     void storeAsync(const std::shared_ptr<AsyncRun>& run, const QString& message);
     void endAsync(AsyncRun& run, bool ok, const QString& message);

@@ -41,7 +41,8 @@ QString storeFailureText(StoreResult result, const IncomingFile& incoming)
 
 // Which of the hashes is wrong tells a broken server or proxy from a wrong manifest; the texts that
 // players see do not.
-void logStoreFailure(StoreResult result, const IncomingFile& incoming, const QString& folder)
+void logStoreFailure(StoreResult result, const IncomingFile& incoming,
+                     const WriteResult& folderMade)
 {
     const OrlFile& file = incoming.file();
     if (result == StoreResult::PackedHashDiffers)
@@ -54,11 +55,9 @@ void logStoreFailure(StoreResult result, const IncomingFile& incoming, const QSt
     else if (result == StoreResult::UnpackingFailed)
         qWarning("Cannot unpack %s from %s", qUtf8Printable(file.localfile),
                  qUtf8Printable(file.url));
-    if (result != StoreResult::WritingFailed)
-        return;
-    // In a folder that could not be made, all that a file knows is that there is none.
-    const WriteResult made = makeFolder(folder);
-    logUnwritten(incoming.path(), made ? incoming.writing() : made);
+    else if (result == StoreResult::WritingFailed)
+        // In a folder that could not be made, all that a file knows is that there is none.
+        logUnwritten(incoming.path(), folderMade ? incoming.writing() : folderMade);
 }
 
 // The network has no complaint then: the server has an empty file there.
@@ -77,12 +76,26 @@ QString refusedPathText(const QString& folder, const OrlFile& file)
 
 } // namespace
 
+/// Where a run's files come from and go to.
+struct PackageClient::RunPlaces
+{
+    /// Makes the folder.
+    RunPlaces(const QUrl& url, QString target)
+        : base(url.adjusted(QUrl::RemoveFilename))
+        , folder(std::move(target))
+        , folderMade(makeFolder(folder))
+    {}
+
+    QUrl base;
+    QString folder;
+    WriteResult folderMade;
+};
+
 /// An asynchronous run over a list of files, shared by the callbacks that carry it on.
 struct PackageClient::AsyncRun
 {
-    QUrl base;
+    RunPlaces places;
     QList<OrlFile> files;
-    QString folder;
     int index = 0;
     qint64 bytes = 0;
     qint64 total = 1;
@@ -113,7 +126,7 @@ bool PackageClient::hasMissingFiles(const OrlPackageDoc& package, const QString&
 bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
                                  const QString& folder, QString* error)
 {
-    QDir().mkpath(folder);
+    const RunPlaces places(url, folder);
     FileReplacement::removeLeftover(unfinishedPathIn(folder),
                                     [this] { return m_pacer.turnIfDue(); });
     RunPosition position;
@@ -128,10 +141,9 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
     }
     position.total = qMax<qint64>(sum, 1);
 
-    const QUrl base = url.adjusted(QUrl::RemoveFilename);
     for (qsizetype i = 0; i < files.size(); ++i) {
         position.number = static_cast<int>(i) + 1;
-        if (needed.at(i) && !installOne(files.at(i), base, folder, position, error))
+        if (needed.at(i) && !installOne(files.at(i), places, position, error))
             return false;
         Q_EMIT progress(position.bytes, position.total, position.number, position.count);
     }
@@ -140,16 +152,16 @@ bool PackageClient::installFiles(const QUrl& url, const QList<OrlFile>& files,
     return m_pacer.waitFor(std::chrono::milliseconds(0)) || !failWhenQuitting(error);
 }
 
-bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QString& folder,
-                               RunPosition& position, QString* error)
+bool PackageClient::installOne(const OrlFile& file, const RunPlaces& places, RunPosition& position,
+                               QString* error)
 {
-    const QString path = pathOfListedFile(folder, file.localfile);
+    const QString path = pathOfListedFile(places.folder, file.localfile);
     if (path.isEmpty())
-        return fail(error, refusedPathText(folder, file));
-    IncomingFile incoming(file, path, unfinishedPathIn(folder));
+        return fail(error, refusedPathText(places.folder, file));
+    IncomingFile incoming(file, path, unfinishedPathIn(places.folder));
     QString downloadError;
     m_incoming = &incoming;
-    const QUrl address = base.resolved(QUrl(file.url));
+    const QUrl address = places.base.resolved(QUrl(file.url));
     downloadWithProgress(address, position.bytes, position.total, position.number, position.count,
                          &downloadError);
     if (!incoming.cannotBeWritten() && (m_pacer.isQuitting() || !incoming.isAccepted()))
@@ -161,7 +173,7 @@ bool PackageClient::installOne(const OrlFile& file, const QUrl& base, const QStr
         return false;
     }
     if (result != StoreResult::Stored) {
-        logStoreFailure(result, incoming, folder);
+        logStoreFailure(result, incoming, places.folderMade);
         return fail(error, storeFailureText(result, incoming));
     }
     m_verified.addWritten(path, file.unpackedhash);
@@ -186,9 +198,8 @@ void PackageClient::installFilesAsync(const QUrl& url, const QList<OrlFile>& fil
                                       const QString& folder, int fileIndex, qint64 bytes,
                                       qint64 totalBytes, DoneCallback done)
 {
-    continueAsync(std::make_shared<AsyncRun>(AsyncRun{url.adjusted(QUrl::RemoveFilename), files,
-                                                      folder, fileIndex, bytes, totalBytes,
-                                                      std::move(done), nullptr}));
+    continueAsync(std::make_shared<AsyncRun>(AsyncRun{
+        RunPlaces(url, folder), files, fileIndex, bytes, totalBytes, std::move(done), nullptr}));
 }
 
 // Installed files are passed over in a loop: a list may hold very many of them.
@@ -198,9 +209,9 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
     for (; run->index < count; ++run->index) {
         const OrlFile& file = run->files.at(run->index);
         const int number = run->index + 1;
-        const QString path = pathOfListedFile(run->folder, file.localfile);
+        const QString path = pathOfListedFile(run->places.folder, file.localfile);
         if (path.isEmpty()) {
-            endAsync(*run, false, refusedPathText(run->folder, file));
+            endAsync(*run, false, refusedPathText(run->places.folder, file));
             return;
         }
         if (isInstalledAt(path, file, m_verified)) {
@@ -212,10 +223,11 @@ void PackageClient::continueAsync(const std::shared_ptr<AsyncRun>& run)
         m_fileIndex = number;
         m_fileCount = count;
         m_forwardProgress = true;
-        run->incoming = std::make_unique<IncomingFile>(file, path, unfinishedPathIn(run->folder));
+        run->incoming =
+            std::make_unique<IncomingFile>(file, path, unfinishedPathIn(run->places.folder));
         m_incoming = run->incoming.get();
         downloadAsync(
-            run->base.resolved(QUrl(file.url)),
+            run->places.base.resolved(QUrl(file.url)),
             [this, run](const QByteArray&, const QString& message) { storeAsync(run, message); });
         return;
     }
@@ -226,13 +238,13 @@ void PackageClient::storeAsync(const std::shared_ptr<AsyncRun>& run, const QStri
 {
     IncomingFile& incoming = *run->incoming;
     if (!message.isEmpty() || !(incoming.isAccepted() || incoming.cannotBeWritten())) {
-        const QUrl address = run->base.resolved(QUrl(incoming.file().url));
+        const QUrl address = run->places.base.resolved(QUrl(incoming.file().url));
         endAsync(*run, false, message.isEmpty() ? emptyBodyText(finalAddress(address)) : message);
         return;
     }
     const StoreResult result = incoming.finish();
     if (result != StoreResult::Stored) {
-        logStoreFailure(result, incoming, run->folder);
+        logStoreFailure(result, incoming, run->places.folderMade);
         endAsync(*run, false, storeFailureText(result, incoming));
         return;
     }

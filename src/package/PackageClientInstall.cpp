@@ -144,7 +144,6 @@ void PackageClient::installAssetsAsync(const QUrl& url, const QList<OrlFile>& fi
                                        const QString& hash, const QString& folder,
                                        DoneCallback done)
 {
-    QDir().mkpath(folder);
     startAsync(url, files, folder,
                [hash, folder, done = std::move(done)](bool ok, const QString& message) {
                    QString error = message;

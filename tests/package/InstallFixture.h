@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <system_error>
+
 /// Whether an installation runs in the blocking or in the asynchronous form; most tests hold for
 /// both.
 enum class Form { Blocking, Async };
@@ -36,6 +38,12 @@ inline const QString partial = QStringLiteral("partial.package.json.version");
 inline const QString version = QStringLiteral("package.json.version");
 inline const QString document = QStringLiteral("package.json");
 inline const QString assetsMarker = QStringLiteral("assets.json.sha256");
+
+/// The reason in the log where no system call gave one.
+inline QString textOf(std::errc reason)
+{
+    return QString::fromLocal8Bit(std::make_error_code(reason).message());
+}
 
 /// The failure's text for a file or folder that cannot be written.
 inline QString unwritable(const QString& path)

@@ -1,16 +1,11 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
-#include <system_error>
+#include <QFileInfo>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QString textOf(std::errc reason)
-{
-    return QString::fromLocal8Bit(std::make_error_code(reason).message());
-}
 
 const QString isAFolder = textOf(std::errc::is_a_directory);
 const QString isNoFolder = textOf(std::errc::not_a_directory);
