@@ -1,6 +1,7 @@
 #include "client/ClientEnvironment.h"
 #include "support/IsolatedHome.h"
 
+#include <QMap>
 #include <QProcess>
 #include <QTest>
 

@@ -3,9 +3,12 @@
 #include "support/TestClient.h"
 #include "support/TestFiles.h"
 
+#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 

@@ -6,6 +6,7 @@
 #include "support/TestFiles.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>

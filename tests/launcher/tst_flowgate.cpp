@@ -5,6 +5,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <chrono>
 #include <memory>
 
 /// Operations on the stack and the click that comes meanwhile.

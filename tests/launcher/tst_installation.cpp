@@ -7,6 +7,8 @@
 #include "support/ScriptedHttpServer.h"
 #include "support/TestFiles.h"
 
+#include <QDir>
+#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTimer>

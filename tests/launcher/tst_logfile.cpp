@@ -3,8 +3,12 @@
 #include "support/MessageCapture.h"
 #include "support/TestFiles.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QSysInfo>
 #include <QTemporaryDir>
 #include <QTest>
 

@@ -3,6 +3,8 @@
 
 #include <QApplication>
 
+#include <array>
+
 using namespace Qt::StringLiterals;
 
 /// What the launcher does by itself when it was started with "--patch".

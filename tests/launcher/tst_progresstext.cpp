@@ -1,5 +1,7 @@
 #include "launcher/WindowFixture.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QStackedLayout>

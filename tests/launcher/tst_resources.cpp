@@ -1,14 +1,17 @@
 #include "shared/Hints.h"
 
+#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QImageReader>
+#include <QLocale>
 #include <QRegularExpression>
 #include <QResource>
 #include <QSet>
 #include <QTest>
 
 #include <array>
+#include <cstddef>
 
 namespace {
 

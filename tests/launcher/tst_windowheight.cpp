@@ -1,7 +1,9 @@
 #include "launcher/FittingLabel.h"
 #include "launcher/FlowFixture.h"
 
+#include <QCoreApplication>
 #include <QGroupBox>
+#include <QImage>
 #include <QSettings>
 
 namespace {

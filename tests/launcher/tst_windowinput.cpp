@@ -1,15 +1,21 @@
 #include "launcher/WindowFixture.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QDesktopServices>
+#include <QEvent>
 #include <QFocusFrame>
+#include <QImage>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSet>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QStackedLayout>
 #include <QTextBrowser>
+#include <QTextCursor>
 #include <QTimer>
 
 namespace {

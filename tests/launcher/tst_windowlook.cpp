@@ -1,8 +1,11 @@
 #include "launcher/WindowFixture.h"
 
 #include <QCheckBox>
+#include <QColor>
 #include <QFile>
 #include <QGroupBox>
+#include <QImage>
+#include <QKeySequence>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>

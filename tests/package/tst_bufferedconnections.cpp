@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QHostInfo>
+#include <QNetworkProxy>
 #include <QTest>
 
 #include <utility>

@@ -1,6 +1,10 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+
 #ifdef Q_OS_LINUX
 #include <sys/inotify.h>
 #include <unistd.h>

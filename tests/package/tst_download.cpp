@@ -13,6 +13,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {

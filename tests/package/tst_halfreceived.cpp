@@ -1,6 +1,9 @@
 #include "package/MainLoopRun.h"
 #include "support/IsolatedHome.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #ifndef Q_OS_WIN
 #include "package/FullDisk.h"
 

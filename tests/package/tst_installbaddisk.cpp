@@ -2,6 +2,9 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <QFile>
+#include <QFileInfo>
+
 #include <cerrno>
 #include <sys/file.h>
 #include <sys/stat.h>

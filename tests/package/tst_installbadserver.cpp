@@ -1,6 +1,8 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <QFile>
+
 using namespace Qt::StringLiterals;
 
 namespace {

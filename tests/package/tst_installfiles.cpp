@@ -1,7 +1,11 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <QFile>
+#include <QMap>
 #include <QThread>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

@@ -1,7 +1,10 @@
 #include "package/InstallFixture.h"
 #include "support/IsolatedHome.h"
 
+#include <QMap>
+
 #include <limits>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 

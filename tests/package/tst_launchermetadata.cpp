@@ -5,6 +5,8 @@
 #include "support/ScriptedHttpServer.h"
 #include "support/TestFiles.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTest>
 
 using namespace Qt::StringLiterals;

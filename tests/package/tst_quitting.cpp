@@ -1,6 +1,10 @@
 #include "package/MainLoopRun.h"
 #include "support/IsolatedHome.h"
 
+#include <QDeadlineTimer>
+#include <QEvent>
+#include <QFile>
+
 #ifdef Q_OS_LINUX
 #include <unistd.h>
 #endif

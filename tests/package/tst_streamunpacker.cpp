@@ -8,6 +8,7 @@
 #include <QtEndian>
 
 #include <functional>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace unpackkit;

@@ -11,8 +11,11 @@
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
+#include <QFile>
 #include <QSet>
 #include <QTest>
+
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace publish;

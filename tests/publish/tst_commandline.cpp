@@ -9,6 +9,8 @@
 #include <QProcess>
 #include <QTest>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 using namespace publish;
 

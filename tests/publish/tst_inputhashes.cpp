@@ -10,6 +10,7 @@
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
+#include <QDateTime>
 #include <QFile>
 #include <QTest>
 

@@ -6,7 +6,10 @@
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
+#include <QDir>
 #include <QTest>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 using namespace publish;

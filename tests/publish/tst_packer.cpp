@@ -4,6 +4,7 @@
 #include "support/TestFiles.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>

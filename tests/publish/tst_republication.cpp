@@ -5,8 +5,10 @@
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QScopeGuard>
 #include <QSysInfo>

@@ -9,6 +9,7 @@
 #include "support/TestFiles.h"
 
 #include <QDir>
+#include <QFile>
 #include <QTest>
 
 #include <limits>

@@ -9,6 +9,7 @@
 #include "support/IsolatedHome.h"
 #include "support/TestFiles.h"
 
+#include <QFile>
 #include <QTest>
 
 using namespace Qt::StringLiterals;

@@ -4,6 +4,8 @@
 #include "support/ScriptedHttpServer.h"
 #include "support/TestFiles.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QHash>
 #include <QImage>
 #include <QTemporaryDir>

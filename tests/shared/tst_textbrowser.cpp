@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QTextDocument>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace browserkit;
 using shared::QTextBrowserWithNetwork;

@@ -1,5 +1,7 @@
 #include "support/HttpAnswer.h"
 
+#include <utility>
+
 HttpAnswer HttpAnswer::ok(const QByteArray& body)
 {
     HttpAnswer answer;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QTemporaryDir>
 
 /// Points everything that a program keeps for its user (home, settings, data, caches) into a

@@ -8,6 +8,7 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <utility>
 #ifdef Q_OS_WIN
 #include <winsock2.h>
 #else
