@@ -6,6 +6,7 @@
 #include "support/TestFiles.h"
 #include "support/TestSigner.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>

@@ -8,6 +8,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace {
