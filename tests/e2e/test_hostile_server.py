@@ -29,6 +29,7 @@ class HostileServer(kit.EndToEnd):
     def setUp(self):
         super().setUp()
         self.serial = 0
+        self.site.packing = ("--level", "0")
         self.served = self.folder / "served"
         self.launcher.binary = kit.BIN / "vornak-launcher-1.0-signed"
 
