@@ -17,6 +17,7 @@ import urllib.parse
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.append(str(ROOT / "tests/support"))
 
+import signing  # noqa: E402, F401
 from display import Display  # noqa: E402, F401
 from webserver import free_port, make_certificate, temporary_paths  # noqa: E402
 
@@ -199,11 +200,11 @@ class Player:
         if display:
             self.environment["DISPLAY"] = display
 
-    def patch(self):
+    def patch(self, launcher="vornak-launcher"):
         """Runs the launcher with --patch; adds the seconds until the client started."""
         mark = self.home / "client"
         mark.unlink(missing_ok=True)
-        run = Run([BIN / "vornak-launcher", "--patch"], self.environment)
+        run = Run([BIN / launcher, "--patch"], self.environment)
         if run.code != 0 or not mark.exists():
             sys.exit(f"the launcher did not start the client (exit code {run.code})")
         run.until_client = (int(mark.read_text()) - run.started) / 1e9
