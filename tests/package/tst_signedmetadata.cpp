@@ -65,6 +65,7 @@ class SignedMetadataTest : public QObject
 private Q_SLOTS:
     void takesWhatItsPublisherHasSigned();
     void asksForNothingMoreWithoutKeys();
+    void asksForNoSignatureOfNothing();
     void eachOfTwoKeysWillDo();
     void keyThatCannotBeReadLetsNothingThrough();
     void refusesOtherDocuments_data();
@@ -102,6 +103,18 @@ void SignedMetadataTest::asksForNothingMoreWithoutKeys()
     QCOMPARE(fixture.client.fetchLauncherMetadata(), fixture.tree.metadata);
     QCOMPARE(fixture.server.paths(), QStringList(QString(ContentTree::metadataPath)));
     QVERIFY(!QFile::exists(acceptedserials::filePath(fixture.data.path())));
+}
+
+void SignedMetadataTest::asksForNoSignatureOfNothing()
+{
+    Fixture fixture;
+    fixture.server.route(ContentTree::metadataPath, HttpAnswer::error(404));
+    const MessageCapture messages;
+    QString error;
+    QVERIFY(fixture.client.fetchLauncherMetadata(&error).packages.isEmpty());
+    QVERIFY2(error.startsWith(u"Download failed: "_s), qPrintable(error));
+    QCOMPARE(fixture.server.paths(), QStringList(QString(ContentTree::metadataPath)));
+    QCOMPARE(messages.lines().size(), 1);
 }
 
 void SignedMetadataTest::eachOfTwoKeysWillDo()
