@@ -20,8 +20,6 @@ AllocationProbe::AllocationProbe()
     largestAllocation = 0;
 }
 
-AllocationProbe::~AllocationProbe() = default;
-
 std::size_t AllocationProbe::largest() const
 {
     return largestAllocation;

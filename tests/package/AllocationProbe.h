@@ -9,7 +9,6 @@ class AllocationProbe
 {
 public:
     AllocationProbe();
-    ~AllocationProbe();
     AllocationProbe(const AllocationProbe&) = delete;
     AllocationProbe& operator=(const AllocationProbe&) = delete;
 

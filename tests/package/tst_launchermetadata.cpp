@@ -102,7 +102,7 @@ void LauncherMetadataTest::readsWrongTypesAsMissing()
 void LauncherMetadataTest::aStringIsNoConsentToInstall()
 {
     const auto consent = [](const QByteArray& json) {
-        return readLauncherMetadata("{\"packages\":[{\"installautomatically\":" + json + "}]}",
+        return readLauncherMetadata(R"({"packages":[{"installautomatically":)" + json + "}]}",
                                     nullptr)
             .packages.at(0)
             .installautomatically;

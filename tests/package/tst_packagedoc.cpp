@@ -105,7 +105,7 @@ void PackageDocTest::sizeAsNumberAndAsStringGiveTheSameEntry()
 {
     const auto entry = [](const QByteArray& size) {
         return parseFileEntry(
-            QJsonDocument::fromJson("{\"url\":\"u\",\"packedsize\":" + size + "}").object());
+            QJsonDocument::fromJson(R"({"url":"u","packedsize":)" + size + "}").object());
     };
     QCOMPARE(entry("8123456789").packedsize, 8123456789);
     QCOMPARE(entry("8123456789"), entry("\"8123456789\""));

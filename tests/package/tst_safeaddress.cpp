@@ -46,11 +46,11 @@ void SafeAddressTest::knowsAddressesOfAnotherMachine_data()
     row("FILE://host/share/a", true);
     row("//host/share/a", true);
     row("file:////host/share/a", true);
-    row("file:\\\\host\\share\\a", true);
+    row(R"(file:\\host\share\a)", true);
     row("file:%5C%5Chost/share/a", true);
     row("file:///%5Chost/share/a", true);
-    row("\\\\host\\share\\a", true);
-    row("\\\\?\\UNC\\host\\share", true);
+    row(R"(\\host\share\a)", true);
+    row(R"(\\?\UNC\host\share)", true);
     row("/\\host/share/a", true);
     row("%5C%5Chost/share/a", true);
 }

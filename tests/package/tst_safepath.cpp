@@ -62,7 +62,7 @@ void SafePathTest::judgesPaths_data()
     row("a\\b", true, false);
     row("..\\a", true, false);
     row("a/..\\..\\b", true, false);
-    row("\\\\server\\share", true, false);
+    row(R"(\\server\share)", true, false);
     row("NUL", true, false);
     row("nul", true, false);
     row("a/nul.txt", true, false);

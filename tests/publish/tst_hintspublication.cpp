@@ -57,15 +57,14 @@ void HintsPublicationTest::judgesDocuments_data()
     };
     row("table", hintWith("<table></table>"), 0);
     row("picture", hintWith("<img src=\"/images/news/a.png\">"), 0, {u"news/a.png"_s});
-    row("picture with more",
-        hintWith("<p><IMG width=\"80\" SRC = \"/images/a.png\" height=80></p>"), 0, {u"a.png"_s});
+    row("picture with more", hintWith(R"(<p><IMG width="80" SRC = "/images/a.png" height=80></p>)"),
+        0, {u"a.png"_s});
     row("picture twice",
-        hintWith(
-            "<img src=\"/images/a.png\"><img src=\"/images/a.png\"><img src=\"/images/b.png\">"),
+        hintWith(R"(<img src="/images/a.png"><img src="/images/a.png"><img src="/images/b.png">)"),
         0, {u"a.png"_s, u"b.png"_s});
     row("picture elsewhere", hintWith("<img src=\"https://pictures.example/a.png\">"), 0);
-    row("object", "{\"hints\":[\"<table>\",\"plain\"]}", 0);
-    row("stand-ins", "[{\"text\":\"<table>\"},{\"hint\":\"x\"}]", 0);
+    row("object", R"({"hints":["<table>","plain"]})", 0);
+    row("stand-ins", R"([{"text":"<table>"},{"hint":"x"}])", 0);
     row("not JSON", "[", 1);
     row("empty", "", 1);
     row("number", "1", 1);
@@ -74,8 +73,8 @@ void HintsPublicationTest::judgesDocuments_data()
     row("nothing rich", "[\"plain\"]", 1);
     row("too many tables", "[\"" + QByteArray("<table><tr><td>").repeated(9) + "\"]", 1);
     row("number among hints", "[\"<table>\",1]", 1);
-    row("empty hint", "[\"<table>\",{\"title\":\"T\",\"richText\":\"\"}]", 1);
-    row("text of another type", "[\"<table>\",{\"richText\":1}]", 1);
+    row("empty hint", R"(["<table>",{"title":"T","richText":""}])", 1);
+    row("text of another type", R"(["<table>",{"richText":1}])", 1);
     row("single quotes", hintWith("<img src='/images/a.png'>"), 1);
     row("no quotes", hintWith("<img src=/images/a.png>"), 1);
     row("relative picture", hintWith("<img src=\"images/a.png\">"), 1);

@@ -68,10 +68,9 @@ void MendingTest::init()
 {
     m_fixture = std::make_unique<PublishFixture>();
     QCOMPARE(publishAgain(), QStringList());
-    writeFiles(m_fixture->path({}),
-               {{u"hints.json"_s, "[\"<img src=\\\"/images/news/a.png\\\">\"]"},
-                {u"pictures/news/a.png"_s, picture},
-                {u"others/news/a.png"_s, picture + " and more"}});
+    writeFiles(m_fixture->path({}), {{u"hints.json"_s, R"(["<img src=\"/images/news/a.png\">"])"},
+                                     {u"pictures/news/a.png"_s, picture},
+                                     {u"others/news/a.png"_s, picture + " and more"}});
     QCOMPARE(publishHintsAgain(), QStringList());
 }
 
@@ -211,8 +210,8 @@ void MendingTest::learnsNothingFromADamagedDocument()
     const QString path = m_fixture->content() + folder + u"package.json"_s;
     const QByteArray good = testfiles::read(path);
     for (const bool isNoted : {true, false}) {
-        testfiles::write(path, QByteArray(good).replace("\"unpackedsize\":\"3000\"",
-                                                        "\"unpackedsize\":\"3001\""));
+        testfiles::write(
+            path, QByteArray(good).replace(R"("unpackedsize":"3000")", R"("unpackedsize":"3001")"));
         QVERIFY(testfiles::read(path) != good);
         if (!isNoted)
             forgetNotes();

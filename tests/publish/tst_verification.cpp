@@ -112,14 +112,14 @@ void VerificationTest::findsFaultsOfDocuments_data()
     const QString document = folder + u"package.json"_s;
     row("no packages", metadata, "\"packages\"", "\"package\"", "no package");
     row("other system", metadata, "\"windows\"", "\"macos\"", "players' system");
-    row("folder", metadata, "\"directoryname\": \"Quelra\"", "\"directoryname\": \"..\"",
+    row("folder", metadata, R"("directoryname": "Quelra")", R"("directoryname": "..")",
         "cannot be a folder's name");
     row("percent", metadata, "windows-x86_64/version.txt", "windows-x86_64/version%20.txt",
         "not plain");
     row("elsewhere", metadata, "\"/launcher/packages/Quelra/1.0/windows-x86_64/version.txt",
         "\"https://other.example/version.txt", "leads elsewhere");
     row("version", folder + u"version.txt"_s, "1.0", "1.1", "of '1.0'");
-    row("executable", document, "\"executable\":\"client\"", "\"executable\":\"Client\"",
+    row("executable", document, R"("executable":"client")", R"("executable":"Client")",
         "not among the files");
     row("no files", document, "\"files\"", "\"file\"", "no package document with files");
     row("path", document, "\"data/map\"", "\"../map\"", "../map");
@@ -127,13 +127,13 @@ void VerificationTest::findsFaultsOfDocuments_data()
     row("twice", document, "\"data/map\"", "\"client\"", "two files");
     row("case", document, "\"data/map\"", "\"CLIENT\"", "case");
     row("asset and file", folder + u"assets.json"_s, "\"assets/sky\"", "\"empty\"", "two files");
-    row("upper case hash", document, "\"packedhash\":\"", "\"packedhash\":\"A", "hexadecimal");
-    row("size", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"3001\"", "another size");
-    row("negative size", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"-1\"",
+    row("upper case hash", document, R"("packedhash":")", R"("packedhash":"A)", "hexadecimal");
+    row("size", document, R"("unpackedsize":"3000")", R"("unpackedsize":"3001")", "another size");
+    row("negative size", document, R"("unpackedsize":"3000")", R"("unpackedsize":"-1")",
         "make no sense");
-    row("too large", document, "\"unpackedsize\":\"3000\"", "\"unpackedsize\":\"2147483648\"",
+    row("too large", document, R"("unpackedsize":"3000")", R"("unpackedsize":"2147483648")",
         "2 GiB");
-    row("no packed size", document, "\"packedsize\":\"", "\"packedsiz\":\"", "make no sense");
+    row("no packed size", document, R"("packedsize":")", R"("packedsiz":")", "make no sense");
     row("another list's identity", folder + u"assets.txt"_s, "", "", "another asset list");
     row("hints", u"/hints.json"_s, "<img", "<b", "none of them");
     row("launcher", u"/launcher/self/7/windows-x86_64/version.txt"_s, "7", "8", "launcher (");

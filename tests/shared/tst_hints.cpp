@@ -89,7 +89,7 @@ void HintsTest::parsesElements()
     const QList<HintEntry> expected =
         text.isEmpty() ? QList<HintEntry>() : QList<HintEntry>{{title, text}};
     QCOMPARE(parseHints("[" + element + "]"), expected);
-    QCOMPARE(parseHints("{\"other\":1,\"hints\":[" + element + "]}"), expected);
+    QCOMPARE(parseHints(R"({"other":1,"hints":[)" + element + "]}"), expected);
 }
 
 void HintsTest::keepsOrderAndDuplicates()
