@@ -22,9 +22,10 @@ def proof_size(full, short, what):
     return size
 
 
-def run(*words, code=0):
+def run(*words, code=0, environment=None):
     """Runs the publisher with --json and returns what it tells."""
-    done = subprocess.run([PROGRAM, *map(str, words), "--json"], text=True, capture_output=True)
+    done = subprocess.run([PROGRAM, *map(str, words), "--json"], text=True, capture_output=True,
+                          env=environment)
     if done.returncode != code:
         raise AssertionError(f"exit code {done.returncode} of {words}:\n{done.stdout}{done.stderr}")
     return json.loads(done.stdout)

@@ -80,10 +80,11 @@ HttpAnswer VerifyFixture::servedAs(const QString& address, const QByteArray& bod
     const QByteArray kept = isOften     ? "no-cache"
                             : isPicture ? "public, max-age=86400"
                                         : "public, max-age=31536000, immutable";
-    const QByteArray type = isPicture                      ? "image/png"
-                            : address.endsWith(u".json"_s) ? "application/json"
-                            : address.endsWith(u".txt"_s)  ? "text/plain; charset=utf-8"
-                                                           : "application/octet-stream";
+    const QByteArray type = isPicture                         ? "image/png"
+                            : address.endsWith(u".json"_s)    ? "application/json"
+                            : address.endsWith(u".minisig"_s) ? "text/plain"
+                            : address.endsWith(u".txt"_s)     ? "text/plain; charset=utf-8"
+                                                              : "application/octet-stream";
     answer.headers = {{"Cache-Control", kept}, {"Content-Type", type}};
     return answer;
 }

@@ -13,6 +13,7 @@ inline constexpr QLatin1StringView images("/images/");
 inline constexpr QLatin1StringView packedFiles("/launcher/files/");
 inline constexpr QLatin1StringView packages("/launcher/packages/");
 inline constexpr QLatin1StringView ownBuilds("/launcher/self/");
+inline constexpr QLatin1StringView signatures("/launcher/signatures/");
 
 // Files in the folder of a version's build.
 inline constexpr QLatin1StringView packageDocument("package.json");

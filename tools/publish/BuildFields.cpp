@@ -41,6 +41,12 @@ void setAddresses(QJsonObject& build, const BuildAddresses& addresses)
     setOrRemove(build, QLatin1StringView(assetsVersionKey), addresses.assetsVersion);
 }
 
+QStringList addressKeys()
+{
+    return {QLatin1StringView(documentKey), QLatin1StringView(versionKey),
+            QLatin1StringView(assetsKey), QLatin1StringView(assetsVersionKey)};
+}
+
 BuildAddresses buildAddresses(const QString& prefix, const QString& folder, const QString& identity)
 {
     const QString base = prefix + folder;

@@ -4,6 +4,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 
 namespace publish {
 
@@ -29,6 +30,9 @@ void setPlatform(QJsonObject& build, const Platform& platform);
 
 [[nodiscard]] BuildAddresses addressesOf(const QJsonObject& build);
 void setAddresses(QJsonObject& build, const BuildAddresses& addresses);
+
+/// The names of the members that are addresses.
+[[nodiscard]] QStringList addressKeys();
 
 /// Sets the member, or removes it when there is no value for it.
 void setOrRemove(QJsonObject& object, const QString& key, const QString& value);

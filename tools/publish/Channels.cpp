@@ -35,6 +35,11 @@ QString channels::metadata(const QString& channel)
     return inChannel(channel, addresses::metadata);
 }
 
+QString channels::signatures(const QString& channel)
+{
+    return inChannel(channel, addresses::signatures);
+}
+
 QString channels::hints(const QString& channel)
 {
     return inChannel(channel, addresses::hints);

@@ -24,6 +24,8 @@ namespace channels {
 [[nodiscard]] QString nameFault(const QString& name);
 
 [[nodiscard]] QString metadata(const QString& channel);
+/// Folder of the signatures of the metadata, ending in "/".
+[[nodiscard]] QString signatures(const QString& channel);
 [[nodiscard]] QString hints(const QString& channel);
 /// Folder of the hints' pictures, ending in "/".
 [[nodiscard]] QString images(const QString& channel);

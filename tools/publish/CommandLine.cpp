@@ -169,6 +169,11 @@ QString CommandLine::value(const char* name) const
     return m_parser.value(QString::fromLatin1(name));
 }
 
+QStringList CommandLine::values(const char* name) const
+{
+    return m_parser.values(QString::fromLatin1(name));
+}
+
 std::optional<QString> CommandLine::given(const char* name) const
 {
     return isSet(name) ? std::optional(value(name)) : std::nullopt;

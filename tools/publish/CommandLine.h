@@ -45,6 +45,7 @@ public:
 
     [[nodiscard]] bool isSet(const char* name) const;
     [[nodiscard]] QString value(const char* name) const;
+    [[nodiscard]] QStringList values(const char* name) const;
     /// Only if the option was given.
     [[nodiscard]] std::optional<QString> given(const char* name) const;
     [[nodiscard]] QString argument(qsizetype index) const;

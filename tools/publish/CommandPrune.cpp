@@ -2,6 +2,7 @@
 #include "publish/Commands.h"
 #include "publish/Prune.h"
 #include "publish/QuantityText.h"
+#include "publish/SigningOptions.h"
 
 #include <QJsonArray>
 
@@ -36,8 +37,11 @@ int commands::prune(const QStringList& arguments)
                    "and the launcher are counted separately.",
                    "N");
     line.addOption("dry-run", "Only tells what would be removed; needs no write permission.");
+    addSigningOptions(line);
     line.require("keep");
     if (const auto code = line.parse(arguments))
+        return *code;
+    if (const auto code = checkSigningOptions(line))
         return *code;
     bool isNumber = false;
     const int keep = line.value("keep").toInt(&isNumber);
@@ -47,7 +51,12 @@ int commands::prune(const QStringList& arguments)
     Console console(line.outputMode());
     PruneReport report;
     const bool dryRun = line.isSet("dry-run");
-    const QStringList faults = pruneVersions(line.argument(0), keep, dryRun, console, report);
+    QString error;
+    const auto signing = dryRun ? Signing() : readSigning(line, &error);
+    if (!signing)
+        return console.fail({error});
+    const QStringList faults =
+        pruneVersions(line.argument(0), keep, dryRun, console, report, *signing);
     if (!faults.isEmpty())
         return console.fail(faults);
     return console.succeed(

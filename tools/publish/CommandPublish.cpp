@@ -3,6 +3,7 @@
 #include "publish/Publication.h"
 #include "publish/PublishRequest.h"
 #include "publish/PublishText.h"
+#include "publish/SigningOptions.h"
 
 namespace publish {
 
@@ -26,6 +27,7 @@ void addBuildOptions(CommandLine& line)
                    "packed files; mends damaged ones.");
     line.addOption("dry-run", "Only tells what would be published and what players would "
                               "download.");
+    addSigningOptions(line);
     line.require("version");
     line.require("executable");
 }
@@ -83,9 +85,14 @@ std::optional<int> checkWhere(const CommandLine& line)
     return std::nullopt;
 }
 
-int run(const CommandLine& line, const PublishRequest& request)
+int run(const CommandLine& line, PublishRequest& request)
 {
     Console console(line.outputMode());
+    QString error;
+    const auto signing = request.dryRun ? Signing() : readSigning(line, &error);
+    if (!signing)
+        return console.fail({error});
+    request.signing = *signing;
     PublishReport report;
     const QStringList faults = publishVersion(request, console, report);
     if (!faults.isEmpty())
@@ -110,6 +117,8 @@ int commands::package(const QStringList& arguments)
             QStringLiteral("--install-automatically and --install-on-click exclude each other"));
     if (const auto code = checkWhere(line))
         return *code;
+    if (const auto code = checkSigningOptions(line, line.isSet("stage")))
+        return *code;
     PublishRequest request = buildRequest(line);
     request.product = {false, line.value("directory")};
     request.generation = line.value("generation");
@@ -133,6 +142,8 @@ int commands::launcher(const QStringList& arguments)
     if (const auto code = line.parse(arguments))
         return *code;
     if (const auto code = checkWhere(line))
+        return *code;
+    if (const auto code = checkSigningOptions(line, line.isSet("stage")))
         return *code;
     PublishRequest request = buildRequest(line);
     request.product = {true, QString()};

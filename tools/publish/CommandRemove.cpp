@@ -3,6 +3,7 @@
 #include "publish/Platform.h"
 #include "publish/QuantityText.h"
 #include "publish/RemoveBuilds.h"
+#include "publish/SigningOptions.h"
 
 #include <QJsonArray>
 
@@ -21,7 +22,10 @@ int commands::remove(const QStringList& arguments)
     line.addOption("launcher", "Removes builds of the launcher itself instead of a package's.");
     line.addPlatformOptions("", "");
     line.addOption("dry-run", "Only tells what would be removed; needs no write permission.");
+    addSigningOptions(line);
     if (const auto code = line.parse(arguments))
+        return *code;
+    if (const auto code = checkSigningOptions(line))
         return *code;
     if (line.isSet("directory") == line.isSet("launcher"))
         return line.wrongUsage(QStringLiteral("either --directory or --launcher is needed"));
@@ -34,6 +38,11 @@ int commands::remove(const QStringList& arguments)
     if (line.isSet("os"))
         request.platform = Platform{line.value("os"), line.value("architecture")};
     Console console(line.outputMode());
+    QString error;
+    const auto signing = request.dryRun ? Signing() : readSigning(line, &error);
+    if (!signing)
+        return console.fail({error});
+    request.signing = *signing;
     RemoveReport report;
     const QStringList faults = removeBuilds(request, console, report);
     if (!faults.isEmpty())

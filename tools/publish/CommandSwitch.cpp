@@ -1,5 +1,6 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
+#include "publish/SigningOptions.h"
 #include "publish/SwitchVersion.h"
 
 namespace publish {
@@ -17,8 +18,11 @@ int commands::switchTo(const QStringList& arguments)
     line.addOption("launcher", "Switches the launcher itself instead of a package.");
     line.addPlatformOptions("", "");
     line.addChannelOption("Switches what the players in this channel get.");
+    addSigningOptions(line);
     line.require("version");
     if (const auto code = line.parse(arguments))
+        return *code;
+    if (const auto code = checkSigningOptions(line))
         return *code;
     if (line.isSet("directory") && line.isSet("launcher"))
         return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
@@ -33,6 +37,11 @@ int commands::switchTo(const QStringList& arguments)
     if (line.isSet("os"))
         request.platform = Platform{line.value("os"), line.value("architecture")};
     Console console(line.outputMode());
+    QString error;
+    const auto signing = readSigning(line, &error);
+    if (!signing)
+        return console.fail({error});
+    request.signing = *signing;
     const QStringList faults = switchVersion(request);
     if (!faults.isEmpty())
         return console.fail(faults);

@@ -2,6 +2,7 @@
 #include "publish/Commands.h"
 #include "publish/FolderSource.h"
 #include "publish/QuantityText.h"
+#include "publish/SigningOptions.h"
 #include "publish/Verification.h"
 #include "publish/VerifyOptions.h"
 #include "publish/WebSource.h"
@@ -31,6 +32,10 @@ void addOptions(CommandLine& line)
         "quick",
         "Reads the documents, but only checks that packed files and pictures are there with "
         "the right sizes: for a check every minute.");
+    line.addOption("key",
+                   "Checks signatures as a launcher does that was built with this public key, or "
+                   "that in this file; may be given several times.",
+                   "PUB");
     line.addThreadOptions();
     line.replaceFirstArgumentBy("url");
 }
@@ -61,12 +66,17 @@ std::unique_ptr<ContentSource> sourceFor(const CommandLine& line)
 
 QJsonObject verifyObject(const VerifyReport& report)
 {
-    return {
+    QJsonObject object{
         {QStringLiteral("builds"), report.builds},
         {QStringLiteral("files"), report.files},
         {QStringLiteral("packedbytes"), report.packedBytes},
         {QStringLiteral("unpackedbytes"), report.unpackedBytes},
     };
+    if (report.serial > 0)
+        object.insert(QStringLiteral("serial"), report.serial);
+    if (!report.expires.isEmpty())
+        object.insert(QStringLiteral("expires"), report.expires);
+    return object;
 }
 
 QString verifyLine(const VerifyReport& report, bool quick)
@@ -93,9 +103,14 @@ int commands::verify(const QStringList& arguments)
         return *code;
     if (const auto code = checkOptions(line))
         return *code;
-    const VerifyOptions options{line.isSet("quick"), line.isSet("all"), line.value("version"),
-                                line.value("channel")};
+    VerifyOptions options{line.isSet("quick"), line.isSet("all"), line.value("version"),
+                          line.value("channel")};
     Console console(line.outputMode());
+    QString error;
+    const auto keys = readKeys(line, &error);
+    if (!keys)
+        return console.fail({error});
+    options.keys = *keys;
     if (!line.isSet("url") && !QFileInfo(line.argument(0)).isDir())
         return console.fail({QStringLiteral("%1: no such folder").arg(line.argument(0))});
     // Failed downloads are listed as faults; the client's own log would tell them twice.

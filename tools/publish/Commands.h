@@ -7,6 +7,8 @@ namespace publish::commands {
 
 int package(const QStringList& arguments);
 int launcher(const QStringList& arguments);
+int sign(const QStringList& arguments);
+int key(const QStringList& arguments);
 int hints(const QStringList& arguments);
 int list(const QStringList& arguments);
 int switchTo(const QStringList& arguments);

@@ -9,7 +9,8 @@ namespace publish {
 QUrl ContentSource::requested(const QString& base, const QString& address)
 {
     const bool isOwn = address == addresses::metadata || address == addresses::hints ||
-                       address.startsWith(addresses::images);
+                       address.startsWith(addresses::images) ||
+                       address.startsWith(addresses::signatures);
     return QUrl(isOwn ? base + address : address, QUrl::TolerantMode);
 }
 

@@ -45,6 +45,9 @@ public:
     /// none was, or when it is not known here.
     [[nodiscard]] virtual QString notedHash(const QString& address) const = 0;
 
+    /// The base address of the launchers that read from here.
+    [[nodiscard]] virtual QString baseUrl() const = 0;
+
     /// Whether it is a web server: one that sends headers which caches go by.
     [[nodiscard]] virtual bool isServer() const = 0;
 

@@ -17,6 +17,7 @@ public:
     QByteArray fetch(const QString& address, QString* error) override;
     void look(const QStringList& addresses, const Found& found) override;
     [[nodiscard]] QString notedHash(const QString& address) const override;
+    [[nodiscard]] QString baseUrl() const override { return m_base; }
     [[nodiscard]] bool isServer() const override { return false; }
 
 private:

@@ -8,6 +8,7 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/Limits.h"
+#include "publish/SignedContent.h"
 #include "publish/WrittenNotes.h"
 
 #include <QDir>
@@ -166,7 +167,7 @@ private:
 };
 
 bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, const QString& channel,
-                    QString* error)
+                    QStringList& warnings, QString* error)
 {
     const QString address = channels::metadata(channel);
     if (!tree.exists(address))
@@ -176,6 +177,11 @@ bool nameInMetadata(ContentFolder& tree, const QString& publicUrl, const QString
         return false;
     metadata->setHints(channels::hintsInMetadata(publicUrl, channel));
     const QByteArray bytes = metadata->bytes();
+    if (bytes != tree.read(address) && signedcontent::isSigned(tree)) {
+        warnings.append(QStringLiteral("the metadata is signed; the next publication names the "
+                                       "hints' address in it"));
+        return true;
+    }
     return bytes == tree.read(address) || tree.replace(address, bytes, error);
 }
 
@@ -253,7 +259,7 @@ QStringList publishHints(const QString& file, const QString& content, const QStr
     QString error;
     const bool done = tree.openForWriting(&error) && set.install(tree, &error) &&
                       tree.replace(channels::hints(channel), *bytes, &error) &&
-                      nameInMetadata(tree, publicUrl, channel, &error);
+                      nameInMetadata(tree, publicUrl, channel, report.warnings, &error);
     return done ? QStringList() : QStringList(error);
 }
 

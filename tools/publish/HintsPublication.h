@@ -29,7 +29,7 @@ struct HintsReport
 /// address in the metadata, if there is any, in this order. Nothing is written when there is a
 /// fault. A damaged picture is replaced by the one that it was. `images` may be empty. A channel,
 /// if its name is given, has a document and pictures of its own; its pictures may also come from
-/// those that are served without a channel.
+/// those that are served without a channel. Metadata that is signed stays as it is, with a warning.
 [[nodiscard]] QStringList publishHints(const QString& file, const QString& content,
                                        const QString& images, const QString& publicUrl,
                                        HintsReport& report, const QString& channel = {});

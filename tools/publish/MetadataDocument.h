@@ -1,5 +1,6 @@
 #pragma once
 
+#include "package/SignedTerms.h"
 #include "publish/BuildFields.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
@@ -9,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 namespace publish {
@@ -71,6 +73,14 @@ public:
     /// The product's versions, oldest publication first.
     [[nodiscard]] QStringList history(const Product& product) const;
     void setHistory(const Product& product, const QStringList& versions);
+
+    using HashOf = std::function<QString(const QString& address)>;
+    /// States, beside each address of each build, the hash that `hashOf` has of what lies there on
+    /// the server. False when it has none; then some are stated.
+    [[nodiscard]] bool setHashes(const HashOf& hashOf);
+    void setTerms(const SignedTerms& terms);
+    /// Takes out what the above two set.
+    void removeTerms();
 
 private:
     [[nodiscard]] QJsonObject productObject(const Product& product) const;

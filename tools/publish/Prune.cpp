@@ -6,6 +6,7 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
+#include "publish/MetadataWriter.h"
 #include "publish/PackStore.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
@@ -30,8 +31,9 @@ namespace {
 class Pruner
 {
 public:
-    Pruner(const QString& content, Progress& progress, PruneReport& report)
+    Pruner(const QString& content, const Signing& signing, Progress& progress, PruneReport& report)
         : m_tree(content)
+        , m_signing(signing)
         , m_progress(progress)
         , m_report(report)
         , m_notes(m_tree)
@@ -225,9 +227,7 @@ private:
                 return false;
             QDir().rmdir(QFileInfo(m_tree.path(folder).chopped(1)).path());
         }
-        const QByteArray bytes = m_metadata.bytes();
-        if (!m_used.save(m_tree, error) || (bytes != m_tree.read(addresses::metadata) &&
-                                            !m_tree.replace(addresses::metadata, bytes, error)))
+        if (!m_used.save(m_tree, error) || !forgetRemoved(error))
             return false;
         for (const QString& path : std::as_const(m_goingFiles)) {
             QFile file(path);
@@ -243,7 +243,19 @@ private:
         return m_notes.save(m_tree, error);
     }
 
+    // Whoever cannot sign must still be able to make room.
+    bool forgetRemoved(QString* error)
+    {
+        if (unsignedFault(m_tree, m_signing).isEmpty())
+            return MetadataWriter(m_tree, m_signing).write(QString(), m_metadata, error);
+        if (!m_report.removedVersions.isEmpty())
+            m_progress.warn(QStringLiteral("the metadata is signed and goes on naming versions "
+                                           "that were removed until it is signed again"));
+        return true;
+    }
+
     ContentFolder m_tree;
+    const Signing& m_signing;
     Progress& m_progress;
     PruneReport& m_report;
     MetadataDocument m_metadata;
@@ -263,11 +275,12 @@ private:
 } // namespace
 
 QStringList pruneVersions(const QString& content, int keep, bool dryRun, Progress& progress,
-                          PruneReport& report)
+                          PruneReport& report, const Signing& signing)
 {
     QString error;
-    return Pruner(content, progress, report).run(keep, dryRun, &error) ? QStringList()
-                                                                       : QStringList(error);
+    return Pruner(content, signing, progress, report).run(keep, dryRun, &error)
+               ? QStringList()
+               : QStringList(error);
 }
 
 } // namespace publish

@@ -9,6 +9,7 @@
 #include "publish/InputFolder.h"
 #include "publish/InputHashes.h"
 #include "publish/LauncherChoice.h"
+#include "publish/MetadataWriter.h"
 #include "publish/PathChanges.h"
 #include "publish/Product.h"
 #include "publish/Progress.h"
@@ -33,6 +34,7 @@ public:
         , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
+        , m_writer(m_tree, request.signing)
         , m_notes(m_tree)
         , m_store(m_tree, request.packing, progress)
         , m_folder(request.product.versionFolder(request.version) + request.platform.folderName())
@@ -40,6 +42,9 @@ public:
 
     QStringList run()
     {
+        const QString refusal = unsignedFault(m_tree, m_request.signing);
+        if (!refusal.isEmpty() && !m_request.dryRun)
+            return {refusal};
         const QStringList faults = m_input.read(m_request);
         for (const QString& warning : m_input.warnings())
             m_progress.warn(warning);
@@ -195,9 +200,7 @@ private:
         }
         // Killed in between, the version is one that was staged.
         m_metadata.addPublished(product, m_request.platform);
-        const QByteArray bytes = m_metadata.bytes();
-        if (bytes != m_tree.read(addresses::metadata) &&
-            !m_tree.replace(addresses::metadata, bytes, error))
+        if (!m_writer.write(QString(), m_metadata, error))
             return false;
         if (m_request.stage)
             return true;
@@ -222,7 +225,7 @@ private:
                            buildAddresses(m_request.publicUrl, m_folder, identity));
         if (m_tree.exists(channels::hints(m_request.channel)))
             m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
-        return m_tree.replace(channels::metadata(m_request.channel), m_current.bytes(), error);
+        return m_writer.write(m_request.channel, m_current, error);
     }
 
     // The metadata knows the version, and the next publication learns it from there.
@@ -269,6 +272,7 @@ private:
     PublishReport& m_report;
     PublishInput m_input;
     ContentFolder m_tree;
+    MetadataWriter m_writer;
     WrittenNotes m_notes;
     PackStore m_store;
     QString m_folder;

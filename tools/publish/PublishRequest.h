@@ -1,6 +1,7 @@
 #pragma once
 
 #include "publish/MetadataDocument.h"
+#include "publish/MetadataSigner.h"
 #include "publish/PackStore.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
@@ -33,6 +34,7 @@ struct PublishRequest
     /// Finds out what publishing would do, and writes nothing. Contents that were never packed then
     /// count with their full size, since only packing shows how small they become.
     bool dryRun = false;
+    Signing signing;
 };
 
 } // namespace publish

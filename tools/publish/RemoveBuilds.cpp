@@ -7,6 +7,7 @@
 #include "publish/ContentFolder.h"
 #include "publish/LauncherChoice.h"
 #include "publish/MetadataDocument.h"
+#include "publish/MetadataWriter.h"
 #include "publish/Progress.h"
 #include "publish/UsedVersions.h"
 
@@ -35,6 +36,9 @@ public:
 
     bool run(QString* error)
     {
+        const QString refusal = unsignedFault(m_tree, m_request.signing);
+        if (!refusal.isEmpty() && !m_request.dryRun)
+            return fail(error, refusal);
         if (!channels::isPublished(m_tree, error) ||
             !(m_request.dryRun || m_tree.openForWriting(error, ContentFolder::Purpose::WayOut)) ||
             !readDocuments(error) || !findBuilds(error))
@@ -189,12 +193,11 @@ private:
 
     bool replaceDocuments(QString* error)
     {
-        return std::all_of(
-            m_documents.begin(), m_documents.end(), [this, error](const NamedDocument& named) {
-                const QString address = channels::metadata(named.channel);
-                const QByteArray bytes = named.document.bytes();
-                return bytes == m_tree.read(address) || m_tree.replace(address, bytes, error);
-            });
+        MetadataWriter writer(m_tree, m_request.signing);
+        return std::all_of(m_documents.begin(), m_documents.end(),
+                           [&writer, error](const NamedDocument& named) {
+                               return writer.write(named.channel, named.document, error);
+                           });
     }
 
     bool removeFolders(QString* error)

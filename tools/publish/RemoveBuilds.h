@@ -1,5 +1,6 @@
 #pragma once
 
+#include "publish/MetadataSigner.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 
@@ -20,6 +21,7 @@ struct RemoveRequest
     /// Nothing: the product with all builds.
     std::optional<Platform> platform;
     bool dryRun = false;
+    Signing signing = {};
 };
 
 /// What was taken away: "1.0 windows-x86_64" and the like, as the folders are called.

@@ -27,6 +27,8 @@ Rule ruleFor(const QString& address)
         return {address, "no-cache", json};
     if (address.startsWith(addresses::images))
         return {addresses::images, "public, max-age=86400", "image/"};
+    if (address.startsWith(addresses::signatures))
+        return {addresses::signatures, forEver, "text/plain"};
     if (addresses::onServer(address).startsWith(addresses::packedFiles))
         return {addresses::packedFiles, forEver, "application/octet-stream", true};
     return address.endsWith(QLatin1StringView(".txt"))

@@ -8,6 +8,7 @@
 #include "publish/FolderSource.h"
 #include "publish/JobRunner.h"
 #include "publish/MetadataDocument.h"
+#include "publish/MetadataWriter.h"
 #include "publish/PathChanges.h"
 #include "publish/Progress.h"
 #include "publish/Verification.h"
@@ -179,9 +180,8 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
     }
     if (tree.exists(channels::hints(request.channel)) && !request.channel.isEmpty())
         metadata->setHints(channels::hintsInMetadata(QString(), request.channel));
-    const QString address = channels::metadata(request.channel);
-    const QByteArray bytes = metadata->bytes();
-    const bool done = bytes == tree.read(address) || tree.replace(address, bytes, &error);
+    const bool done =
+        MetadataWriter(tree, request.signing).write(request.channel, *metadata, &error);
     return done ? QStringList() : QStringList(error);
 }
 
@@ -190,7 +190,9 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
 QStringList switchVersion(const SwitchRequest& request)
 {
     ContentFolder tree(request.content);
-    QString error;
+    QString error = unsignedFault(tree, request.signing);
+    if (!error.isEmpty())
+        return {error};
     const bool isOpen = channels::isPublished(tree, &error) &&
                         tree.openForWriting(&error, ContentFolder::Purpose::WayOut);
     return isOpen ? switchInTree(tree, request) : QStringList(error);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "publish/MetadataSigner.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 
@@ -21,6 +22,7 @@ struct SwitchRequest
     QString version;
     /// The channel whose players get the version; empty for those in none.
     QString channel = {};
+    Signing signing = {};
 };
 
 /// Points the metadata at a version that was published before and is still there, in one step.

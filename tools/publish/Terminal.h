@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace publish {
 
 /// The program's own two streams. Text goes to files and pipes as UTF-8 with "\n" at the ends of
@@ -30,5 +32,13 @@ enum class Stream {
 
 /// What the above write with: the text as it is. False when the system did not take all of it.
 [[nodiscard]] bool writeText(Stream stream, const QString& text);
+
+/// Whether somebody types the standard input.
+[[nodiscard]] bool isInputTyped();
+
+/// Hands over the bytes of the next line of standard input, without its end and without taking
+/// anything behind it. Where somebody types, the line is not shown; it is UTF-8 on Windows, too.
+/// False when the input has ended, or when the user breaks it off.
+[[nodiscard]] bool readHiddenLine(const std::function<void(char byte)>& take);
 
 } // namespace publish

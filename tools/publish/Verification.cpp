@@ -12,6 +12,7 @@
 #include "publish/VerifyHints.h"
 #include "publish/VerifyOptions.h"
 #include "publish/VerifyRun.h"
+#include "publish/VerifySignature.h"
 
 #include <QSet>
 
@@ -59,6 +60,7 @@ private:
             return false;
         }
         m_published = *published;
+        verifySignature(m_run, bytes, m_options, m_progress, m_report);
         if (m_current.packages.isEmpty())
             m_run.addFault(QStringLiteral("launcher metadata"),
                            QStringLiteral("there is no package in it"), QStringLiteral("package"));
@@ -133,6 +135,9 @@ private:
         const BuildPlace place{
             QStringLiteral("%1%2 (%3 %4)").arg(product, version, build.os, build.architecture),
             publishingCommand(wanted, m_options.channel)};
+        // Of what is not current, the metadata says nothing.
+        if (version.isEmpty() && !m_options.keys.isEmpty())
+            verifyHashesAreStated(m_run, build, place.where);
         const auto doc = readDocument(m_run, build, place);
         if (!doc)
             return;

@@ -23,9 +23,10 @@ std::optional<OrlPackageDoc> readDocument(VerifyRun& run, const LauncherBuild& b
 {
     const auto& [where, command] = place;
     const QString address = build.url.toString();
-    const QString version =
-        QString::fromUtf8(run.fetch(where, build.versionurl.toString(), command)).trimmed();
-    const QByteArray bytes = run.fetch(where, address, command);
+    const QString version = QString::fromUtf8(run.fetch(where, build.versionurl.toString(), command,
+                                                        build.versionurlsha256))
+                                .trimmed();
+    const QByteArray bytes = run.fetch(where, address, command, build.urlsha256);
     if (bytes.isEmpty())
         return std::nullopt;
     QString error;
@@ -52,11 +53,13 @@ QList<OrlFile> readAssets(VerifyRun& run, const LauncherBuild& build, const Buil
     const auto& [where, command] = place;
     if (build.assetsurl.isEmpty())
         return {};
-    const QByteArray list = run.fetch(where, build.assetsurl.toString(), command);
+    const QByteArray list =
+        run.fetch(where, build.assetsurl.toString(), command, build.assetsurlsha256);
     const QString identity =
         build.assetsversionurl.isEmpty()
             ? QString()
-            : QString::fromUtf8(run.fetch(where, build.assetsversionurl.toString(), command))
+            : QString::fromUtf8(run.fetch(where, build.assetsversionurl.toString(), command,
+                                          build.assetsversionurlsha256))
                   .trimmed();
     if (list.isEmpty())
         return {};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "package/Minisign.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 
@@ -23,6 +24,8 @@ struct VerifyOptions
     /// Narrow `version` to one product or platform.
     std::optional<Product> product = {};
     std::optional<Platform> platform = {};
+    /// Those of launchers that take signed metadata only; without any, none is asked for.
+    QList<minisign::PublicKey> keys = {};
 };
 
 } // namespace publish

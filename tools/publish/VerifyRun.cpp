@@ -32,7 +32,8 @@ bool VerifyRun::checkPlain(const QString& where, const QString& address, const Q
     return isPlain;
 }
 
-QByteArray VerifyRun::fetch(const QString& where, const QString& address, const QString& command)
+QByteArray VerifyRun::fetch(const QString& where, const QString& address, const QString& command,
+                            const QString& stated)
 {
     checkPlain(where, address, command);
     QString error;
@@ -43,10 +44,17 @@ QByteArray VerifyRun::fetch(const QString& where, const QString& address, const 
                  QStringLiteral("%1 cannot be read: %2")
                      .arg(address, error.isEmpty() ? QStringLiteral("it is empty") : error),
                  command);
-    const QString noted = body.isEmpty() ? QString() : m_source.notedHash(address);
-    if (noted.isEmpty() || noted == hashBytes(body))
+    if (body.isEmpty())
+        return {};
+    const QString noted = m_source.notedHash(address);
+    const QString hash = noted.isEmpty() && stated.isEmpty() ? QString() : hashBytes(body);
+    if (!noted.isEmpty() && noted != hash)
+        addFault(where, QStringLiteral("%1 is not what was published").arg(address), command);
+    else if (!stated.isEmpty() && stated != hash)
+        addFault(where, QStringLiteral("%1 has not the hash that the metadata states").arg(address),
+                 noted.isEmpty() ? command : QStringLiteral("sign"));
+    else
         return body;
-    addFault(where, QStringLiteral("%1 is not what was published").arg(address), command);
     return {};
 }
 

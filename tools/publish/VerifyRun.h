@@ -28,8 +28,10 @@ public:
     /// Whether documents may name the address; a fault otherwise.
     bool checkPlain(const QString& where, const QString& address, const QString& command);
 
-    /// The whole body; empty, and a fault, when it cannot be had or is not what was published.
-    QByteArray fetch(const QString& where, const QString& address, const QString& command);
+    /// The whole body; empty, and a fault, when it cannot be had or is not what was published, or
+    /// has not the hash that the metadata states, if it states one.
+    QByteArray fetch(const QString& where, const QString& address, const QString& command,
+                     const QString& stated = {});
     /// As ContentSource::look(); what is wrong with headers is a fault of faultsOfServing().
     void look(const QStringList& addresses, const ContentSource::Found& found);
     /// Looks at `others`, and at everything that was fetched, for the headers alone. Nothing for a

@@ -18,6 +18,7 @@ public:
     void look(const QStringList& addresses, const Found& found) override;
     /// A server does not tell it.
     [[nodiscard]] QString notedHash(const QString&) const override { return {}; }
+    [[nodiscard]] QString baseUrl() const override { return m_client.baseUrl(); }
     [[nodiscard]] bool isServer() const override { return true; }
 
 private:

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "package/Minisign.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace publish {
+
+class ContentFolder;
+
+/// What a content folder has of signed metadata. It counts as signed when any of its documents has
+/// a serial.
+namespace signedcontent {
+
+[[nodiscard]] bool isSigned(const ContentFolder& tree);
+
+/// Of what launchers get; 0 when nothing is signed.
+[[nodiscard]] qint64 highestCurrent(const ContentFolder& tree);
+
+/// A serial for the next document: higher than those of all that are there, or wait for their
+/// signature, and not below the seconds since 1970, so that a folder that is made anew goes on
+/// where launchers are. Nothing with a text when there is none left.
+[[nodiscard]] std::optional<qint64> nextSerial(const ContentFolder& tree, QString* error);
+
+/// Where launchers in the channel look for the signature of a document with these bytes.
+[[nodiscard]] QString signatureAddress(const QString& channel, const QByteArray& document);
+
+/// The keys whose signatures the folder has had.
+[[nodiscard]] QList<minisign::PublicKey> notedKeys(const ContentFolder& tree);
+
+/// The one of the keys that made the signature of the document; nothing with a text when none did.
+[[nodiscard]] std::optional<minisign::PublicKey> signingKey(const QByteArray& document,
+                                                            const QByteArray& signature,
+                                                            const QList<minisign::PublicKey>& keys,
+                                                            QString* error);
+
+/// Notes the key and puts its signature of the document where launchers look for it; both are on
+/// the disk afterwards.
+[[nodiscard]] bool keepSignature(ContentFolder& tree, const QString& channel,
+                                 const QByteArray& document, const QByteArray& signature,
+                                 const minisign::PublicKey& key, QString* error);
+
+/// Why the document that is current in the channel has no signature of one of the keys; empty when
+/// it has.
+[[nodiscard]] QString signatureFault(const ContentFolder& tree, const QString& channel,
+                                     const QList<minisign::PublicKey>& keys);
+
+} // namespace signedcontent
+
+} // namespace publish
