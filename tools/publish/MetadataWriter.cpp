@@ -16,7 +16,7 @@ namespace publish {
 
 namespace {
 
-constexpr qint64 secondsADay = 24 * 60 * 60;
+constexpr qint64 secondsADay = qint64(24) * 60 * 60;
 
 QString expiryText(int days)
 {
