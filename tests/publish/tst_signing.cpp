@@ -2,6 +2,7 @@
 #include "package/SignedTerms.h"
 #include "publish/Addresses.h"
 #include "publish/Channels.h"
+#include "publish/ContentFolder.h"
 #include "publish/FourVersions.h"
 #include "publish/HintsPublication.h"
 #include "publish/Prune.h"
@@ -48,6 +49,8 @@ private Q_SLOTS:
     void unsignedContentStaysAsItWas();
     void signsTheHashesOfWhatIsServed();
     void doesNotSignWhatIsDamaged();
+    void doesNotSignWhatSomebodyElseChanged_data();
+    void doesNotSignWhatSomebodyElseChanged();
     void signsAgainOnlyWhatHasChanged();
     void signsAgainWhenTheSignatureIsMissing();
     void serialsGrowOverAllChannels();
@@ -162,6 +165,52 @@ void SigningTest::doesNotSignWhatIsDamaged()
     }
 }
 
+void SigningTest::doesNotSignWhatSomebodyElseChanged_data()
+{
+    QTest::addColumn<bool>("stripped");
+    QTest::newRow("changed") << false;
+    QTest::newRow("changed, and without anything that shows that it was signed") << true;
+}
+
+void SigningTest::doesNotSignWhatSomebodyElseChanged()
+{
+    QFETCH(bool, stripped);
+    QCOMPARE(sign(), QStringList());
+    const QByteArray good = current();
+    auto document = MetadataDocument::read(good, nullptr);
+    document->setPackage(u"Quelra"_s, {u"Mine"_s, {}, {}, {}});
+    if (stripped)
+        document->removeTerms();
+    const QString path = m_fixture->content() + addresses::metadata;
+    testfiles::write(path, document->bytes());
+    const Files before = m_fixture->served();
+    const Signing signing = m_signing;
+    for (const Signing& way : {signing, Signing()}) {
+        m_signing = way;
+        for (const QStringList& faults :
+             {sign(), switchTo(u"3"_s), switchTo(u"3"_s, u"beta"_s),
+              m_fixture->publishFiles(u"5"_s, FourVersions::filesOf(5))}) {
+            QCOMPARE(faults.size(), 1);
+            QVERIFY2(faults.first().contains(u"was changed since it was signed"_s),
+                     qPrintable(faults.first()));
+        }
+        QCOMPARE(m_fixture->served(), before);
+    }
+
+    // What was signed is fine again.
+    m_signing = signing;
+    testfiles::write(path, good);
+    QCOMPARE(switchTo(u"3"_s), QStringList());
+    // So is what the operator says is right.
+    testfiles::write(path, document->bytes());
+    m_signing = {};
+    m_signing.endSigning = true;
+    QCOMPARE(sign(), QStringList());
+    m_signing = signing;
+    QCOMPARE(sign(), QStringList());
+    QCOMPARE(launchersFault(*m_fixture, m_keys), QString());
+}
+
 void SigningTest::signsAgainOnlyWhatHasChanged()
 {
     QCOMPARE(sign(), QStringList());
@@ -213,8 +262,13 @@ void SigningTest::refusesWhenNoSerialIsLeft()
 {
     QCOMPARE(sign(), QStringList());
     const QByteArray largest = QByteArray::number(SignedTerms::largestSerial);
-    testfiles::write(m_fixture->content() + addresses::metadata,
-                     current().replace(QByteArray::number(serial()), largest));
+    const QByteArray document = current().replace(QByteArray::number(serial()), largest);
+    ContentFolder tree(m_fixture->content());
+    const auto signature = m_signing.signer->sign(document, tree, nullptr);
+    testfiles::write(m_fixture->content() + addresses::signatures + hashBytes(document) +
+                         u".minisig"_s,
+                     signature.value());
+    testfiles::write(m_fixture->content() + addresses::metadata, document);
     QCOMPARE(serial(), SignedTerms::largestSerial);
     const Files before = m_fixture->served();
     const QStringList faults = switchTo(u"3"_s);

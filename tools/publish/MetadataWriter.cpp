@@ -61,8 +61,11 @@ void forgetMissing(const ContentFolder& tree, MetadataDocument& document)
 
 QString unsignedFault(const ContentFolder& tree, const Signing& signing)
 {
-    if (signing.signer || signing.endSigning || !signedcontent::isSigned(tree))
+    if (signing.endSigning)
         return {};
+    const QString changed = signedcontent::changedFault(tree, signing.keys);
+    if (!changed.isEmpty() || signing.signer || !signedcontent::isSigned(tree))
+        return changed;
     return QStringLiteral("%1: what is current here is signed; give --sign-with KEY, or name a "
                           "program that signs in VORNAK_SIGN_METADATA; --unsigned ends the signing")
         .arg(tree.root());
@@ -81,6 +84,9 @@ bool MetadataWriter::write(const QString& channel, const MetadataDocument& docum
 
 bool MetadataWriter::renew(const QString& channel, QString* error)
 {
+    const QString fault = unsignedFault(m_tree, m_signing);
+    if (!fault.isEmpty())
+        return fail(error, fault);
     const auto document = channels::read(m_tree, channel, error);
     return document && (m_signing.endSigning ? writePlain(channel, *document, error)
                                              : writeSigned(channel, *document, true, error));
@@ -90,8 +96,11 @@ bool MetadataWriter::writePlain(const QString& channel, const MetadataDocument& 
                                 QString* error)
 {
     MetadataDocument plain = document;
-    if (m_signing.endSigning)
+    if (m_signing.endSigning) {
         plain.removeTerms();
+        if (!signedcontent::forgetSigned(m_tree, channel, error))
+            return false;
+    }
     const QString address = channels::metadata(channel);
     const QByteArray bytes = plain.bytes();
     return bytes == m_tree.read(address) || m_tree.replace(address, bytes, error);
@@ -115,6 +124,9 @@ bool MetadataWriter::writeSigned(const QString& channel, MetadataDocument docume
 bool MetadataWriter::writeForLater(const QString& channel, MetadataDocument document,
                                    QString* error)
 {
+    const QString changed = signedcontent::changedFault(m_tree, m_signing.keys);
+    if (!changed.isEmpty())
+        return fail(error, changed);
     forgetMissing(m_tree, document);
     return stateHashes(m_tree, document, error) && setTerms(channel, document, error) &&
            m_tree.replace(pending::address(channel), document.bytes(), error);

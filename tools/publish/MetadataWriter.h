@@ -9,8 +9,8 @@ namespace publish {
 class ContentFolder;
 class MetadataDocument;
 
-/// Why metadata of the folder must not be written in this way: it is signed, and would not be any
-/// more. Empty when it may be.
+/// Why metadata of the folder must not be written in this way: it is signed and would not be any
+/// more, or it is not what was signed. Empty when it may be.
 [[nodiscard]] QString unsignedFault(const ContentFolder& tree, const Signing& signing);
 
 /// Writes what is current, for every command: signed if a signer is given, as it always was

@@ -6,6 +6,7 @@
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/PendingMetadata.h"
+#include "publish/WrittenNotes.h"
 
 #include <QDateTime>
 
@@ -106,8 +107,35 @@ bool signedcontent::keepSignature(ContentFolder& tree, const QString& channel,
                                   const QByteArray& document, const QByteArray& signature,
                                   const minisign::PublicKey& key, QString* error)
 {
-    return noteKey(tree, key, error) &&
+    // A document that is signed and does not become current is no fault of the one that is.
+    WrittenNotes notes(tree);
+    notes.note(channels::metadata(channel), document);
+    return noteKey(tree, key, error) && notes.save(tree, error) &&
            tree.replace(signatureAddress(channel, document), signature, error) && tree.sync(error);
+}
+
+QString signedcontent::changedFault(const ContentFolder& tree,
+                                    const QList<minisign::PublicKey>& keys)
+{
+    const WrittenNotes notes(tree);
+    for (const QString& channel : QStringList(QString()) + channels::all(tree)) {
+        const QString address = channels::metadata(channel);
+        const QString fault = notes.isDamage(address, tree.read(address))
+                                  ? signatureFault(tree, channel, notedKeys(tree) + keys)
+                                  : QString();
+        if (!fault.isEmpty())
+            return QStringLiteral("%1: was changed since it was signed: %2; restore it from a "
+                                  "backup, or end the signing by --unsigned if it is right")
+                .arg(tree.path(address), fault);
+    }
+    return {};
+}
+
+bool signedcontent::forgetSigned(ContentFolder& tree, const QString& channel, QString* error)
+{
+    WrittenNotes notes(tree);
+    notes.forget(channels::metadata(channel));
+    return notes.save(tree, error);
 }
 
 QString signedcontent::signatureFault(const ContentFolder& tree, const QString& channel,

@@ -38,8 +38,16 @@ namespace signedcontent {
                                                             const QList<minisign::PublicKey>& keys,
                                                             QString* error);
 
-/// Notes the key and puts its signature of the document where launchers look for it; both are on
-/// the disk afterwards.
+/// Why what is current cannot be what was signed last; empty when it can, and when it never was
+/// signed. Whoever signs it again would give his name for what a stranger has written.
+[[nodiscard]] QString changedFault(const ContentFolder& tree,
+                                   const QList<minisign::PublicKey>& keys);
+
+/// From now on the channel's metadata is not expected to be signed.
+[[nodiscard]] bool forgetSigned(ContentFolder& tree, const QString& channel, QString* error);
+
+/// Notes the key and the document, and puts its signature of the document where launchers look for
+/// it; all are on the disk afterwards.
 [[nodiscard]] bool keepSignature(ContentFolder& tree, const QString& channel,
                                  const QByteArray& document, const QByteArray& signature,
                                  const minisign::PublicKey& key, QString* error);

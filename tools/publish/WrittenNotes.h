@@ -9,8 +9,9 @@ namespace publish {
 class ContentFolder;
 
 /// Hashes of what the publisher wrote to addresses whose bytes never change: the documents of
-/// versions, and pictures. They tell damage from another content. The file has the form that
-/// "sha256sum -c" reads. Content that other publishers wrote need not have any.
+/// versions, and pictures; and of the metadata that was signed last. They tell damage from another
+/// content. The file has the form that "sha256sum -c" reads. Content that other publishers wrote
+/// need not have any.
 class WrittenNotes
 {
 public:
@@ -23,6 +24,7 @@ public:
     [[nodiscard]] bool isDamage(const QString& address, const QByteArray& bytes) const;
 
     void note(const QString& address, const QByteArray& bytes);
+    void forget(const QString& address) { m_hashes.remove(address); }
     /// Writes what has changed; what lay in a folder that is gone is forgotten.
     [[nodiscard]] bool save(ContentFolder& tree, QString* error);
 
