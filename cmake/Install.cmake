@@ -16,7 +16,7 @@ endif()
 if(VORNAK_BUILD_TOOLS)
     set(publisher_doc ${CMAKE_INSTALL_DATADIR}/doc/vornak-publish)
     install(TARGETS vornak-publish RUNTIME COMPONENT publisher)
-    install(FILES docs/publishing.md DESTINATION ${publisher_doc} COMPONENT publisher)
+    install(FILES docs/publishing.md docs/security.md DESTINATION ${publisher_doc} COMPONENT publisher)
     install(FILES packaging/server/vornak-content.conf packaging/server/vornak-site.conf
         DESTINATION ${publisher_doc}/examples COMPONENT publisher)
     install(PROGRAMS packaging/server/upload

@@ -17,7 +17,7 @@ BUILD = pathlib.Path(os.environ["VORNAK_BUILD"])
 SIZES = (16, 24, 32, 48, 64, 128, 256)
 DOC = "share/doc/vornak-publish"
 PUBLISHER = {"bin/vornak-publish", "share/man/man1/vornak-publish.1", f"{DOC}/publishing.md",
-             f"{DOC}/examples/vornak-content.conf", f"{DOC}/examples/vornak-site.conf",
+             f"{DOC}/security.md", f"{DOC}/examples/vornak-content.conf", f"{DOC}/examples/vornak-site.conf",
              f"{DOC}/examples/upload"}
 LAUNCHER = {"bin/vornak-launcher", "share/applications/vornak-launcher.desktop",
             *(f"share/icons/hicolor/{size}x{size}/apps/vornak-launcher.png" for size in SIZES)}
