@@ -5,6 +5,7 @@
 #include "publish/ContentFolder.h"
 #include "publish/FourVersions.h"
 #include "publish/HintsPublication.h"
+#include "publish/Inventory.h"
 #include "publish/Prune.h"
 #include "publish/PublishRequest.h"
 #include "publish/RemoveBuilds.h"
@@ -15,6 +16,7 @@
 #include "support/TestFiles.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -58,6 +60,8 @@ private Q_SLOTS:
     void everyCommandRefusesToWriteUnsigned();
     void endsTheSigningWhenTold();
     void pruningGoesOnWithoutAKey();
+    void pruningRemovesOldSignatures();
+    void listsWhatIsSigned();
     void hintsLeaveSignedMetadataAlone();
     void signsForATime();
     void signsAllThatIsCurrent();
@@ -329,6 +333,55 @@ void SigningTest::pruningGoesOnWithoutAKey()
     QCOMPARE(pruneVersions(m_fixture->content(), 0, false, m_fixture->progress, report, m_signing),
              QStringList());
     QCOMPARE(m_fixture->progress.warnings.size(), 1);
+}
+
+void SigningTest::pruningRemovesOldSignatures()
+{
+    const auto files = [this] {
+        return m_fixture->served().keys().filter(u".minisig"_s);
+    };
+    const auto makeOld = [this](const QString& address) {
+        QFile file(m_fixture->content() + address);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTimeUtc().addDays(-31),
+                                 QFileDevice::FileModificationTime));
+    };
+    QCOMPARE(sign(), QStringList());
+    const QString first = files().constFirst();
+    QCOMPARE(switchTo(u"3"_s), QStringList());
+    const QString second = files().filter(QRegularExpression(u"^(?!"_s + first + u"$)"_s)).constFirst();
+    QCOMPARE(switchTo(u"4"_s), QStringList());
+    QCOMPARE(switchTo(u"4"_s, u"beta"_s), QStringList());
+    QCOMPARE(files().size(), 4);
+    // All are old but the second.
+    for (const QString& address : files()) {
+        if (address != second)
+            makeOld(address);
+    }
+    PruneReport report;
+    QCOMPARE(pruneVersions(m_fixture->content(), 9, false, m_fixture->progress, report),
+             QStringList());
+    QCOMPARE(files().size(), 3);
+    QVERIFY(!files().contains(first));
+    QCOMPARE(launchersFault(*m_fixture, m_keys), QString());
+    QCOMPARE(launchersFault(*m_fixture, m_keys, u"beta"_s), QString());
+}
+
+void SigningTest::listsWhatIsSigned()
+{
+    Inventory inventory;
+    QCOMPARE(takeInventory(m_fixture->content(), m_fixture->progress, inventory), QStringList());
+    QVERIFY(inventory.signatures.isEmpty());
+    m_signing.expiresInDays = 9;
+    QCOMPARE(switchTo(u"4"_s, u"beta"_s), QStringList());
+    QCOMPARE(takeInventory(m_fixture->content(), m_fixture->progress, inventory), QStringList());
+    QCOMPARE(inventory.signatures.size(), 2);
+    QCOMPARE(inventory.signatures.first().terms.serial, 0);
+    QVERIFY(!inventory.signatures.first().fault.isEmpty());
+    QCOMPARE(inventory.signatures.last().channel, u"beta"_s);
+    QCOMPARE(inventory.signatures.last().terms.serial, serial(u"beta"_s));
+    QVERIFY(inventory.signatures.last().terms.expires);
+    QCOMPARE(inventory.signatures.last().fault, QString());
 }
 
 void SigningTest::hintsLeaveSignedMetadataAlone()

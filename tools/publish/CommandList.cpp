@@ -56,6 +56,21 @@ QStringList productLines(const ListedProduct& listed)
     return lines;
 }
 
+QString signatureLine(const signedcontent::State& state)
+{
+    const QString where =
+        state.channel.isEmpty() ? QString() : QStringLiteral(" in channel %1").arg(state.channel);
+    if (state.terms.serial == 0)
+        return QStringLiteral("not signed%1").arg(where);
+    const QString until = state.terms.expires ? QStringLiteral("until %1").arg(*state.terms.expires)
+                                              : QStringLiteral("for ever");
+    const QString fault = state.fault.isEmpty() ? QString() : QLatin1StringView("; ") + state.fault;
+    return QStringLiteral("signed%1: serial %2, %3%4")
+        .arg(where)
+        .arg(state.terms.serial)
+        .arg(until, fault);
+}
+
 QStringList inventoryLines(const Inventory& inventory)
 {
     QStringList lines;
@@ -69,7 +84,19 @@ QStringList inventoryLines(const Inventory& inventory)
     lines.append(QStringLiteral("packed files: %1, %2; pruning would free %3")
                      .arg(inventory.packedFiles)
                      .arg(sizeText(inventory.packedBytes), outlooks.join(QLatin1StringView(", "))));
+    for (const signedcontent::State& state : inventory.signatures)
+        lines.append(signatureLine(state));
     return lines;
+}
+
+QJsonObject signatureObject(const signedcontent::State& state)
+{
+    QJsonObject object{{QStringLiteral("channel"), state.channel},
+                       {QStringLiteral("signed"), state.fault.isEmpty()},
+                       {QStringLiteral("serial"), state.terms.serial}};
+    if (state.terms.expires)
+        object.insert(QStringLiteral("expires"), *state.terms.expires);
+    return object;
 }
 
 QJsonObject versionObject(const ListedVersion& version)
@@ -106,10 +133,14 @@ QJsonObject inventoryObject(const Inventory& inventory)
         pruning.append(QJsonObject{{QStringLiteral("keep"), outlook.keep},
                                    {QStringLiteral("removedfiles"), outlook.files},
                                    {QStringLiteral("removedbytes"), outlook.bytes}});
+    QJsonArray signatures;
+    for (const signedcontent::State& state : inventory.signatures)
+        signatures.append(signatureObject(state));
     return {{QStringLiteral("products"), products},
             {QStringLiteral("packedfiles"), inventory.packedFiles},
             {QStringLiteral("packedbytes"), inventory.packedBytes},
-            {QStringLiteral("pruning"), pruning}};
+            {QStringLiteral("pruning"), pruning},
+            {QStringLiteral("signatures"), signatures}};
 }
 
 } // namespace

@@ -20,7 +20,10 @@ void addBuildOptions(CommandLine& line)
                    "URL");
     line.addPlatformOptions("windows", "x86_64");
     line.addPackingOptions();
-    line.addOption("stage", "Publishes the version without making it current; 'switch' does that.");
+    line.addOption(
+        "stage",
+        "Publishes the version without making it current; 'switch' does that. In signed content, "
+        "without a key, it writes what has to be signed on another machine first.");
     line.addChannelOption("Makes the version current for the players in this channel only.");
     line.addOption("reread",
                    "Also reads files that have not changed since the last publication, and "

@@ -1,5 +1,8 @@
 #include "publish/CommandLine.h"
 #include "publish/Commands.h"
+#include "publish/ContentFolder.h"
+#include "publish/PendingMetadata.h"
+#include "publish/PublishText.h"
 #include "publish/SigningOptions.h"
 #include "publish/SwitchVersion.h"
 
@@ -18,11 +21,14 @@ int commands::switchTo(const QStringList& arguments)
     line.addOption("launcher", "Switches the launcher itself instead of a package.");
     line.addPlatformOptions("", "");
     line.addChannelOption("Switches what the players in this channel get.");
+    line.addOption("stage",
+                   "Only writes what has to be signed on another machine, where what is current "
+                   "is signed and no key is given.");
     addSigningOptions(line);
     line.require("version");
     if (const auto code = line.parse(arguments))
         return *code;
-    if (const auto code = checkSigningOptions(line))
+    if (const auto code = checkSigningOptions(line, line.isSet("stage")))
         return *code;
     if (line.isSet("directory") && line.isSet("launcher"))
         return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
@@ -42,9 +48,14 @@ int commands::switchTo(const QStringList& arguments)
     if (!signing)
         return console.fail({error});
     request.signing = *signing;
+    request.stage = line.isSet("stage");
     const QStringList faults = switchVersion(request);
     if (!faults.isEmpty())
         return console.fail(faults);
+    if (request.stage) {
+        const QString path = ContentFolder(request.content).path(pending::address(request.channel));
+        return console.succeed({toSignLine(path)}, {{QStringLiteral("tosign"), path}});
+    }
     const QString where = request.channel.isEmpty()
                               ? QString()
                               : QStringLiteral(" in channel %1").arg(request.channel);

@@ -209,8 +209,10 @@ private:
 QStringList takeInventory(const QString& content, Progress& progress, Inventory& inventory)
 {
     QString error;
-    return Stocktaking(content, progress, inventory).run(&error) ? QStringList()
-                                                                 : QStringList(error);
+    if (!Stocktaking(content, progress, inventory).run(&error))
+        return {error};
+    inventory.signatures = signedcontent::states(ContentFolder(content));
+    return {};
 }
 
 } // namespace publish

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "publish/Product.h"
+#include "publish/SignedContent.h"
 
 #include <QDateTime>
 #include <QList>
@@ -60,6 +61,8 @@ struct Inventory
     qint64 packedBytes = 0;
     /// From keeping none on, to the first number that keeps every version.
     QList<PruneOutlook> pruning;
+    /// How what is current is signed; empty when it is not.
+    QList<signedcontent::State> signatures;
 };
 
 /// Looks at what is published; writes nothing and needs no right to. Packed files are looked for

@@ -44,8 +44,8 @@ QString pending::address(const QString& channel)
 
 bool pending::isFresh(const ContentFolder& tree, const QString& channel)
 {
-    return readSignedTerms(tree.read(address(channel))).serial >
-           signedcontent::highestCurrent(tree);
+    const qint64 current = readSignedTerms(tree.read(channels::metadata(channel))).serial;
+    return readSignedTerms(tree.read(address(channel))).serial > current;
 }
 
 std::optional<MetadataDocument> pending::read(const ContentFolder& tree, const QString& channel,
@@ -57,6 +57,21 @@ std::optional<MetadataDocument> pending::read(const ContentFolder& tree, const Q
     if (document && !channel.isEmpty())
         document->makeChannel();
     return document;
+}
+
+std::optional<QList<channels::NamedDocument>> pending::readAll(const ContentFolder& tree,
+                                                               QString* error)
+{
+    QList<channels::NamedDocument> documents;
+    for (const QString& channel : QStringList(QString()) + tree.subfolders(folder())) {
+        if (!isFresh(tree, channel))
+            continue;
+        const auto document = read(tree, channel, error);
+        if (!document)
+            return std::nullopt;
+        documents.append({channel, *document});
+    }
+    return documents;
 }
 
 bool pending::addSignature(ContentFolder& tree, const QString& channel, const QByteArray& signature,

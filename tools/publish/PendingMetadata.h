@@ -1,5 +1,6 @@
 #pragma once
 
+#include "publish/Channels.h"
 #include "publish/MetadataDocument.h"
 #include "publish/MetadataSigner.h"
 
@@ -13,8 +14,9 @@ namespace publish {
 class ContentFolder;
 
 /// Metadata that waits for its signature, which another machine makes: what the channel will have
-/// once it is signed and switched to. It lies with the publisher's own files, where nobody is
-/// served it, and ends when anything else becomes current.
+/// once it is signed and switched to. It lies with the publisher's own files, which nobody is
+/// served, and ends when anything else becomes current in the channel. What is staged meanwhile is
+/// added to it, and it needs another signature then.
 namespace pending {
 
 /// The folder of all that waits, ending in "/".
@@ -29,6 +31,10 @@ namespace pending {
 /// text when it cannot be read.
 [[nodiscard]] std::optional<MetadataDocument> read(const ContentFolder& tree,
                                                    const QString& channel, QString* error);
+
+/// All that can still become current. Nothing with a text when one of them cannot be read.
+[[nodiscard]] std::optional<QList<channels::NamedDocument>> readAll(const ContentFolder& tree,
+                                                                    QString* error);
 
 /// Puts the signature of the document that waits into its place; false with a text when there is no
 /// such document, or when it has not been signed by one of the keys, or of those that were noted.

@@ -8,9 +8,11 @@
 #include "publish/MetadataDocument.h"
 #include "publish/MetadataWriter.h"
 #include "publish/PackStore.h"
+#include "publish/PendingMetadata.h"
 #include "publish/Platform.h"
 #include "publish/Product.h"
 #include "publish/Progress.h"
+#include "publish/SignedContent.h"
 #include "publish/UsedVersions.h"
 #include "publish/WrittenNotes.h"
 
@@ -66,6 +68,11 @@ private:
             return false;
         m_current = *documents;
         m_metadata = m_current.first().document;
+        // What waits for its signature stays as if it were current.
+        const auto waiting = pending::readAll(m_tree, error);
+        if (!waiting)
+            return false;
+        m_current += *waiting;
         m_used.load(m_tree, m_metadata, QDateTime::currentDateTimeUtc());
         return true;
     }
@@ -238,9 +245,22 @@ private:
             }
             QDir().rmdir(QFileInfo(path).path());
         }
+        removeSignatures(now);
         m_tree.keepReserve();
         PackStore(m_tree, {}, m_progress).forgetMissing();
         return m_notes.save(m_tree, error);
+    }
+
+    // Caches may serve a document for a while after it was replaced, and launchers then ask for its
+    // signature.
+    void removeSignatures(const QDateTime& now)
+    {
+        constexpr qint64 daysKept = 30;
+        for (const QString& path :
+             signedcontent::outdatedSignatures(m_tree, now.addDays(-daysKept))) {
+            if (!QFile::remove(path))
+                m_progress.warn(QStringLiteral("%1: cannot be removed").arg(path));
+        }
     }
 
     // Whoever cannot sign must still be able to make room.

@@ -11,6 +11,7 @@
 #include "publish/LauncherChoice.h"
 #include "publish/MetadataWriter.h"
 #include "publish/PathChanges.h"
+#include "publish/PendingMetadata.h"
 #include "publish/Product.h"
 #include "publish/Progress.h"
 #include "publish/PublishConflicts.h"
@@ -34,7 +35,9 @@ public:
         , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
-        , m_writer(m_tree, request.signing)
+        , m_isForLater(request.stage && !unsignedFault(m_tree, request.signing).isEmpty())
+        , m_writer(m_tree, request.signing,
+                   m_isForLater ? MetadataWriter::When::Later : MetadataWriter::When::Now)
         , m_notes(m_tree)
         , m_store(m_tree, request.packing, progress)
         , m_folder(request.product.versionFolder(request.version) + request.platform.folderName())
@@ -43,7 +46,7 @@ public:
     QStringList run()
     {
         const QString refusal = unsignedFault(m_tree, m_request.signing);
-        if (!refusal.isEmpty() && !m_request.dryRun)
+        if (!refusal.isEmpty() && !m_request.dryRun && !m_isForLater)
             return {refusal};
         const QStringList faults = m_input.read(m_request);
         for (const QString& warning : m_input.warnings())
@@ -81,8 +84,9 @@ public:
 private:
     bool readMetadata(QString* error)
     {
-        auto document = channels::read(m_tree, QString(), error);
-        auto current = channels::read(m_tree, m_request.channel, error);
+        const auto read = m_isForLater ? pending::read : channels::read;
+        auto document = read(m_tree, QString(), error);
+        auto current = read(m_tree, m_request.channel, error);
         if (!document || !current)
             return false;
         m_metadata = *document;
@@ -98,7 +102,7 @@ private:
     // What players see of a package has no versions.
     bool checkLabels(QString* error) const
     {
-        if (!m_request.stage || m_request.labels == PackageLabels() ||
+        if (!isStaged() || m_request.labels == PackageLabels() ||
             !m_metadata.hasProduct(m_request.product))
             return true;
         return fail(error, QStringLiteral("%1: its name and the like change for all players at "
@@ -181,14 +185,14 @@ private:
     bool record(QString* error)
     {
         const Product& product = m_request.product;
-        const bool elsewhere = m_request.stage || !m_request.channel.isEmpty();
+        const bool elsewhere = isStaged() || !m_request.channel.isEmpty();
         if (!product.isLauncher && !m_metadata.hasProduct(product))
             m_metadata.setPackage(product.directory, m_request.labels);
         QStringList history = m_metadata.history(product);
         history.removeAll(m_request.version);
         m_metadata.setHistory(product, history + QStringList(m_request.version));
         QString identity;
-        if (!m_request.stage && !provideIdentity(identity, error))
+        if (!isStaged() && !provideIdentity(identity, error))
             return false;
         // Everything that the metadata names must be on the disk before it is named.
         if (!m_tree.sync(error))
@@ -202,7 +206,7 @@ private:
         m_metadata.addPublished(product, m_request.platform);
         if (!m_writer.write(QString(), m_metadata, error))
             return false;
-        if (m_request.stage)
+        if (isStaged())
             return true;
         // No channel may have a version that the content does not know.
         return m_tree.sync(error) && makeCurrent(identity, error);
@@ -237,6 +241,8 @@ private:
             m_progress.warn(error);
     }
 
+    bool isStaged() const { return m_request.stage && !m_isForLater; }
+
     QString currentFolder() const
     {
         const BuildAddresses current = m_current.build(m_request.product, m_request.platform);
@@ -265,6 +271,8 @@ private:
         m_report.packed = m_store.packedCount();
         m_report.reused = m_store.reusedCount();
         m_report.addedBytes = m_store.addedBytes();
+        if (m_isForLater)
+            m_report.toSign = m_tree.path(pending::address(QString()));
     }
 
     const PublishRequest& m_request;
@@ -272,6 +280,8 @@ private:
     PublishReport& m_report;
     PublishInput m_input;
     ContentFolder m_tree;
+    // What is staged where nobody can sign is the next to be current, once it is signed.
+    bool m_isForLater;
     MetadataWriter m_writer;
     WrittenNotes m_notes;
     PackStore m_store;

@@ -24,6 +24,8 @@ struct PublishReport
     bool unchanged = false;
     /// Documents of the version that were damaged and have been written again.
     int mended = 0;
+    /// The file that has to be signed before the version can become current; empty for none.
+    QString toSign;
     /// The version that was current for the platform before; empty when there was none.
     QString comparedWith;
     FileChanges changes;

@@ -94,7 +94,16 @@ QStringList publishLines(const PublishRequest& request, const PublishReport& rep
     QStringList lines{outcomeLine(request, report), changesLine(report)};
     for (const UpdateCost& cost : report.costs)
         lines.append(costLine(cost, request.dryRun && report.packed > 0));
+    if (!report.toSign.isEmpty())
+        lines.append(toSignLine(report.toSign));
     return lines;
+}
+
+QString toSignLine(const QString& path)
+{
+    return QStringLiteral("%1 has to be signed; 'sign --signature FILE' takes the signature, and "
+                          "'switch' makes it current then")
+        .arg(path);
 }
 
 QJsonObject publishObject(const PublishRequest& request, const PublishReport& report)
@@ -102,7 +111,7 @@ QJsonObject publishObject(const PublishRequest& request, const PublishReport& re
     QJsonArray updates;
     for (const UpdateCost& cost : report.costs)
         updates.append(costObject(cost));
-    return {
+    QJsonObject object{
         {QStringLiteral("version"), request.version},
         {QStringLiteral("dryrun"), request.dryRun},
         {QStringLiteral("files"), report.files},
@@ -120,6 +129,9 @@ QJsonObject publishObject(const PublishRequest& request, const PublishReport& re
         {QStringLiteral("same"), report.changes.unchanged},
         {QStringLiteral("downloads"), updates},
     };
+    if (!report.toSign.isEmpty())
+        object.insert(QStringLiteral("tosign"), report.toSign);
+    return object;
 }
 
 } // namespace publish

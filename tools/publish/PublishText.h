@@ -14,4 +14,7 @@ struct PublishRequest;
 /// The same for scripts, with the lists of the files.
 [[nodiscard]] QJsonObject publishObject(const PublishRequest& request, const PublishReport& report);
 
+/// What has to be done with the file before it can become current.
+[[nodiscard]] QString toSignLine(const QString& path);
+
 } // namespace publish

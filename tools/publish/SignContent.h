@@ -13,4 +13,11 @@ namespace publish {
 [[nodiscard]] QStringList signContent(const QString& content, const Signing& signing,
                                       qsizetype& documents);
 
+/// Takes the signature, made on another machine, of the metadata that waits for it (see
+/// PendingMetadata.h), by one of the keys or of those that have signed here before; `file` is the
+/// signature's. Returns the faults.
+[[nodiscard]] QStringList takeSignature(const QString& content, const QString& channel,
+                                        const QString& file,
+                                        const QList<minisign::PublicKey>& keys);
+
 } // namespace publish

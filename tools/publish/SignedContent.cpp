@@ -2,13 +2,14 @@
 
 #include "package/Failure.h"
 #include "package/Hashes.h"
-#include "package/SignedTerms.h"
 #include "publish/Channels.h"
 #include "publish/ContentFolder.h"
 #include "publish/PendingMetadata.h"
 #include "publish/WrittenNotes.h"
 
 #include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
 
 #include <algorithm>
 
@@ -145,6 +146,35 @@ QString signedcontent::signatureFault(const ContentFolder& tree, const QString& 
     const QByteArray signature = tree.read(signatureAddress(channel, document));
     return signature.isEmpty() ? QStringLiteral("there is no signature of it")
                                : minisign::signatureFault(document, signature, keys);
+}
+
+QList<signedcontent::State> signedcontent::states(const ContentFolder& tree)
+{
+    QList<State> found;
+    if (!isSigned(tree))
+        return found;
+    const QList<minisign::PublicKey> keys = notedKeys(tree);
+    for (const QString& channel : QStringList(QString()) + channels::all(tree))
+        found.append({channel, readSignedTerms(tree.read(channels::metadata(channel))),
+                      signatureFault(tree, channel, keys)});
+    return found;
+}
+
+QStringList signedcontent::outdatedSignatures(const ContentFolder& tree, const QDateTime& before)
+{
+    QStringList outdated;
+    for (const QString& channel : QStringList(QString()) + channels::all(tree)) {
+        const QStringList needed{signatureAddress(channel, tree.read(channels::metadata(channel))),
+                                 signatureAddress(channel, tree.read(pending::address(channel)))};
+        const QDir folder(tree.path(channels::signatures(channel)));
+        for (const QFileInfo& file :
+             folder.entryInfoList({QStringLiteral("*.minisig")}, QDir::Files)) {
+            if (file.lastModified() < before &&
+                !needed.contains(channels::signatures(channel) + file.fileName()))
+                outdated.append(file.filePath());
+        }
+    }
+    return outdated;
 }
 
 } // namespace publish

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "package/Minisign.h"
+#include "package/SignedTerms.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -56,6 +59,22 @@ namespace signedcontent {
 /// it has.
 [[nodiscard]] QString signatureFault(const ContentFolder& tree, const QString& channel,
                                      const QList<minisign::PublicKey>& keys);
+
+/// How the document of a channel is signed; of no channel where the name is empty.
+struct State
+{
+    QString channel;
+    SignedTerms terms;
+    /// What is wrong with the signature, by the keys that were noted; empty when nothing is.
+    QString fault;
+};
+
+/// Those of all documents that are current; none when nothing is signed.
+[[nodiscard]] QList<State> states(const ContentFolder& tree);
+
+/// The files of signatures that were written before that time and belong to no document that is
+/// current or waits.
+[[nodiscard]] QStringList outdatedSignatures(const ContentFolder& tree, const QDateTime& before);
 
 } // namespace signedcontent
 

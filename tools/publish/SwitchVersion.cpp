@@ -10,6 +10,7 @@
 #include "publish/MetadataDocument.h"
 #include "publish/MetadataWriter.h"
 #include "publish/PathChanges.h"
+#include "publish/PendingMetadata.h"
 #include "publish/Progress.h"
 #include "publish/Verification.h"
 #include "publish/VerifyOptions.h"
@@ -27,6 +28,30 @@ public:
     void end() override {}
     void warn(const QString&) override {}
 };
+
+// The folder, but with what waits for its signature in place of what is current.
+class PendingSource : public FolderSource
+{
+public:
+    PendingSource(const QString& content, QByteArray metadata)
+        : FolderSource(content)
+        , m_metadata(std::move(metadata))
+    {}
+
+    QByteArray fetch(const QString& address, QString* error) override
+    {
+        return address == addresses::metadata ? m_metadata : FolderSource::fetch(address, error);
+    }
+
+private:
+    QByteArray m_metadata;
+};
+
+std::unique_ptr<ContentSource> sourceOf(const SwitchRequest& request,
+                                        const MetadataDocument& published)
+{
+    return std::make_unique<PendingSource>(request.content, published.bytes());
+}
 
 bool findProduct(const SwitchRequest& request, const MetadataDocument& metadata, Product& product,
                  QString* error)
@@ -98,14 +123,13 @@ QList<Platform> findPlatforms(const ContentFolder& tree, const SwitchRequest& re
 }
 
 // Players would have it as soon as it is current, so it is looked at first.
-QStringList versionFaults(const SwitchRequest& request, const Product& product,
-                          const Platform& platform)
+QStringList versionFaults(ContentSource& source, const SwitchRequest& request,
+                          const Product& product, const Platform& platform)
 {
-    const auto source = std::make_unique<FolderSource>(request.content);
     SilentProgress progress;
     VerifyReport report;
     QStringList faults = verifyContent(
-        *source, {true, false, request.version, {}, product, platform}, {}, progress, report);
+        source, {true, false, request.version, {}, product, platform}, {}, progress, report);
     constexpr qsizetype most = 10;
     if (faults.size() > most) {
         const qsizetype others = faults.size() - most;
@@ -154,11 +178,23 @@ bool switchBuild(ContentFolder& tree, MetadataDocument& metadata, const Product&
     return true;
 }
 
+// What is wrong with the version that would be current in place of `metadata`.
+QStringList faultsOf(const ContentFolder& tree, ContentSource& source, const SwitchRequest& request,
+                     const MetadataDocument& published, const MetadataDocument& metadata,
+                     const Product& product, const Platform& platform)
+{
+    const QStringList faults = versionFaults(source, request, product, platform);
+    return faults.isEmpty() ? pathFaultsOver(tree, request, published, product, platform,
+                                             metadata.build(product, platform).document)
+                            : faults;
+}
+
 QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
 {
     QString error;
-    const auto published = channels::read(tree, QString(), &error);
-    auto metadata = channels::read(tree, request.channel, &error);
+    const auto read = request.stage ? pending::read : channels::read;
+    const auto published = read(tree, QString(), &error);
+    auto metadata = read(tree, request.channel, &error);
     Product product;
     if (!published || !metadata || !findProduct(request, *published, product, &error))
         return {error};
@@ -166,11 +202,10 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
     const auto platforms = findPlatforms(tree, request, *published, product, &error);
     if (platforms.isEmpty())
         return {error};
+    const auto source = sourceOf(request, *published);
     for (const Platform& platform : platforms) {
-        QStringList faults = versionFaults(request, product, platform);
-        if (faults.isEmpty())
-            faults = pathFaultsOver(tree, request, *published, product, platform,
-                                    metadata->build(product, platform).document);
+        const QStringList faults =
+            faultsOf(tree, *source, request, *published, *metadata, product, platform);
         if (!faults.isEmpty())
             return faults;
     }
@@ -180,8 +215,48 @@ QStringList switchInTree(ContentFolder& tree, const SwitchRequest& request)
     }
     if (tree.exists(channels::hints(request.channel)) && !request.channel.isEmpty())
         metadata->setHints(channels::hintsInMetadata(QString(), request.channel));
+    const auto when = request.stage ? MetadataWriter::When::Later : MetadataWriter::When::Now;
     const bool done =
-        MetadataWriter(tree, request.signing).write(request.channel, *metadata, &error);
+        MetadataWriter(tree, request.signing, when).write(request.channel, *metadata, &error);
+    return done ? QStringList() : QStringList(error);
+}
+
+// The platforms for which the document makes the version current.
+QList<Platform> platformsWith(const MetadataDocument& document, const SwitchRequest& request,
+                              const Product& product)
+{
+    QList<Platform> found = document.platforms(product);
+    found.removeIf([&](const Platform& platform) {
+        return request.platform.value_or(platform) != platform ||
+               !addresses::onServer(document.build(product, platform).document)
+                    .startsWith(product.versionFolder(request.version));
+    });
+    return found;
+}
+
+// Its signature holds for this document alone, so it becomes current as it is or not at all.
+QStringList switchToPending(ContentFolder& tree, const SwitchRequest& request)
+{
+    QString error;
+    const auto next = pending::read(tree, request.channel, &error);
+    const auto current = channels::read(tree, request.channel, &error);
+    const auto published = pending::read(tree, QString(), &error);
+    Product product;
+    if (!next || !current || !published || !findProduct(request, *next, product, &error))
+        return {error};
+    const QList<Platform> platforms = platformsWith(*next, request, product);
+    if (platforms.isEmpty() && pending::isFresh(tree, request.channel))
+        return {QStringLiteral("%1: does not make version %2 of %3 current")
+                    .arg(tree.path(pending::address(request.channel)), request.version,
+                         product.label())};
+    const auto source = sourceOf(request, *published);
+    for (const Platform& platform : platforms) {
+        const QStringList faults =
+            faultsOf(tree, *source, request, *published, *current, product, platform);
+        if (!faults.isEmpty())
+            return faults;
+    }
+    const bool done = pending::makeCurrent(tree, request.channel, request.signing.keys, &error);
     return done ? QStringList() : QStringList(error);
 }
 
@@ -191,11 +266,17 @@ QStringList switchVersion(const SwitchRequest& request)
 {
     ContentFolder tree(request.content);
     QString error = unsignedFault(tree, request.signing);
-    if (!error.isEmpty())
+    const bool isForLater = !error.isEmpty();
+    if (isForLater && !request.stage && !tree.exists(pending::address(request.channel)))
         return {error};
+    if (request.stage && !isForLater)
+        return {QStringLiteral("--stage is for content that is signed on another machine")};
     const bool isOpen = channels::isPublished(tree, &error) &&
                         tree.openForWriting(&error, ContentFolder::Purpose::WayOut);
-    return isOpen ? switchInTree(tree, request) : QStringList(error);
+    if (!isOpen)
+        return {error};
+    return isForLater && !request.stage ? switchToPending(tree, request)
+                                        : switchInTree(tree, request);
 }
 
 } // namespace publish
