@@ -337,9 +337,7 @@ void SigningTest::pruningGoesOnWithoutAKey()
 
 void SigningTest::pruningRemovesOldSignatures()
 {
-    const auto files = [this] {
-        return m_fixture->served().keys().filter(u".minisig"_s);
-    };
+    const auto files = [this] { return m_fixture->served().keys().filter(u".minisig"_s); };
     const auto makeOld = [this](const QString& address) {
         QFile file(m_fixture->content() + address);
         QVERIFY(file.open(QIODevice::ReadWrite));
@@ -349,7 +347,8 @@ void SigningTest::pruningRemovesOldSignatures()
     QCOMPARE(sign(), QStringList());
     const QString first = files().constFirst();
     QCOMPARE(switchTo(u"3"_s), QStringList());
-    const QString second = files().filter(QRegularExpression(u"^(?!"_s + first + u"$)"_s)).constFirst();
+    const QString second =
+        files().filter(QRegularExpression(u"^(?!"_s + first + u"$)"_s)).constFirst();
     QCOMPARE(switchTo(u"4"_s), QStringList());
     QCOMPARE(switchTo(u"4"_s, u"beta"_s), QStringList());
     QCOMPARE(files().size(), 4);

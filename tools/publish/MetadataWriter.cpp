@@ -71,6 +71,12 @@ QString unsignedFault(const ContentFolder& tree, const Signing& signing)
         .arg(tree.root());
 }
 
+bool canWaitForSignature(const ContentFolder& tree, const Signing& signing)
+{
+    return !signing.signer && !signing.endSigning && signedcontent::isSigned(tree) &&
+           signedcontent::changedFault(tree, signing.keys).isEmpty();
+}
+
 bool MetadataWriter::write(const QString& channel, const MetadataDocument& document, QString* error)
 {
     if (m_when == When::Later)

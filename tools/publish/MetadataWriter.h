@@ -13,6 +13,9 @@ class MetadataDocument;
 /// more, or it is not what was signed. Empty when it may be.
 [[nodiscard]] QString unsignedFault(const ContentFolder& tree, const Signing& signing);
 
+/// Whether that is so, and nothing else is wrong: another machine may sign what is written.
+[[nodiscard]] bool canWaitForSignature(const ContentFolder& tree, const Signing& signing);
+
 /// Writes what is current, for every command: signed if a signer is given, as it always was
 /// otherwise. A signature is there before the document that it is of, so that nobody ever reads one
 /// without the other. What another machine signs later is kept until then (see PendingMetadata.h).

@@ -35,7 +35,7 @@ public:
         , m_progress(progress)
         , m_report(report)
         , m_tree(request.content)
-        , m_isForLater(request.stage && !unsignedFault(m_tree, request.signing).isEmpty())
+        , m_isForLater(request.stage && canWaitForSignature(m_tree, request.signing))
         , m_writer(m_tree, request.signing,
                    m_isForLater ? MetadataWriter::When::Later : MetadataWriter::When::Now)
         , m_notes(m_tree)

@@ -266,8 +266,9 @@ QStringList switchVersion(const SwitchRequest& request)
 {
     ContentFolder tree(request.content);
     QString error = unsignedFault(tree, request.signing);
-    const bool isForLater = !error.isEmpty();
-    if (isForLater && !request.stage && !tree.exists(pending::address(request.channel)))
+    const bool isForLater = canWaitForSignature(tree, request.signing);
+    const bool isPending = request.stage || tree.exists(pending::address(request.channel));
+    if (!error.isEmpty() && !(isForLater && isPending))
         return {error};
     if (request.stage && !isForLater)
         return {QStringLiteral("--stage is for content that is signed on another machine")};
