@@ -155,6 +155,36 @@ class Signing(publishkit.PublishTest):
         publishkit.run("switch", self.content, "--version", "1.1", environment=environment)
         publishkit.run("verify", self.content, "--key", f"{other}.pub")
 
+    def test_another_machine_signs(self):
+        served = (self.content / METADATA).read_bytes()
+        told = self.publish("1.2", "--stage")
+        self.assertEqual((self.content / METADATA).read_bytes(), served)
+        there = self.folder / "quelrametadata.json"
+        shutil.copy(told["tosign"], there)
+        publishkit.run("switch", self.content, "--version", "1.2", code=1)
+        self.assertTrue(minisign("-S", "-s", self.key, "-m", there))
+        publishkit.run("sign", self.content, "--signature", f"{there}.minisig")
+        self.assertEqual((self.content / METADATA).read_bytes(), served)
+        publishkit.run("switch", self.content, "--version", "1.2")
+        self.assertEqual((self.content / METADATA).read_bytes(), there.read_bytes())
+        self.assert_signed()
+        states = publishkit.run("list", self.content)["signatures"]
+        self.assertEqual(states, [{"channel": "", "serial": self.current()["serial"],
+                                   "signed": True}])
+
+    def test_signatures_are_uploaded_and_served(self):
+        self.publish("1.2", "--channel", "beta", "--sign-with", self.key)
+        self.site.start()
+        for address in (self.site.address, self.site.address + "/beta"):
+            publishkit.run("verify", "--url", address, "--key", self.public)
+        if not shutil.which("rclone"):
+            self.skipTest("rclone is not installed (Debian: rclone)")
+        uploaded = self.folder / "uploaded"
+        subprocess.run([kit.ROOT / "packaging/server/upload", self.content, uploaded],
+                       capture_output=True, check=True)
+        publishkit.run("verify", uploaded, "--key", self.public)
+        publishkit.run("verify", uploaded, "--channel", "beta", "--key", self.public)
+
     def test_a_pair_made_here(self):
         key = self.folder / "own"
         done = subprocess.run([publishkit.PROGRAM, "key", key, "--json"], input="secret\nrest\n",

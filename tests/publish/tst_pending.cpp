@@ -33,6 +33,7 @@ private Q_SLOTS:
     void doesNotMakeAnotherVersionCurrent();
     void doesNotMakeADamagedVersionCurrent();
     void pruningKeepsWhatWaits();
+    void stagesNothingOverWhatSomebodyElseChanged();
     void stagesAsBeforeWithAKey();
     void stagingASwitchNeedsSignedContent();
 
@@ -229,6 +230,23 @@ void PendingTest::pruningKeepsWhatWaits()
     QCOMPARE(switchTo(u"5"_s), QStringList());
     QCOMPARE(m_fixture->verify(), QStringList());
     QCOMPARE(launchersFault(*m_fixture, m_keys), QString());
+}
+
+void PendingTest::stagesNothingOverWhatSomebodyElseChanged()
+{
+    QCOMPARE(stage(5), QStringList());
+    QCOMPARE(sign(m_signing), QStringList());
+    const QString path = m_fixture->content() + channels::metadata({});
+    const QByteArray good = testfiles::read(path);
+    testfiles::write(path, good + ' ');
+    for (const QStringList& faults : {stage(6), switchTo(u"2"_s, true), switchTo(u"5"_s)}) {
+        QCOMPARE(faults.size(), 1);
+        QVERIFY2(faults.first().contains(u"was changed since it was signed"_s),
+                 qPrintable(faults.first()));
+    }
+    QCOMPARE(testfiles::read(path), good + ' ');
+    testfiles::write(path, good);
+    QCOMPARE(switchTo(u"5"_s), QStringList());
 }
 
 void PendingTest::stagesAsBeforeWithAKey()

@@ -113,13 +113,9 @@ void VerifySignatureTest::refusesWhatIsNotSigned()
 
 void VerifySignatureTest::refusesAChangedDocument()
 {
+    const QByteArray signature = testfiles::read(signaturePath());
     m_fixture->replaceIn(addresses::metadata, "\"name\": \"Quelra\"", "\"name\": \"quelra\"");
     QVERIFY(!verify().isEmpty());
-    const QByteArray changed = m_fixture->served().value(addresses::metadata);
-    qsizetype documents = 0;
-    QCOMPARE(signContent(m_fixture->content(), m_signing, documents), QStringList());
-    const QByteArray signature = testfiles::read(signaturePath());
-    testfiles::write(m_fixture->content() + addresses::metadata, changed);
     testfiles::write(signaturePath(), signature);
     const QStringList faults = verify();
     QCOMPARE(faults.size(), 1);
