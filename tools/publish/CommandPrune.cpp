@@ -21,6 +21,14 @@ QString pruneLine(const PruneReport& report, bool dryRun)
              left == 1 ? QStringLiteral("stays") : QStringLiteral("stay"));
 }
 
+QJsonObject pruneObject(const PruneReport& report)
+{
+    return {{QStringLiteral("kept"), QJsonArray::fromStringList(report.keptVersions)},
+            {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedVersions)},
+            {QStringLiteral("removedfiles"), report.removedFiles},
+            {QStringLiteral("removedbytes"), report.removedBytes}};
+}
+
 } // namespace
 
 int commands::prune(const QStringList& arguments)
@@ -59,12 +67,7 @@ int commands::prune(const QStringList& arguments)
         pruneVersions(line.argument(0), keep, dryRun, console, report, *signing);
     if (!faults.isEmpty())
         return console.fail(faults);
-    return console.succeed(
-        {pruneLine(report, dryRun)},
-        {{QStringLiteral("kept"), QJsonArray::fromStringList(report.keptVersions)},
-         {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedVersions)},
-         {QStringLiteral("removedfiles"), report.removedFiles},
-         {QStringLiteral("removedbytes"), report.removedBytes}});
+    return console.succeed({pruneLine(report, dryRun)}, pruneObject(report));
 }
 
 } // namespace publish

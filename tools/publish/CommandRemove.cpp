@@ -9,6 +9,30 @@
 
 namespace publish {
 
+namespace {
+
+RemoveRequest removeRequest(const CommandLine& line)
+{
+    RemoveRequest request{line.argument(0),
+                          {line.isSet("launcher"), line.value("directory")},
+                          std::nullopt,
+                          line.isSet("dry-run")};
+    if (line.isSet("os"))
+        request.platform = Platform{line.value("os"), line.value("architecture")};
+    return request;
+}
+
+QString removeLine(const RemoveRequest& request, const RemoveReport& report)
+{
+    const QString what =
+        request.platform ? QStringLiteral(" for %1").arg(request.platform->label()) : QString();
+    return QStringLiteral("%1 %2 of %3%4; 'prune' removes the packed files that nothing else needs")
+        .arg(request.dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),
+             countText(report.removedBuilds.size(), "build"), request.product.label(), what);
+}
+
+} // namespace
+
 int commands::remove(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("remove"),
@@ -31,12 +55,7 @@ int commands::remove(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("either --directory or --launcher is needed"));
     if (line.isSet("os") != line.isSet("architecture"))
         return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
-    RemoveRequest request{line.argument(0),
-                          {line.isSet("launcher"), line.value("directory")},
-                          std::nullopt,
-                          line.isSet("dry-run")};
-    if (line.isSet("os"))
-        request.platform = Platform{line.value("os"), line.value("architecture")};
+    RemoveRequest request = removeRequest(line);
     Console console(line.outputMode());
     QString error;
     const auto signing = request.dryRun ? Signing() : readSigning(line, &error);
@@ -47,12 +66,8 @@ int commands::remove(const QStringList& arguments)
     const QStringList faults = removeBuilds(request, console, report);
     if (!faults.isEmpty())
         return console.fail(faults);
-    const QString what =
-        request.platform ? QStringLiteral(" for %1").arg(request.platform->label()) : QString();
     return console.succeed(
-        {QStringLiteral("%1 %2 of %3%4; 'prune' removes the packed files that nothing else needs")
-             .arg(request.dryRun ? QStringLiteral("would remove") : QStringLiteral("removed"),
-                  countText(report.removedBuilds.size(), "build"), request.product.label(), what)},
+        {removeLine(request, report)},
         {{QStringLiteral("dryrun"), request.dryRun},
          {QStringLiteral("removed"), QJsonArray::fromStringList(report.removedBuilds)}});
 }

@@ -8,6 +8,37 @@
 
 namespace publish {
 
+namespace {
+
+SwitchRequest switchRequest(const CommandLine& line)
+{
+    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version"),
+                          line.value("channel")};
+    if (line.isSet("launcher"))
+        request.product = Product{true, QString()};
+    else if (line.isSet("directory"))
+        request.product = Product{false, line.value("directory")};
+    if (line.isSet("os"))
+        request.platform = Platform{line.value("os"), line.value("architecture")};
+    request.stage = line.isSet("stage");
+    return request;
+}
+
+int tellSuccess(Console& console, const SwitchRequest& request)
+{
+    if (request.stage) {
+        const QString path = ContentFolder(request.content).path(pending::address(request.channel));
+        return console.succeed({toSignLine(path)}, {{QStringLiteral("tosign"), path}});
+    }
+    const QString where = request.channel.isEmpty()
+                              ? QString()
+                              : QStringLiteral(" in channel %1").arg(request.channel);
+    return console.succeed({QStringLiteral("version %1 is current").arg(request.version) + where},
+                           {{QStringLiteral("version"), request.version}});
+}
+
+} // namespace
+
 int commands::switchTo(const QStringList& arguments)
 {
     CommandLine line(QStringLiteral("switch"),
@@ -34,33 +65,17 @@ int commands::switchTo(const QStringList& arguments)
         return line.wrongUsage(QStringLiteral("--directory and --launcher exclude each other"));
     if (line.isSet("os") != line.isSet("architecture"))
         return line.wrongUsage(QStringLiteral("--os and --architecture go together"));
-    SwitchRequest request{line.argument(0), std::nullopt, std::nullopt, line.value("version"),
-                          line.value("channel")};
-    if (line.isSet("launcher"))
-        request.product = Product{true, QString()};
-    else if (line.isSet("directory"))
-        request.product = Product{false, line.value("directory")};
-    if (line.isSet("os"))
-        request.platform = Platform{line.value("os"), line.value("architecture")};
+    SwitchRequest request = switchRequest(line);
     Console console(line.outputMode());
     QString error;
     const auto signing = readSigning(line, &error);
     if (!signing)
         return console.fail({error});
     request.signing = *signing;
-    request.stage = line.isSet("stage");
     const QStringList faults = switchVersion(request);
     if (!faults.isEmpty())
         return console.fail(faults);
-    if (request.stage) {
-        const QString path = ContentFolder(request.content).path(pending::address(request.channel));
-        return console.succeed({toSignLine(path)}, {{QStringLiteral("tosign"), path}});
-    }
-    const QString where = request.channel.isEmpty()
-                              ? QString()
-                              : QStringLiteral(" in channel %1").arg(request.channel);
-    return console.succeed({QStringLiteral("version %1 is current").arg(request.version) + where},
-                           {{QStringLiteral("version"), request.version}});
+    return tellSuccess(console, request);
 }
 
 } // namespace publish

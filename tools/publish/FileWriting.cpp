@@ -48,4 +48,18 @@ bool writeAll(QIODevice& device, QByteArrayView bytes)
     return true;
 }
 
+bool writeNewFile(const QString& path, const QByteArray& bytes, QFile::Permissions permissions,
+                  QString* error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered, permissions))
+        return fail(error,
+                    QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
+    if (writeAll(file, bytes) && flushToDisk(file))
+        return true;
+    fail(error, QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
+    file.remove();
+    return false;
+}
+
 } // namespace publish

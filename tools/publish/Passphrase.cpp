@@ -8,6 +8,16 @@
 
 namespace publish {
 
+const PassphraseCost usualPassphraseCost{crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_SENSITIVE,
+                                         crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_SENSITIVE};
+const PassphraseCost leastPassphraseCost{crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_MIN,
+                                         crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_MIN};
+
+bool PassphraseCost::isUsual() const
+{
+    return operations <= usualPassphraseCost.operations && memory <= usualPassphraseCost.memory;
+}
+
 Passphrase::~Passphrase()
 {
     clear();

@@ -33,6 +33,21 @@ private:
     std::size_t m_size = 0;
 };
 
+/// How much it costs to try a passphrase, as scrypt counts: operations, and bytes of memory.
+struct PassphraseCost
+{
+    quint64 operations;
+    quint64 memory;
+
+    /// Not more than what minisign takes.
+    [[nodiscard]] bool isUsual() const;
+};
+
+/// What minisign takes: some seconds and 1 GiB.
+extern const PassphraseCost usualPassphraseCost;
+/// For the keys of tests.
+extern const PassphraseCost leastPassphraseCost;
+
 /// Asks for the passphrase by `prompt` where somebody types, without showing it, and takes the next
 /// line of standard input elsewhere. False with a text when there is none, or when it is too long.
 [[nodiscard]] bool askPassphrase(const QString& prompt, Passphrase& passphrase, QString* error);

@@ -245,22 +245,11 @@ private:
             }
             QDir().rmdir(QFileInfo(path).path());
         }
-        removeSignatures(now);
+        for (const QString& path : signedcontent::removeOutdatedSignatures(m_tree, now))
+            m_progress.warn(QStringLiteral("%1: cannot be removed").arg(path));
         m_tree.keepReserve();
         PackStore(m_tree, {}, m_progress).forgetMissing();
         return m_notes.save(m_tree, error);
-    }
-
-    // Caches may serve a document for a while after it was replaced, and launchers then ask for its
-    // signature.
-    void removeSignatures(const QDateTime& now)
-    {
-        constexpr qint64 daysKept = 30;
-        for (const QString& path :
-             signedcontent::outdatedSignatures(m_tree, now.addDays(-daysKept))) {
-            if (!QFile::remove(path))
-                m_progress.warn(QStringLiteral("%1: cannot be removed").arg(path));
-        }
     }
 
     // Whoever cannot sign must still be able to make room.

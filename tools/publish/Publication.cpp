@@ -74,7 +74,7 @@ public:
             if (done && !m_request.dryRun) {
                 keepReadNotes(m_tree, m_request.product, m_request.platform, hashes.notes(),
                               m_progress);
-                keepUsed();
+                m_used.keep(m_tree, m_folder, m_progress);
             }
         }
         fillReport();
@@ -230,15 +230,6 @@ private:
         if (m_tree.exists(channels::hints(m_request.channel)))
             m_current.setHints(channels::hintsInMetadata(m_request.publicUrl, m_request.channel));
         return m_writer.write(m_request.channel, m_current, error);
-    }
-
-    // The metadata knows the version, and the next publication learns it from there.
-    void keepUsed()
-    {
-        QString error;
-        m_used.add(m_folder);
-        if (!m_used.save(m_tree, &error))
-            m_progress.warn(error);
     }
 
     bool isStaged() const { return m_request.stage && !m_isForLater; }

@@ -1,7 +1,6 @@
 #include "publish/SecretKey.h"
 
 #include "package/Failure.h"
-#include "publish/DiskSteps.h"
 #include "publish/FileWriting.h"
 #include "publish/Passphrase.h"
 
@@ -15,11 +14,6 @@
 #include <sodium.h>
 
 namespace publish {
-
-const PassphraseCost usualPassphraseCost{crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_SENSITIVE,
-                                         crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_SENSITIVE};
-const PassphraseCost leastPassphraseCost{crypto_pwhash_scryptsalsa208sha256_OPSLIMIT_MIN,
-                                         crypto_pwhash_scryptsalsa208sha256_MEMLIMIT_MIN};
 
 /// The part of a key file that the passphrase encrypts.
 struct SecretKey::Material
@@ -124,21 +118,6 @@ minisign::PublicKey publicKeyOf(const SecretKey::Material& material)
     return key;
 }
 
-// A file that is there stays as it is.
-bool writeNewFile(const QString& path, const QByteArray& bytes, QFile::Permissions permissions,
-                  QString* error)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly | QIODevice::Unbuffered, permissions))
-        return fail(error,
-                    QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
-    if (writeAll(file, bytes) && flushToDisk(file))
-        return true;
-    fail(error, QStringLiteral("%1: cannot be written: %2").arg(path, file.errorString()));
-    file.remove();
-    return false;
-}
-
 bool writePair(const QString& path, const KeyFile& secret, const minisign::PublicKey& key,
                QString* error)
 {
@@ -198,10 +177,10 @@ bool isWhole(const KeyFile& file)
     return *key == file.material.key;
 }
 
-bool isBearable(const KeyFile& file)
+PassphraseCost costOf(const KeyFile& file)
 {
-    return qFromLittleEndian<quint64>(file.operations.data()) <= usualPassphraseCost.operations &&
-           qFromLittleEndian<quint64>(file.memory.data()) <= usualPassphraseCost.memory;
+    return {qFromLittleEndian<quint64>(file.operations.data()),
+            qFromLittleEndian<quint64>(file.memory.data())};
 }
 
 QByteArray signedBy(const SecretKey::Material& material, const QByteArray& message)
@@ -264,7 +243,7 @@ std::shared_ptr<const SecretKey> SecretKey::readFile(const QString& path, const 
     const bool isEncrypted = file->encryption == scryptAlgorithm;
     if (isEncrypted) {
         Passphrase passphrase;
-        if (!isBearable(*file)) {
+        if (!costOf(*file).isUsual()) {
             fail(error, QStringLiteral("%1: asks for more time or memory than any key").arg(path));
             return nullptr;
         }

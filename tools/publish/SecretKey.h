@@ -7,18 +7,7 @@
 namespace publish {
 
 class Passphrase;
-
-/// How much it costs to try a passphrase, as scrypt counts: operations, and bytes of memory.
-struct PassphraseCost
-{
-    quint64 operations;
-    quint64 memory;
-};
-
-/// What minisign takes: some seconds and 1 GiB. Key files that ask for more are refused.
-extern const PassphraseCost usualPassphraseCost;
-/// For the keys of tests.
-extern const PassphraseCost leastPassphraseCost;
+struct PassphraseCost;
 
 /// A secret key in minisign's format (https://jedisct1.github.io/minisign/). It lies in memory that
 /// is never written to a disk and is wiped when the object goes.

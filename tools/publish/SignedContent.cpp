@@ -9,6 +9,7 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -160,21 +161,24 @@ QList<signedcontent::State> signedcontent::states(const ContentFolder& tree)
     return found;
 }
 
-QStringList signedcontent::outdatedSignatures(const ContentFolder& tree, const QDateTime& before)
+QStringList signedcontent::removeOutdatedSignatures(const ContentFolder& tree, const QDateTime& now)
 {
-    QStringList outdated;
+    constexpr qint64 daysKept = 30;
+    const QDateTime end = now.addDays(-daysKept);
+    QStringList left;
     for (const QString& channel : QStringList(QString()) + channels::all(tree)) {
         const QStringList needed{signatureAddress(channel, tree.read(channels::metadata(channel))),
                                  signatureAddress(channel, tree.read(pending::address(channel)))};
         const QDir folder(tree.path(channels::signatures(channel)));
         for (const QFileInfo& file :
              folder.entryInfoList({QStringLiteral("*.minisig")}, QDir::Files)) {
-            if (file.lastModified() < before &&
-                !needed.contains(channels::signatures(channel) + file.fileName()))
-                outdated.append(file.filePath());
+            if (file.lastModified() < end &&
+                !needed.contains(channels::signatures(channel) + file.fileName()) &&
+                !QFile::remove(file.filePath()))
+                left.append(file.filePath());
         }
     }
-    return outdated;
+    return left;
 }
 
 } // namespace publish

@@ -72,9 +72,10 @@ struct State
 /// Those of all documents that are current; none when nothing is signed.
 [[nodiscard]] QList<State> states(const ContentFolder& tree);
 
-/// The files of signatures that were written before that time and belong to no document that is
-/// current or waits.
-[[nodiscard]] QStringList outdatedSignatures(const ContentFolder& tree, const QDateTime& before);
+/// Removes the signatures that are older than 30 days and belong to no document that is current or
+/// waits: caches may serve a document for a while after it was replaced, and launchers then ask for
+/// its signature. Returns the files that are still there.
+QStringList removeOutdatedSignatures(const ContentFolder& tree, const QDateTime& now);
 
 } // namespace signedcontent
 

@@ -4,6 +4,7 @@
 #include "publish/ContentFolder.h"
 #include "publish/MetadataDocument.h"
 #include "publish/Product.h"
+#include "publish/Progress.h"
 
 #include <QDir>
 
@@ -78,6 +79,14 @@ QDateTime UsedVersions::heldUntil(const QDateTime& removed)
 void UsedVersions::add(const QString& buildFolder)
 {
     m_builds.insert(buildFolder, QDateTime());
+}
+
+void UsedVersions::keep(ContentFolder& tree, const QString& buildFolder, Progress& progress)
+{
+    QString error;
+    add(buildFolder);
+    if (!save(tree, &error))
+        progress.warn(error);
 }
 
 void UsedVersions::remove(const QString& folder, const QDateTime& now)

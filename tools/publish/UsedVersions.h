@@ -10,6 +10,7 @@ namespace publish {
 
 class ContentFolder;
 class MetadataDocument;
+class Progress;
 
 /// Which builds a content folder has held. Caches keep a build's documents for a year, so nothing
 /// else may be published at their address: neither after the build was removed, nor when the
@@ -39,6 +40,9 @@ public:
     [[nodiscard]] static QDateTime heldUntil(const QDateTime& removed);
 
     void add(const QString& buildFolder);
+    /// The same, and saves; warns when that fails, since the next publication learns the build from
+    /// the metadata then.
+    void keep(ContentFolder& tree, const QString& buildFolder, Progress& progress);
     /// Notes that every build below the folder goes now.
     void remove(const QString& folder, const QDateTime& now);
 
