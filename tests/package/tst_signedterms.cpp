@@ -80,7 +80,7 @@ void SignedTermsTest::refusesWhatIsNotForThisLauncher_data()
 void SignedTermsTest::refusesWhatIsNotForThisLauncher()
 {
     QFETCH(QByteArray, members);
-    const QDateTime now(QDate(2026, 11, 22), QTime(12, 0), Qt::UTC);
+    const QDateTime now = QDateTime::fromString(u"2026-11-22T12:00:00Z"_s, Qt::ISODate);
     QTEST(termsFault(readSignedTerms('{' + members + '}'), u"https://host.example/beta"_s, 7, now),
           "fault");
 }

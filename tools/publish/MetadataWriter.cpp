@@ -16,13 +16,9 @@ namespace publish {
 
 namespace {
 
-constexpr qint64 secondsADay = qint64(24) * 60 * 60;
-
 QString expiryText(int days)
 {
-    return QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch() + days * secondsADay,
-                                         Qt::UTC)
-        .toString(Qt::ISODate);
+    return QDateTime::currentDateTimeUtc().addDays(days).toString(Qt::ISODate);
 }
 
 // What is damaged must not be signed as if it were what was published.
