@@ -388,7 +388,7 @@ void SigningTest::hintsLeaveSignedMetadataAlone()
     QCOMPARE(sign(), QStringList());
     const QByteArray before = current();
     testfiles::write(m_fixture->path(u"hints.json"_s),
-                     "[{\"title\": \"a\", \"text\": \"<table><tr><td>b</td></tr></table>\"}]");
+                     R"([{"title": "a", "text": "<table><tr><td>b</td></tr></table>"}])");
     HintsReport report;
     QCOMPARE(publishHints(m_fixture->path(u"hints.json"_s), m_fixture->content(), {}, {}, report),
              QStringList());

@@ -114,7 +114,7 @@ void VerifySignatureTest::refusesWhatIsNotSigned()
 void VerifySignatureTest::refusesAChangedDocument()
 {
     const QByteArray signature = testfiles::read(signaturePath());
-    m_fixture->replaceIn(addresses::metadata, "\"name\": \"Quelra\"", "\"name\": \"quelra\"");
+    m_fixture->replaceIn(addresses::metadata, R"("name": "Quelra")", R"("name": "quelra")");
     QVERIFY(!verify().isEmpty());
     testfiles::write(signaturePath(), signature);
     const QStringList faults = verify();
@@ -157,7 +157,7 @@ void VerifySignatureTest::refusesWhatHasExpired()
     const QByteArray now =
         QDateTime::currentDateTimeUtc().addSecs(-1).toString(Qt::ISODate).toLatin1();
     QByteArray document = m_fixture->served().value(addresses::metadata);
-    signAsItIs(document.replace("\"serial\"", "\"expires\": \"" + now + "\", \"serial\""));
+    signAsItIs(document.replace("\"serial\"", R"("expires": ")" + now + R"(", "serial")"));
     const QStringList faults = verify();
     QCOMPARE(faults.size(), 1);
     QVERIFY2(faults.first().contains(u"it expired at "_s), qPrintable(faults.first()));
