@@ -29,8 +29,8 @@ constexpr std::array commandList{
     Command{"verify", "Checks everything that launchers would read.", commands::verify},
     Command{"remove", "Removes a build or a whole package.", commands::remove},
     Command{"prune", "Removes old versions and what only they need.", commands::prune},
-    Command{"sign", "Signs what is current.", commands::sign},
     Command{"key", "Makes the keys that metadata is signed with.", commands::key},
+    Command{"sign", "Signs what is current.", commands::sign},
 };
 
 QString helpText()
