@@ -2,6 +2,7 @@
 the same as ever, to the byte."""
 
 import socket
+import subprocess
 import threading
 import unittest
 
@@ -122,7 +123,9 @@ class SignedStart(kit.EndToEnd):
         self.assertEqual(self.starts("signed", "vornak-launcher-1.0"), unsigned)
 
     def test_with_keys_the_signature_is_asked_for_besides(self):
-        document = signing.sign(self.site.content, 1)
+        subprocess.run([self.site.publisher, "sign", self.site.content, "--quiet",
+                        "--sign-with", signing.KEYS / "test.key", "--expires-in", "1"], check=True)
+        document = (self.site.content / signing.METADATA).read_bytes()
         with_keys = self.starts("with-keys", "vornak-launcher-1.0-signed")
         without = self.starts("without", "vornak-launcher-1.0")
         for made, expected in zip(with_keys, without):
