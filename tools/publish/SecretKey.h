@@ -17,8 +17,9 @@ public:
     using AskPassphrase = std::function<bool(Passphrase& passphrase, QString* error)>;
 
     /// Makes a pair: the file `path`, encrypted by the passphrase and readable by its owner only,
-    /// and beside it `path`.pub. Nothing with a text when one of them is there already, which stays
-    /// as it is, or cannot be written.
+    /// and beside it `path`.pub. On Windows the folder's access list tells who may read them.
+    /// Nothing with a text when one of them is there already, which stays as it is, or cannot be
+    /// written.
     [[nodiscard]] static std::optional<minisign::PublicKey> makeFiles(const QString& path,
                                                                       const Passphrase& passphrase,
                                                                       const PassphraseCost& cost,
