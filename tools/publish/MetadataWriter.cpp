@@ -55,7 +55,7 @@ void forgetMissing(const ContentFolder& tree, MetadataDocument& document)
 
 } // namespace
 
-QString unsignedFault(const ContentFolder& tree, const Signing& signing)
+QString writingFault(const ContentFolder& tree, const Signing& signing)
 {
     if (signing.endSigning)
         return {};
@@ -77,7 +77,7 @@ bool MetadataWriter::write(const QString& channel, const MetadataDocument& docum
 {
     if (m_when == When::Later)
         return writeForLater(channel, document, error);
-    const QString fault = unsignedFault(m_tree, m_signing);
+    const QString fault = writingFault(m_tree, m_signing);
     if (!fault.isEmpty())
         return fail(error, fault);
     return m_signing.signer ? writeSigned(channel, document, false, error)
@@ -86,7 +86,7 @@ bool MetadataWriter::write(const QString& channel, const MetadataDocument& docum
 
 bool MetadataWriter::renew(const QString& channel, QString* error)
 {
-    const QString fault = unsignedFault(m_tree, m_signing);
+    const QString fault = writingFault(m_tree, m_signing);
     if (!fault.isEmpty())
         return fail(error, fault);
     const auto document = channels::read(m_tree, channel, error);

@@ -11,7 +11,7 @@ class MetadataDocument;
 
 /// Why metadata of the folder must not be written in this way: it is signed and would not be any
 /// more, or it is not what was signed. Empty when it may be.
-[[nodiscard]] QString unsignedFault(const ContentFolder& tree, const Signing& signing);
+[[nodiscard]] QString writingFault(const ContentFolder& tree, const Signing& signing);
 
 /// Whether that is so, and nothing else is wrong: another machine may sign what is written.
 [[nodiscard]] bool canWaitForSignature(const ContentFolder& tree, const Signing& signing);
@@ -37,7 +37,7 @@ public:
 
     /// Makes the document the channel's. What it names must be on the disk. Nothing is written when
     /// the channel has this document, nor when it would only get a higher serial and another time.
-    /// False with a text when it cannot be written or signed, or when unsignedFault() has one; the
+    /// False with a text when it cannot be written or signed, or when writingFault() has one; the
     /// channel then has what it had.
     [[nodiscard]] bool write(const QString& channel, const MetadataDocument& document,
                              QString* error);

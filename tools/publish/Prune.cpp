@@ -255,7 +255,7 @@ private:
     // Whoever cannot sign must still be able to make room.
     bool forgetRemoved(QString* error)
     {
-        if (unsignedFault(m_tree, m_signing).isEmpty())
+        if (writingFault(m_tree, m_signing).isEmpty())
             return MetadataWriter(m_tree, m_signing).write(QString(), m_metadata, error);
         if (!m_report.removedVersions.isEmpty())
             m_progress.warn(QStringLiteral("the metadata is signed and goes on naming versions "

@@ -45,7 +45,7 @@ public:
 
     QStringList run()
     {
-        const QString refusal = unsignedFault(m_tree, m_request.signing);
+        const QString refusal = writingFault(m_tree, m_request.signing);
         if (!refusal.isEmpty() && !m_request.dryRun && !m_isForLater)
             return {refusal};
         const QStringList faults = m_input.read(m_request);

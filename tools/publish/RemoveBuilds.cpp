@@ -36,7 +36,7 @@ public:
 
     bool run(QString* error)
     {
-        const QString refusal = unsignedFault(m_tree, m_request.signing);
+        const QString refusal = writingFault(m_tree, m_request.signing);
         if (!refusal.isEmpty() && !m_request.dryRun)
             return fail(error, refusal);
         if (!channels::isPublished(m_tree, error) ||

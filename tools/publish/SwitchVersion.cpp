@@ -265,7 +265,7 @@ QStringList switchToPending(ContentFolder& tree, const SwitchRequest& request)
 QStringList switchVersion(const SwitchRequest& request)
 {
     ContentFolder tree(request.content);
-    QString error = unsignedFault(tree, request.signing);
+    QString error = writingFault(tree, request.signing);
     const bool isForLater = canWaitForSignature(tree, request.signing);
     const bool isPending = request.stage || tree.exists(pending::address(request.channel));
     if (!error.isEmpty() && !(isForLater && isPending))
