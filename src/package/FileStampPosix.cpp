@@ -7,7 +7,7 @@
 
 namespace {
 
-qint64 nanoseconds(const timespec& time)
+qint64 toNanoseconds(const timespec& time)
 {
     return static_cast<qint64>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
@@ -21,7 +21,7 @@ std::optional<FileStamp> fileStamp(const QString& path)
     };
     if (::stat(QFile::encodeName(path).constData(), &info) != 0 || !S_ISREG(info.st_mode))
         return std::nullopt;
-    return FileStamp{info.st_size, nanoseconds(info.st_mtim), nanoseconds(info.st_ctim),
+    return FileStamp{info.st_size, toNanoseconds(info.st_mtim), toNanoseconds(info.st_ctim),
                      info.st_dev, info.st_ino};
 }
 
@@ -33,5 +33,5 @@ qint64 fileClock()
 #else
     clock_gettime(CLOCK_REALTIME, &now);
 #endif
-    return nanoseconds(now);
+    return toNanoseconds(now);
 }

@@ -8,7 +8,7 @@ namespace {
 // FILETIME and its kin count 100 ns from 1601.
 constexpr qint64 epochDifference = 116444736000000000;
 
-qint64 nanoseconds(qint64 fileTime)
+qint64 toNanoseconds(qint64 fileTime)
 {
     return (fileTime - epochDifference) * 100;
 }
@@ -28,8 +28,8 @@ std::optional<FileStamp> fileStamp(const QString& path)
         return static_cast<quint64>(high) << 32 | low;
     };
     return FileStamp{static_cast<qint64>(joined(info.nFileSizeHigh, info.nFileSizeLow)),
-                     nanoseconds(times.LastWriteTime.QuadPart),
-                     nanoseconds(times.ChangeTime.QuadPart), info.dwVolumeSerialNumber,
+                     toNanoseconds(times.LastWriteTime.QuadPart),
+                     toNanoseconds(times.ChangeTime.QuadPart), info.dwVolumeSerialNumber,
                      joined(info.nFileIndexHigh, info.nFileIndexLow)};
 }
 
@@ -37,6 +37,6 @@ qint64 fileClock()
 {
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
-    return nanoseconds(
+    return toNanoseconds(
         static_cast<qint64>(static_cast<quint64>(now.dwHighDateTime) << 32 | now.dwLowDateTime));
 }

@@ -7,6 +7,9 @@
 
 class QIODevice;
 
+/// Characters of a SHA-256 in hexadecimal digits.
+inline constexpr qsizetype hashLength = 64;
+
 /// SHA-256 as 64 lower-case hexadecimal digits, the same as QCryptographicHash gives; empty when
 /// `onSlice` stopped the work.
 [[nodiscard]] QString hashBytes(const QByteArray& data, const SliceFunction& onSlice = {});

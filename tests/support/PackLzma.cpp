@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr qsizetype propertiesSize = 5;
+constexpr qsizetype propertyBytes = 5;
 constexpr qsizetype headerSize = 13;
 
 QByteArray header(const PackOptions& options, quint64 size)
@@ -16,7 +16,7 @@ QByteArray header(const PackOptions& options, quint64 size)
     QByteArray bytes(headerSize, '\0');
     bytes[0] = static_cast<char>((options.pb * 5 + options.lp) * 9 + options.lc);
     qToLittleEndian(options.dictionary, bytes.data() + 1);
-    qToLittleEndian(size, bytes.data() + propertiesSize);
+    qToLittleEndian(size, bytes.data() + propertyBytes);
     return bytes;
 }
 
@@ -57,6 +57,6 @@ QByteArray packLzma(const QByteArray& bytes, const PackOptions& options)
 
 QByteArray withDeclaredSize(QByteArray packed, quint64 size)
 {
-    qToLittleEndian(size, packed.data() + propertiesSize);
+    qToLittleEndian(size, packed.data() + propertyBytes);
     return packed;
 }

@@ -13,7 +13,7 @@ namespace publish {
 namespace {
 
 constexpr qsizetype plainLength = 64;
-constexpr qsizetype hashLength = 16;
+constexpr qsizetype shortHashLength = 16;
 
 bool isPlain(QChar character)
 {
@@ -40,7 +40,7 @@ QString segment(const QString& text)
         std::all_of(text.begin(), text.end(), isPlain) &&
         staysBelowFolder(text, PathRules::Windows))
         return text;
-    QString name = text.left(plainLength - hashLength - 1);
+    QString name = text.left(plainLength - shortHashLength - 1);
     std::replace_if(
         name.begin(), name.end(), [](QChar character) { return !isPlain(character); }, QChar(u'_'));
     if (name.startsWith(u'.'))
@@ -48,7 +48,7 @@ QString segment(const QString& text)
     // "aux.txt" is as much of a device as "aux".
     if (!staysBelowFolder(name + u'~', PathRules::Windows))
         name.replace(u'.', u'_');
-    return name + u'~' + hashBytes(text.toUtf8()).first(hashLength);
+    return name + u'~' + hashBytes(text.toUtf8()).first(shortHashLength);
 }
 
 QString packedFile(const QString& packedhash)

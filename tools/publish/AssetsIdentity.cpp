@@ -11,7 +11,6 @@ namespace publish {
 namespace {
 
 constexpr QChar separator = u'-';
-constexpr qsizetype hashLength = 64;
 constexpr qsizetype freshLength = 16;
 
 QString freshPart()

@@ -44,7 +44,7 @@ void InputHashes::load(const QByteArray& notes)
         const QString hash = QString::fromLatin1(fields.first());
         // The path has the rest of the line, with whatever blanks.
         const QByteArray path = fields.sliced(fieldCount - 1).join(' ');
-        if (hash.size() == 64)
+        if (hash.size() == hashLength)
             m_known.insert(QString::fromUtf8(path), {stamp, hash});
     }
 }

@@ -12,7 +12,7 @@ namespace publish {
 
 namespace {
 
-constexpr QLatin1StringView address("/.publisher/versions");
+constexpr QLatin1StringView versionsAddress("/.publisher/versions");
 constexpr QLatin1StringView isThereMark("-");
 
 bool hasDocument(const ContentFolder& tree, const QString& buildFolder)
@@ -26,7 +26,7 @@ void UsedVersions::load(const ContentFolder& tree, const MetadataDocument& metad
                         const QDateTime& now)
 {
     m_builds.clear();
-    read(tree.read(address));
+    read(tree.read(versionsAddress));
     for (const Product& product : metadata.products()) {
         for (const QString& version : metadata.history(product)) {
             const QString folder = product.versionFolder(version);
@@ -105,7 +105,7 @@ bool UsedVersions::save(ContentFolder& tree, QString* error) const
             build->isValid() ? build->toUTC().toString(Qt::ISODate) : QString(isThereMark);
         bytes += build.key().toLatin1() + ' ' + time.toLatin1() + '\n';
     }
-    return bytes == tree.read(address) || tree.replace(address, bytes, error);
+    return bytes == tree.read(versionsAddress) || tree.replace(versionsAddress, bytes, error);
 }
 
 } // namespace publish

@@ -78,7 +78,7 @@ QString contentFault(const QByteArray& body, const WantedFile& wanted)
 
 bool isHashText(const QString& text)
 {
-    return text.size() == 64 && std::all_of(text.begin(), text.end(), [](QChar character) {
+    return text.size() == hashLength && std::all_of(text.begin(), text.end(), [](QChar character) {
                return (character >= u'0' && character <= u'9') ||
                       (character >= u'a' && character <= u'f');
            });

@@ -7,7 +7,6 @@ namespace publish {
 
 namespace {
 
-constexpr qsizetype hashLength = 64;
 const QLatin1StringView between("  ");
 
 QString notesAddress()
