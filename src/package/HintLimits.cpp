@@ -7,8 +7,6 @@
 
 namespace {
 
-using namespace hintlimits;
-
 bool isOneOf(QStringView name, std::initializer_list<const char*> names)
 {
     return std::any_of(names.begin(), names.end(), [name](const char* one) {
@@ -51,8 +49,8 @@ private:
     {
         const QChar character = m_text.at(m_at++);
         m_word = character.isSpace() ? 0 : m_word + 1;
-        if (m_word > wordLength)
-            fail(QStringLiteral("a word has more than %1 characters").arg(wordLength));
+        if (m_word > hintlimits::wordLength)
+            fail(QStringLiteral("a word has more than %1 characters").arg(hintlimits::wordLength));
         countWork(1);
     }
 
@@ -113,12 +111,12 @@ private:
 
     void open(QStringView name, QStringView tag)
     {
-        if (isOneOf(name, {"img"}) && ++m_pictures > pictures)
-            fail(QStringLiteral("it names more than %1 pictures").arg(pictures));
-        if (isCell(name) && (++m_cells > cells || spansTooMuch(tag)))
+        if (isOneOf(name, {"img"}) && ++m_pictures > hintlimits::pictures)
+            fail(QStringLiteral("it names more than %1 pictures").arg(hintlimits::pictures));
+        if (isCell(name) && (++m_cells > hintlimits::cells || spansTooMuch(tag)))
             fail(QStringLiteral("it has more than %1 cells, or one that spans more than %2")
-                     .arg(cells)
-                     .arg(spannedCells));
+                     .arg(hintlimits::cells)
+                     .arg(hintlimits::spannedCells));
         // What lies in these is no text, or not read as such.
         if (isOneOf(name, {"style", "script", "title"}))
             fail(QStringLiteral("it has a style, a script or a title of its own"));
@@ -126,10 +124,10 @@ private:
             return;
         endWhatIsOver(name);
         m_open.push_back(name);
-        if (std::ssize(m_open) > nestedTags)
-            fail(QStringLiteral("its tags lie more than %1 deep").arg(nestedTags));
-        if (isOneOf(name, {"table"}) && ++m_tables > nestedTables)
-            fail(QStringLiteral("its tables lie more than %1 deep").arg(nestedTables));
+        if (std::ssize(m_open) > hintlimits::nestedTags)
+            fail(QStringLiteral("its tags lie more than %1 deep").arg(hintlimits::nestedTags));
+        if (isOneOf(name, {"table"}) && ++m_tables > hintlimits::nestedTables)
+            fail(QStringLiteral("its tables lie more than %1 deep").arg(hintlimits::nestedTables));
     }
 
     /// Cells, rows and paragraphs end where the next one begins.
@@ -169,7 +167,7 @@ private:
                 ++end;
             bool isNumber = false;
             if (at >= 0 && end > at &&
-                (tag.sliced(at, end - at).toInt(&isNumber) > spannedCells || !isNumber))
+                (tag.sliced(at, end - at).toInt(&isNumber) > hintlimits::spannedCells || !isNumber))
                 return true;
         }
         return false;
@@ -177,8 +175,8 @@ private:
 
     void countWork(qint64 characters)
     {
-        m_work += characters << std::min(m_tables, nestedTables);
-        if (m_work > work)
+        m_work += characters << std::min(m_tables, hintlimits::nestedTables);
+        if (m_work > hintlimits::work)
             fail(QStringLiteral("too much text lies in tables within tables"));
     }
 
@@ -205,7 +203,8 @@ QString hintFault(const HintEntry& hint)
 {
     // As UTF-8 it is as long at least; counting first spares converting what is much too long.
     const qsizetype units = hint.title.size() + hint.richText.size();
-    if (units > bytes || hint.title.toUtf8().size() + hint.richText.toUtf8().size() > bytes)
-        return QStringLiteral("it is larger than %1 KiB").arg(bytes / 1024);
+    if (units > hintlimits::bytes ||
+        hint.title.toUtf8().size() + hint.richText.toUtf8().size() > hintlimits::bytes)
+        return QStringLiteral("it is larger than %1 KiB").arg(hintlimits::bytes / 1024);
     return HintReader(hint.richText).fault();
 }

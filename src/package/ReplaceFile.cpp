@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr qsizetype slice = 0x100000;
+constexpr qsizetype copiedSlice = 0x100000;
 
 } // namespace
 
@@ -95,7 +95,7 @@ WriteResult FileReplacement::placeWhenReleased(const TurnFunction& turn)
 WriteResult FileReplacement::copyToOtherVolume(const TurnFunction& turn)
 {
     FileReplacement beside(m_path, m_path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
-    QByteArray bytes(slice, Qt::Uninitialized);
+    QByteArray bytes(copiedSlice, Qt::Uninitialized);
     if (!m_file.seek(0))
         return WriteResult::failed(m_file.errorString());
     for (;;) {
@@ -114,9 +114,9 @@ WriteResult FileReplacement::copyToOtherVolume(const TurnFunction& turn)
 WriteResult replaceFile(const QString& path, const QByteArray& bytes, const TurnFunction& turn)
 {
     FileReplacement replacement(path, path + QLatin1StringView(VORNAK_FRESH_SUFFIX));
-    for (qsizetype offset = 0; offset < bytes.size(); offset += slice) {
+    for (qsizetype offset = 0; offset < bytes.size(); offset += copiedSlice) {
         const auto piece =
-            QByteArrayView(bytes).sliced(offset, std::min(slice, bytes.size() - offset));
+            QByteArrayView(bytes).sliced(offset, std::min(copiedSlice, bytes.size() - offset));
         if (const WriteResult written = replacement.write(piece); !written)
             return written;
         if (turn && !turn())

@@ -8,6 +8,11 @@
 
 namespace publish {
 
+// Where the launcher metadata has its builds: in "launcher" and in each element of "packages".
+inline const QString launcherKey = QStringLiteral("launcher");
+inline const QString packagesKey = QStringLiteral("packages");
+inline const QString buildsKey = QStringLiteral("builds");
+
 /// The addresses of one build.
 struct BuildAddresses
 {

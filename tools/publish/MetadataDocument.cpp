@@ -12,11 +12,8 @@ namespace publish {
 
 namespace {
 
-const QString buildsKey = QStringLiteral("builds");
 const QString historyKey = QStringLiteral("history");
-const QString launcherKey = QStringLiteral("launcher");
 const QString otherPlatformsKey = QStringLiteral("otherplatforms");
-const QString packagesKey = QStringLiteral("packages");
 
 qsizetype buildIndex(const QJsonArray& builds, const Platform& platform)
 {

@@ -14,9 +14,6 @@ namespace {
 const QString serialKey = QStringLiteral("serial");
 const QString expiresKey = QStringLiteral("expires");
 const QString channelKey = QStringLiteral("channel");
-const QString buildsKey = QStringLiteral("builds");
-const QString launcherKey = QStringLiteral("launcher");
-const QString packagesKey = QStringLiteral("packages");
 
 using ChangeBuild = std::function<bool(QJsonObject& build)>;
 
