@@ -19,9 +19,9 @@ namespace {
 
 /// A player with a launcher that takes signed content only, and version 1.0.0 with an asset
 /// installed. The server offers 2.0.0 with other assets.
-struct Fixture
+struct SignedFixture
 {
-    Fixture()
+    SignedFixture()
     {
         client.setBaseUrl(server.baseUrl());
         client.setDataFolder(data.path());
@@ -76,18 +76,18 @@ struct Fixture
     bool isReady = false;
 };
 
-using Change = std::function<void(Fixture&)>;
+using Change = std::function<void(SignedFixture&)>;
 
 // The answer of a path, with another body.
 Change serving(QLatin1StringView path, const QByteArray& body)
 {
-    return [path, body](Fixture& fixture) { fixture.server.route(path, body); };
+    return [path, body](SignedFixture& fixture) { fixture.server.route(path, body); };
 }
 
 // The packed file of another version under the address of the new one's.
-Change swappingPacked(OrlFile Fixture::*file)
+Change swappingPacked(OrlFile SignedFixture::*file)
 {
-    return [file](Fixture& fixture) {
+    return [file](SignedFixture& fixture) {
         fixture.server.route(fixture.tree.packedPath(fixture.*file), packLzma("another program"));
     };
 }
@@ -118,7 +118,7 @@ private Q_SLOTS:
 
 void SignedInstallationTest::takesWhatWasSigned()
 {
-    Fixture fixture;
+    SignedFixture fixture;
     QVERIFY2(fixture.isReady, qPrintable(fixture.error));
     QVERIFY(fixture.look());
     QCOMPARE(fixture.installation.offer(), Offer::Update);
@@ -138,34 +138,35 @@ void SignedInstallationTest::refusesWhatWasNot_data()
     const auto& identity = ContentTree::assetsVersionPath;
     const auto& list = ContentTree::assetsPath;
     QTest::newRow("document with another program") << serving(document, foreignDocument()) << false;
-    QTest::newRow("cut document") << Change([](Fixture& fixture) {
+    QTest::newRow("cut document") << Change([](SignedFixture& fixture) {
         fixture.server.route(ContentTree::packagePath,
                              packageDocJson(fixture.tree.package).chopped(1));
     }) << false;
     QTest::newRow("empty document") << serving(document, {}) << false;
-    QTest::newRow("document of the old version") << Change([](Fixture& fixture) {
+    QTest::newRow("document of the old version") << Change([](SignedFixture& fixture) {
         OrlPackageDoc old = fixture.tree.package;
         old.version = u"1.0.0"_s;
         fixture.server.route(ContentTree::packagePath, packageDocJson(old));
     }) << false;
-    QTest::newRow("another packed file") << swappingPacked(&Fixture::file) << false;
+    QTest::newRow("another packed file") << swappingPacked(&SignedFixture::file) << false;
     QTest::newRow("other identity") << serving(identity, "identity of 3.0.0") << true;
     QTest::newRow("empty identity") << serving(identity, {}) << true;
     QTest::newRow("other list") << serving(list, assetListJson({})) << true;
-    QTest::newRow("cut list") << Change([](Fixture& fixture) {
+    QTest::newRow("cut list") << Change([](SignedFixture& fixture) {
         fixture.server.route(ContentTree::assetsPath,
                              assetListJson(fixture.tree.assets).chopped(1));
     }) << true;
-    QTest::newRow("another packed asset") << swappingPacked(&Fixture::asset) << true;
+    QTest::newRow("another packed asset") << swappingPacked(&SignedFixture::asset) << true;
     QTest::newRow("other version text")
-        << Change([version](Fixture& fixture) { fixture.server.route(version, "3.0.0"); }) << true;
+        << Change([version](SignedFixture& fixture) { fixture.server.route(version, "3.0.0"); })
+        << true;
 }
 
 void SignedInstallationTest::refusesWhatWasNot()
 {
     QFETCH(Change, change);
     QFETCH(bool, packageComes);
-    Fixture fixture;
+    SignedFixture fixture;
     QVERIFY2(fixture.isReady, qPrintable(fixture.error));
     change(fixture);
     const MessageCapture messages;
@@ -204,7 +205,7 @@ void SignedInstallationTest::statedHashesAreNeeded()
 {
     QFETCH(QString LauncherBuild::*, hash);
     QFETCH(bool, packageComes);
-    Fixture fixture;
+    SignedFixture fixture;
     QVERIFY2(fixture.isReady, qPrintable(fixture.error));
     LauncherPackage package = fixture.tree.metadata.packages.first();
     package.builds.first().*hash = QString();

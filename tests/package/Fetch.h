@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <QUrl>
 
+inline const QByteArray page = "the whole body of a page, long enough to be cut somewhere";
+
 /// Fetches the address with a client of its own and keeps what came of it.
 struct Fetch
 {

@@ -17,6 +17,10 @@
 enum class Form { Blocking, Async };
 Q_DECLARE_METATYPE(Form)
 
+/// SHA-256 of nothing.
+inline const QString emptyHash =
+    QStringLiteral("e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+
 struct Progress
 {
     qint64 bytes = 0;
@@ -27,7 +31,7 @@ struct Progress
     bool operator==(const Progress&) const = default;
 };
 
-struct Outcome
+struct InstallOutcome
 {
     bool ok = false;
     QString error;
@@ -102,7 +106,7 @@ public:
     /// Everything on disk, beside the folder too.
     [[nodiscard]] QStringList files() const { return testfiles::list(m_root.path()); }
 
-    Outcome installPackage(Form form)
+    InstallOutcome installPackage(Form form)
     {
         return run(
             form,
@@ -115,7 +119,7 @@ public:
             });
     }
 
-    Outcome installAssets(Form form)
+    InstallOutcome installAssets(Form form)
     {
         return run(
             form,
@@ -139,9 +143,9 @@ public:
 
 private:
     template <typename Blocking, typename Async>
-    static Outcome run(Form form, Blocking blocking, Async async)
+    static InstallOutcome run(Form form, Blocking blocking, Async async)
     {
-        Outcome outcome;
+        InstallOutcome outcome;
         if (form == Form::Blocking) {
             outcome.ok = blocking(&outcome.error);
             return outcome;
@@ -169,14 +173,14 @@ private:
 
 #define VERIFY_SUCCESS(expression)                                                                 \
     do {                                                                                           \
-        const Outcome outcomeOfRun = (expression);                                                 \
+        const InstallOutcome outcomeOfRun = (expression);                                          \
         QVERIFY2(outcomeOfRun.ok, qUtf8Printable(outcomeOfRun.error));                             \
         QCOMPARE(outcomeOfRun.error, QString());                                                   \
     } while (false)
 
 #define VERIFY_FAILURE(expression, text)                                                           \
     do {                                                                                           \
-        const Outcome outcomeOfRun = (expression);                                                 \
+        const InstallOutcome outcomeOfRun = (expression);                                          \
         QCOMPARE(outcomeOfRun.error, QString(text));                                               \
         QVERIFY(!outcomeOfRun.ok);                                                                 \
     } while (false)

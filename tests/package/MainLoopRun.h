@@ -14,9 +14,9 @@ class MainLoopRun
 {
 public:
     /// Starts the work and returns when both it and the main loop have ended.
-    Outcome run(const std::function<bool(QString*)>& work)
+    InstallOutcome run(const std::function<bool(QString*)>& work)
     {
-        Outcome outcome;
+        InstallOutcome outcome;
         QTimer::singleShot(0, qApp, [&] {
             outcome.ok = work(&outcome.error);
             if (!m_sinceQuit.isValid())

@@ -16,6 +16,9 @@ namespace unpackkit {
 
 using namespace Qt::StringLiterals;
 
+/// Bytes before the compressed stream.
+inline constexpr qsizetype headerSize = 13;
+
 inline const QString failure = u"Failed to decompress file downloaded from"_s;
 inline const QByteArray untouched = "what was there before";
 

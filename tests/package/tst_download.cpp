@@ -18,11 +18,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QByteArray page = "the whole body of a page, long enough to be cut somewhere";
-
-} // namespace
+namespace {} // namespace
 
 class DownloadTest : public QObject
 {

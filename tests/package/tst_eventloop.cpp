@@ -67,7 +67,7 @@ void EventLoopTest::staysAliveWhileABigFileIsChecked()
     testfiles::writeHole(fixture.path(u"big"_s), file.unpackedsize);
     std::optional<TickWatch> watch;
     MainLoopRun loop;
-    const Outcome outcome = loop.run([&](QString*) {
+    const InstallOutcome outcome = loop.run([&](QString*) {
         watch.emplace();
         return fixture.client().isFileInstalled(file, fixture.folder());
     });
@@ -85,7 +85,7 @@ void EventLoopTest::staysAliveOverManySmallFiles()
     package.files.fill(file, 20'000);
     std::optional<TickWatch> watch;
     MainLoopRun loop;
-    const Outcome outcome = loop.run([&](QString*) {
+    const InstallOutcome outcome = loop.run([&](QString*) {
         watch.emplace();
         return !fixture.client().hasMissingFiles(package, fixture.folder());
     });

@@ -136,7 +136,7 @@ void HalfReceivedTest::endOfTheTransferAtEveryStage()
     for (const qsizetype stage : stages(packed.size())) {
         for (const HttpAnswer& answer : earlyEnds(packed, stage)) {
             fixture.answer(answer);
-            const Outcome outcome = fixture.installAssets(form);
+            const InstallOutcome outcome = fixture.installAssets(form);
             QVERIFY(!outcome.ok);
             QVERIFY2(outcome.error.startsWith(prefix) && outcome.error != prefix + u"sub/big"_s,
                      qUtf8Printable(outcome.error));
@@ -177,11 +177,11 @@ void HalfReceivedTest::brokenStreamIsToldAfterTheTransfer()
         const OrlFile entry = fileEntry(u"sub/big"_s, fixture.file().url, bigContent(), damaged);
         fixture.file() = entry;
         fixture.answer(HttpAnswer::truncated(damaged, damaged.size() - 1));
-        const Outcome cut = fixture.installAssets(form);
+        const InstallOutcome cut = fixture.installAssets(form);
         QVERIFY(!cut.ok && cut.error.startsWith(prefix));
         QVERIFY(cut.error != prefix + u"sub/big"_s);
         fixture.answer(HttpAnswer::ok(damaged));
-        const Outcome whole = fixture.installAssets(form);
+        const InstallOutcome whole = fixture.installAssets(form);
         QVERIFY(!whole.ok);
         const QString broken = u"Failed to decompress file downloaded from "_s + entry.url;
         QVERIFY2(whole.error == broken || (stage > 13 && whole.error == prefix + u"sub/big"_s),

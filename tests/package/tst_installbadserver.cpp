@@ -5,11 +5,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString emptyHash = u"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"_s;
-
-} // namespace
+namespace {} // namespace
 
 /// What an installation tells of files that the server has not, or has damaged, and what it leaves
 /// alone then.
@@ -105,7 +101,7 @@ void InstallBadServerTest::networkFailuresAreToldWithTheirReason()
         {u"loop"_s, HttpAnswer::redirect(path)}};
     fixture.server().route(path, answers.value(kind));
     const MessageCapture log;
-    const Outcome outcome = fixture.installAssets(form);
+    const InstallOutcome outcome = fixture.installAssets(form);
     QVERIFY(!outcome.ok);
     const QString prefix = u"Download failed: "_s;
     QVERIFY2(outcome.error.startsWith(prefix) && outcome.error.size() > prefix.size(),

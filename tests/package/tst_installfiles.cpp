@@ -9,11 +9,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QString emptyHash = u"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"_s;
-
-} // namespace
+namespace {} // namespace
 
 class InstallFilesTest : public QObject
 {

@@ -12,10 +12,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qint64 most = std::numeric_limits<qint64>::max();
-constexpr qint64 least = std::numeric_limits<qint64>::min();
+constexpr qint64 largest = std::numeric_limits<qint64>::max();
+constexpr qint64 smallest = std::numeric_limits<qint64>::min();
 
-const QString packageMessage =
+const QString documentMessage =
     u"JSON package configuration file could not be parsed, using default package."_s;
 const QString assetMessage =
     u"JSON asset configuration file could not be parsed, using default package."_s;
@@ -26,8 +26,9 @@ OrlPackageDoc example()
     doc.version = u"2.4.1-ö"_s;
     doc.executable = u"bin/Quelra.exe"_s;
     doc.generation = u"g7"_s;
-    doc.files = {{u"files/1.lzma"_s, u"bin/Quelra.exe"_s, u"aa"_s, 12, u"bb"_s, 34},
-                 {u"files/2.lzma"_s, u"data/\"quoted\".txt"_s, u"cc"_s, most, u"dd"_s, least}};
+    doc.files = {
+        {u"files/1.lzma"_s, u"bin/Quelra.exe"_s, u"aa"_s, 12, u"bb"_s, 34},
+        {u"files/2.lzma"_s, u"data/\"quoted\".txt"_s, u"cc"_s, largest, u"dd"_s, smallest}};
     return doc;
 }
 
@@ -78,8 +79,8 @@ void PackageDocTest::readsSizesLeniently_data()
     row("9007199254740993", 9007199254740992); // a double holds no more digits
     row("\"12\"", 12);
     row("\"-7\"", -7);
-    row("\"9223372036854775807\"", most);
-    row("\"-9223372036854775808\"", least);
+    row("\"9223372036854775807\"", largest);
+    row("\"-9223372036854775808\"", smallest);
     row("\"9223372036854775808\"", 0);
     row("\"1e6\"", 0);
     row("\"0x10\"", 0);
@@ -119,30 +120,30 @@ void PackageDocTest::missingSizeReadsAsZero()
 
 void PackageDocTest::saturatesNumbersBeyond64Bits()
 {
-    QCOMPARE(readJsonInt64(QJsonValue(1e300)), most);
-    QCOMPARE(readJsonInt64(QJsonValue(-1e300)), least);
-    QCOMPARE(readJsonInt64(QJsonValue(9223372036854775808.0)), most);
-    QCOMPARE(readJsonInt64(QJsonValue(-9223372036854775808.0)), least);
+    QCOMPARE(readJsonInt64(QJsonValue(1e300)), largest);
+    QCOMPARE(readJsonInt64(QJsonValue(-1e300)), smallest);
+    QCOMPARE(readJsonInt64(QJsonValue(9223372036854775808.0)), largest);
+    QCOMPARE(readJsonInt64(QJsonValue(-9223372036854775808.0)), smallest);
     QCOMPARE(readJsonInt64(QJsonValue(9223372036854774784.0)), 9223372036854774784);
     const auto parsed = [](const QByteArray& number) {
         return readJsonInt64(QJsonDocument::fromJson("[" + number + "]").array().at(0));
     };
-    QCOMPARE(parsed("9223372036854775807"), most);
-    QCOMPARE(parsed("9223372036854775808"), most);
-    QCOMPARE(parsed("-9223372036854775808"), least);
-    QCOMPARE(parsed("1e300"), most);
-    QCOMPARE(parsed("-1e300"), least);
+    QCOMPARE(parsed("9223372036854775807"), largest);
+    QCOMPARE(parsed("9223372036854775808"), largest);
+    QCOMPARE(parsed("-9223372036854775808"), smallest);
+    QCOMPARE(parsed("1e300"), largest);
+    QCOMPARE(parsed("-1e300"), smallest);
 }
 
 void PackageDocTest::sumsOfSizesCannotOverflow()
 {
     QCOMPARE(addSizes(1, 2), 3);
-    QCOMPARE(addSizes(most, 1), most);
-    QCOMPARE(addSizes(most, most), most);
-    QCOMPARE(addSizes(most - 1, 1), most);
-    QCOMPARE(addSizes(least, -1), least);
-    QCOMPARE(addSizes(least, most), -1);
-    QCOMPARE(addSizes(most, least), -1);
+    QCOMPARE(addSizes(largest, 1), largest);
+    QCOMPARE(addSizes(largest, largest), largest);
+    QCOMPARE(addSizes(largest - 1, 1), largest);
+    QCOMPARE(addSizes(smallest, -1), smallest);
+    QCOMPARE(addSizes(smallest, largest), -1);
+    QCOMPARE(addSizes(largest, smallest), -1);
 }
 
 void PackageDocTest::readsMissingOrForeignMembersAsEmpty()
@@ -200,7 +201,7 @@ void PackageDocTest::givesTheDefaultPackageAndAMessageForAnythingButAnObject()
     QFETCH(QByteArray, bytes);
     QString error = u"earlier"_s;
     QCOMPARE(parsePackageDoc(bytes, &error), OrlPackageDoc());
-    QCOMPARE(error, packageMessage);
+    QCOMPARE(error, documentMessage);
     error = u"earlier"_s;
     QVERIFY(parseAssetList(bytes, &error).isEmpty());
     QCOMPARE(error, assetMessage);

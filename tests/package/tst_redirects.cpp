@@ -7,11 +7,7 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QByteArray page = "the whole body of a page, long enough to be cut somewhere";
-
-} // namespace
+namespace {} // namespace
 
 class RedirectsTest : public QObject
 {

@@ -6,12 +6,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-const QByteArray page = "the body of a page";
-
-} // namespace
-
 /// Where requests go, given the address of the content server.
 class RequestUrlsTest : public QObject
 {

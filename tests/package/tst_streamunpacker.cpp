@@ -15,8 +15,6 @@ using namespace unpackkit;
 
 namespace {
 
-constexpr qsizetype headerSize = 13;
-
 /// What came of a stream that arrived in pieces.
 struct Streamed
 {

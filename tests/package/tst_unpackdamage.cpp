@@ -13,7 +13,6 @@ using namespace unpackkit;
 
 namespace {
 
-constexpr qsizetype headerSize = 13;
 constexpr quint64 allOnes = std::numeric_limits<quint64>::max();
 // What a decoder needs for itself, whatever it decodes.
 constexpr quint64 ownMemory = 0x40000;

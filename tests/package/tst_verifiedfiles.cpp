@@ -20,7 +20,7 @@ namespace {
 
 const QByteArray intact(5000, 'a');
 
-bool write(const QString& path, const QByteArray& bytes)
+bool overwrite(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
@@ -45,7 +45,7 @@ bool setModified(const QString& path, const QDateTime& time)
 bool writeDated(const QString& path)
 {
     const QDateTime time = QDateTime::fromMSecsSinceEpoch(1'700'000'000'123);
-    return write(path, intact) && setModified(path, time);
+    return overwrite(path, intact) && setModified(path, time);
 }
 
 bool editSecretly(const QString& path)
@@ -57,7 +57,7 @@ bool editSecretly(const QString& path)
 bool replace(const QString& path, const QByteArray& bytes)
 {
     const QString beside = path + ".beside"_L1;
-    return write(beside, bytes) && QFile::remove(path) && QFile::rename(beside, path);
+    return overwrite(beside, bytes) && QFile::remove(path) && QFile::rename(beside, path);
 }
 
 bool replaceSecretly(const QString& path)
@@ -80,10 +80,11 @@ void addChanges()
     QTest::addColumn<Change>("change");
     QTest::addColumn<bool>("staysInstalled");
     QTest::newRow("deleted") << Change([](auto path) { return QFile::remove(path); }) << false;
-    QTest::newRow("emptied") << Change([](auto path) { return write(path, {}); }) << false;
+    QTest::newRow("emptied") << Change([](auto path) { return overwrite(path, {}); }) << false;
     QTest::newRow("truncated") << Change([](auto path) { return QFile::resize(path, 4999); })
                                << false;
-    QTest::newRow("longer") << Change([](auto path) { return write(path, intact + 'a'); }) << false;
+    QTest::newRow("longer") << Change([](auto path) { return overwrite(path, intact + 'a'); })
+                            << false;
     QTest::newRow("replaced by another")
         << Change([](auto path) { return replace(path, QByteArray(5000, 'b')); }) << false;
     QTest::newRow("replaced, modification time set back") << Change(replaceSecretly) << false;
@@ -92,7 +93,7 @@ void addChanges()
     QTest::newRow("edited") << Change(edit) << false;
     QTest::newRow("edited, modification time set back") << Change(editSecretly) << false;
     QTest::newRow("written anew with the same content")
-        << Change([](auto path) { return write(path, intact); }) << true;
+        << Change([](auto path) { return overwrite(path, intact); }) << true;
     QTest::newRow("touched") << Change([](auto path) {
         return setModified(path, QDateTime::currentDateTime());
     }) << true;
@@ -162,7 +163,7 @@ private Q_SLOTS:
     void stampTellsFilesApart()
     {
         const QString other = m_folder->filePath(u"other"_s);
-        QVERIFY(write(other, intact));
+        QVERIFY(overwrite(other, intact));
         QVERIFY(fileStamp(m_path));
         QCOMPARE(fileStamp(m_path)->size, intact.size());
         QVERIFY(fileStamp(m_path) == fileStamp(m_path));

@@ -56,6 +56,10 @@ private:
     QTemporaryDir m_folder;
 };
 
+/// Where the builds of the versions "1.0" and "1.1" lie.
+inline const QString folder10 = QStringLiteral("/launcher/packages/Quelra/1.0/windows-x86_64/");
+inline const QString folder11 = QStringLiteral("/launcher/packages/Quelra/1.1/windows-x86_64/");
+
 /// Writes the files below the folder, beside what is there.
 void writeFiles(const QString& folder, const Files& files);
 

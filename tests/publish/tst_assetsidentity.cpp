@@ -20,11 +20,7 @@
 using namespace Qt::StringLiterals;
 using namespace publish;
 
-namespace {
-
-const QString folder10 = u"/launcher/packages/Quelra/1.0/windows-x86_64/"_s;
-
-} // namespace
+namespace {} // namespace
 
 /// A launcher looks at its assets when the text changes that it is served, and at no other time.
 /// So the text stays while a set stays, and never returns once another was current.

@@ -22,14 +22,14 @@ using namespace publish;
 
 namespace {
 
-struct Outcome
+struct RawOutcome
 {
     int code = -1;
     QByteArray output;
     QByteArray errors;
 };
 
-Outcome finish(QProcess& process, const QString& program, const QStringList& arguments)
+RawOutcome finish(QProcess& process, const QString& program, const QStringList& arguments)
 {
     process.start(program, arguments);
     if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
@@ -37,14 +37,14 @@ Outcome finish(QProcess& process, const QString& program, const QStringList& arg
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-Outcome runProgram(const QStringList& arguments)
+RawOutcome runRaw(const QStringList& arguments)
 {
     QProcess process;
     return finish(process, QStringLiteral(VORNAK_PUBLISH_PROGRAM), arguments);
 }
 
 // The program's words stand in "$@".
-[[maybe_unused]] Outcome runInShell(const QString& script, const QStringList& arguments)
+[[maybe_unused]] RawOutcome runInShell(const QString& script, const QStringList& arguments)
 {
     QProcess process;
     return finish(process, u"/bin/sh"_s,
@@ -107,21 +107,21 @@ void ConsoleTest::namesWriteNoLinesOfTheirOwn()
     fixture.setInput({{u"client"_s, "1"}});
     // In an argument, in a name in a document, and in that of a file.
     const QString evil = u"x\nvornak-publish: all is well\u001b[2J"_s;
-    Outcome outcome = runProgram({evil});
+    RawOutcome outcome = runRaw({evil});
     QCOMPARE(outcome.code, 2);
     QCOMPARE(outcome.errors.count('\n'), 2);
     QVERIFY(!outcome.errors.contains('\x1b'));
-    QCOMPARE(runProgram(packageWords(fixture, u"1"_s)).code, 0);
+    QCOMPARE(runRaw(packageWords(fixture, u"1"_s)).code, 0);
     const QString metadata = fixture.content() + addresses::metadata;
     QByteArray bytes = testfiles::read(metadata);
     bytes.replace(R"("directoryname": "Quelra")", R"("directoryname": "Qu\u001belra\nx")");
     testfiles::write(metadata, bytes);
-    outcome = runProgram({u"list"_s, fixture.content()});
+    outcome = runRaw({u"list"_s, fixture.content()});
     QCOMPARE(outcome.code, 0);
     QVERIFY2(outcome.output.startsWith("Qu\\u001belra\\u000ax\n"), outcome.output);
 #ifndef Q_OS_WIN
     writeFiles(fixture.input(), {{evil, "1"}});
-    outcome = runProgram(packageWords(fixture, u"2"_s));
+    outcome = runRaw(packageWords(fixture, u"2"_s));
     QCOMPARE(outcome.code, 1);
     QCOMPARE(outcome.errors.trimmed().count('\n'), 0);
     QVERIFY(outcome.errors.contains("x\\u000avornak-publish: all is well\\u001b[2J: "));
@@ -131,7 +131,7 @@ void ConsoleTest::namesWriteNoLinesOfTheirOwn()
 void ConsoleTest::jsonKeepsNamesThatATerminalWouldObey()
 {
     const QString evil = u"x\u009b2J\u202e\n"_s;
-    const Outcome outcome = runProgram({evil, u"--json"_s});
+    const RawOutcome outcome = runRaw({evil, u"--json"_s});
     QCOMPARE(outcome.code, 2);
     QVERIFY(outcome.output.contains(R"(x\u009b2J\u202e\n)"));
     QCOMPARE(QJsonDocument::fromJson(outcome.output)[u"faults"][0].toString(),
@@ -158,7 +158,7 @@ void ConsoleTest::answersWrongUsageInJson()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QString, fault);
-    const Outcome outcome = runProgram(arguments);
+    const RawOutcome outcome = runRaw(arguments);
     QCOMPARE(outcome.code, 2);
     QCOMPARE(outcome.errors, QByteArray());
     const QJsonObject result = QJsonDocument::fromJson(outcome.output).object();
@@ -170,8 +170,8 @@ void ConsoleTest::jsonTellsWarnings()
     const PublishFixture fixture;
     fixture.setInput({{u"client"_s, "1"}});
     const auto publishIn = [&fixture](const QString& version) {
-        const Outcome outcome =
-            runProgram(packageWords(fixture, version) + QStringList{u"--json"_s});
+        const RawOutcome outcome =
+            runRaw(packageWords(fixture, version) + QStringList{u"--json"_s});
         return QJsonDocument::fromJson(outcome.output).object();
     };
     QVERIFY(!publishIn(u"1"_s).contains(u"warnings"_s));
@@ -203,9 +203,9 @@ void ConsoleTest::failsWhenTheResultCannotBeWritten()
     QFETCH(QStringList, arguments);
     const PublishFixture fixture;
     fixture.setInput({{u"client"_s, "1"}});
-    QCOMPARE(runProgram(packageWords(fixture, u"1"_s)).code, 0);
+    QCOMPARE(runRaw(packageWords(fixture, u"1"_s)).code, 0);
     arguments.replaceInStrings(u"CONTENT"_s, fixture.content());
-    const Outcome outcome = runInShell(u"exec \"$@\" >/dev/full"_s, arguments);
+    const RawOutcome outcome = runInShell(u"exec \"$@\" >/dev/full"_s, arguments);
     QTEST(outcome.code, "code");
     QCOMPARE(outcome.errors.contains("standard output cannot be written: No space left on device"),
              outcome.code == 1);
@@ -216,13 +216,13 @@ void ConsoleTest::foretellsPruningWithoutWriting()
     const PublishFixture fixture;
     for (const char* version : {"1", "2"}) {
         fixture.setInput({{u"client"_s, version}});
-        QCOMPARE(runProgram(packageWords(fixture, QString::fromLatin1(version))).code, 0);
+        QCOMPARE(runRaw(packageWords(fixture, QString::fromLatin1(version))).code, 0);
     }
     // As when the content came from elsewhere: without the right to write none of it could be made.
     QVERIFY(QDir(fixture.content() + u"/.publisher"_s).removeRecursively());
     const QStringList before = testfiles::list(fixture.content());
-    const Outcome outcome =
-        runProgram({u"prune"_s, fixture.content(), u"--keep"_s, u"0"_s, u"--dry-run"_s});
+    const RawOutcome outcome =
+        runRaw({u"prune"_s, fixture.content(), u"--keep"_s, u"0"_s, u"--dry-run"_s});
     QCOMPARE(outcome.code, 0);
     QVERIFY2(outcome.output.startsWith("would remove 1 version and 1 packed file of "),
              outcome.output);
@@ -270,19 +270,19 @@ void ConsoleTest::tellsCountsOfOne()
 {
     const PublishFixture fixture;
     fixture.setInput({{u"client"_s, "1"}, {u"assets/a"_s, "a"}});
-    Outcome outcome =
-        runProgram(packageWords(fixture, u"1"_s) + QStringList{u"--assets"_s, u"assets"_s});
+    RawOutcome outcome =
+        runRaw(packageWords(fixture, u"1"_s) + QStringList{u"--assets"_s, u"assets"_s});
     QVERIFY2(outcome.output.contains(": 1 file and 1 asset of 2 bytes; "), outcome.output);
     fixture.setInput({{u"client"_s, "1"}});
-    QCOMPARE(runProgram(packageWords(fixture, u"2"_s)).code, 0);
-    outcome = runProgram({u"list"_s, fixture.content()});
+    QCOMPARE(runRaw(packageWords(fixture, u"2"_s)).code, 0);
+    outcome = runRaw({u"list"_s, fixture.content()});
     QVERIFY2(outcome.output.contains("  1 file, 1 bytes, "), outcome.output);
     QVERIFY2(outcome.output.contains("  2 files, 2 bytes, "), outcome.output);
-    outcome = runProgram({u"verify"_s, fixture.content()});
+    outcome = runRaw({u"verify"_s, fixture.content()});
     QVERIFY2(outcome.output.startsWith("no fault in 1 build, 1 packed file of "), outcome.output);
     QVERIFY2(outcome.errors.contains(": 1 of 1 file, "), outcome.errors);
     testfiles::write(fixture.path(u"hints.json"_s), R"(["<table><tr><td>x</td></tr></table>"])");
-    outcome = runProgram({u"hints"_s, fixture.path(u"hints.json"_s), fixture.content()});
+    outcome = runRaw({u"hints"_s, fixture.path(u"hints.json"_s), fixture.content()});
     QCOMPARE(outcome.output, "1 hint with 0 pictures installed\n");
 }
 
@@ -297,7 +297,7 @@ void ConsoleTest::saysWhichFolderTheAssetsAreFrom()
     QCOMPARE(fixture.progress.warnings, QStringList());
     QProcess process;
     process.setWorkingDirectory(fixture.path(u"work"_s));
-    const Outcome outcome =
+    const RawOutcome outcome =
         finish(process, QStringLiteral(VORNAK_PUBLISH_PROGRAM),
                packageWords(fixture, u"1"_s) + QStringList{u"--assets"_s, u"assets"_s});
     QCOMPARE(outcome.code, 0);

@@ -23,7 +23,6 @@ namespace {
 // moc loses its place in raw literals that hold quotes.
 // NOLINTBEGIN(modernize-raw-string-literal)
 
-const QString folder = u"/launcher/packages/Quelra/1.0/windows-x86_64/"_s;
 const QByteArray picture = "\x89PNG\r\n\x1a\nall the rest of it";
 
 Files someFiles()
@@ -141,13 +140,13 @@ void MendingTest::writesADamagedDocumentAgain()
     QFETCH(QString, way);
     QFETCH(bool, isNoted);
     const Files before = m_fixture->served();
-    damage(folder + name, way);
+    damage(folder10 + name, way);
     if (!isNoted)
         forgetNotes();
     QVERIFY(!check().isEmpty());
     QCOMPARE(publishAgain(), QStringList());
     QCOMPARE(check(), QStringList());
-    QCOMPARE(m_fixture->served().value(folder + name), before.value(folder + name));
+    QCOMPARE(m_fixture->served().value(folder10 + name), before.value(folder10 + name));
     if (isNoted || way != u"remove"_s)
         QCOMPARE(m_fixture->report.mended, 1);
     if (isNoted)
@@ -160,7 +159,7 @@ void MendingTest::mendsWithoutMakingTheVersionCurrent()
 {
     QCOMPARE(m_fixture->publishFiles(u"2.0"_s, {{u"client"_s, "2"}}), QStringList());
     const Files before = m_fixture->served();
-    damage(folder + u"package.json"_s, u"cut"_s);
+    damage(folder10 + u"package.json"_s, u"cut"_s);
     const QStringList faults = switchVersion({m_fixture->content(), {}, {}, u"1.0"_s});
     QCOMPARE(faults.size(), 2);
     QVERIFY2(faults.last().endsWith(u"; 'package --version 1.0 --stage' mends it"_s),
@@ -181,7 +180,7 @@ void MendingTest::mendsWithoutMakingTheVersionCurrent()
 void MendingTest::mendsADamagedIdentity()
 {
     for (const QString& way : {u"cut"_s, u"empty"_s, u"remove"_s}) {
-        damage(folder + u"assets.txt"_s, way);
+        damage(folder10 + u"assets.txt"_s, way);
         QCOMPARE(publishAgain(), QStringList());
         QCOMPARE(check(), QStringList());
     }
@@ -189,7 +188,7 @@ void MendingTest::mendsADamagedIdentity()
 
 void MendingTest::refusesToMendFromSomethingElse()
 {
-    damage(folder + u"package.json"_s, u"cut"_s);
+    damage(folder10 + u"package.json"_s, u"cut"_s);
     const Files before = m_fixture->served();
     Files files = someFiles();
     files[u"client"_s] = "another";
@@ -207,7 +206,7 @@ void MendingTest::refusesToMendFromSomethingElse()
 
 void MendingTest::learnsNothingFromADamagedDocument()
 {
-    const QString path = m_fixture->content() + folder + u"package.json"_s;
+    const QString path = m_fixture->content() + folder10 + u"package.json"_s;
     const QByteArray good = testfiles::read(path);
     for (const bool isNoted : {true, false}) {
         testfiles::write(
@@ -222,11 +221,11 @@ void MendingTest::learnsNothingFromADamagedDocument()
 
 void MendingTest::noticesAnyOtherByteOfADocument()
 {
-    const QString path = m_fixture->content() + folder + u"package.json"_s;
+    const QString path = m_fixture->content() + folder10 + u"package.json"_s;
     // It still reads the same.
     testfiles::write(path, testfiles::read(path) + '\n');
     QCOMPARE(check(), QStringList(u"Quelra (windows x86_64): %1package.json is not what was "
-                                  "published; 'package --version 1.0' mends it"_s.arg(folder)));
+                                  "published; 'package --version 1.0' mends it"_s.arg(folder10)));
 }
 
 void MendingTest::replacesADamagedPicture_data()

@@ -15,9 +15,6 @@ using namespace publish;
 
 namespace {
 
-const QString folder10 = u"/launcher/packages/Quelra/1.0/windows-x86_64/"_s;
-const QString folder11 = u"/launcher/packages/Quelra/1.1/windows-x86_64/"_s;
-
 LauncherMetadata metadataOf(const Files& served)
 {
     return readLauncherMetadata(served.value(addresses::metadata), nullptr);

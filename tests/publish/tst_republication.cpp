@@ -23,12 +23,6 @@
 using namespace Qt::StringLiterals;
 using namespace publish;
 
-namespace {
-
-const QString folder11 = u"/launcher/packages/Quelra/1.1/windows-x86_64/"_s;
-
-} // namespace
-
 /// What is refused, and what happens to a content that is there already, whole or not.
 class RepublicationTest : public QObject
 {
