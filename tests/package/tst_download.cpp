@@ -18,8 +18,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {} // namespace
-
 class DownloadTest : public QObject
 {
     Q_OBJECT

@@ -5,8 +5,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {} // namespace
-
 /// What an installation tells of files that the server has not, or has damaged, and what it leaves
 /// alone then.
 class InstallBadServerTest : public QObject

@@ -9,8 +9,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {} // namespace
-
 class InstallFilesTest : public QObject
 {
     Q_OBJECT

@@ -7,8 +7,6 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {} // namespace
-
 class RedirectsTest : public QObject
 {
     Q_OBJECT

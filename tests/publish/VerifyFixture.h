@@ -38,6 +38,6 @@ public:
 };
 
 /// The folder of the package's build.
-inline const QString folder = QStringLiteral("/launcher/packages/Quelra/1.0/windows-x86_64/");
+inline const QString folder = folder10;
 
 } // namespace publish

@@ -20,8 +20,6 @@
 using namespace Qt::StringLiterals;
 using namespace publish;
 
-namespace {} // namespace
-
 /// A launcher looks at its assets when the text changes that it is served, and at no other time.
 /// So the text stays while a set stays, and never returns once another was current.
 class AssetsIdentityTest : public QObject
